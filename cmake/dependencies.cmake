@@ -1,0 +1,31 @@
+# What the project stands on, all from Debian packages. Each check says what to install.
+
+function(require_package found package what)
+  if(NOT ${found})
+    message(FATAL_ERROR "${what} not found. On Debian: apt-get install ${package}  (or let ./run do it)")
+  endif()
+endfunction()
+
+find_program(PKG_CONFIG_EXECUTABLE NAMES pkg-config pkgconf)
+require_package(PKG_CONFIG_EXECUTABLE pkg-config "pkg-config")
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+
+pkg_check_modules(TAGLIB QUIET IMPORTED_TARGET GLOBAL taglib)
+require_package(TAGLIB_FOUND libtag1-dev "The tag library (TagLib)")
+# The stream interface changed in 2.0 (offsets, lengths, return types), and 1.13 is the oldest tried.
+if(NOT TAGLIB_VERSION VERSION_GREATER_EQUAL 1.13 OR NOT TAGLIB_VERSION VERSION_LESS 2)
+  message(FATAL_ERROR "TagLib ${TAGLIB_VERSION} found, but this project is written against the 1.x "
+                      "interface: 1.13 or later, below 2. On Debian: apt-get install libtag1-dev")
+endif()
+
+pkg_check_modules(SYSTEMD QUIET IMPORTED_TARGET GLOBAL libsystemd>=252)
+require_package(SYSTEMD_FOUND libsystemd-dev "libsystemd 252 or later (sd-bus)")
+
+find_package(CLI11 CONFIG QUIET)
+require_package(CLI11_FOUND libcli11-dev "CLI11")
+
+if(BUILD_TESTING)
+  find_package(GTest CONFIG QUIET)
+  require_package(GTest_FOUND libgtest-dev "GoogleTest")
+endif()
