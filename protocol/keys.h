@@ -1,0 +1,25 @@
+// The vocabulary of the protocol: every key that travels between a player and the service.
+//
+// A request carries the open file, its path and one kind of work:
+//   artwork         kArtwork, kArtworkType, kReplaceArtwork
+//   clear artwork   kClearArtwork
+//   one track field kChangedTag, and kTrack with the track's values under the field keys
+// The reply echoes kPath and carries kResult. The truncation request, from the service back to the
+// player, carries kFd and kTruncateSize.
+#pragma once
+
+namespace tagwriter::key {
+
+inline constexpr char kFd[] = "fd";
+inline constexpr char kPath[] = "path";
+inline constexpr char kArtwork[] = "artwork";
+inline constexpr char kArtworkType[] = "artworktype";
+inline constexpr char kReplaceArtwork[] = "replaceartwork";
+inline constexpr char kClearArtwork[] = "clearartwork";
+inline constexpr char kChangedTag[] = "changedtag";
+inline constexpr char kTrack[] = "track";
+inline constexpr char kTruncateConnection[] = "truncateconnection";
+inline constexpr char kTruncateSize[] = "truncatesize";
+inline constexpr char kResult[] = "result";
+
+}  // namespace tagwriter::key

@@ -1,0 +1,40 @@
+// A descriptor with one owner.
+#pragma once
+
+#include <utility>
+
+namespace tagwriter {
+
+/// Owns a descriptor and closes it at the end of its life; -1 stands for none. Movable only.
+class UniqueFd {
+ public:
+  UniqueFd() = default;
+  /// Takes ownership of `fd`.
+  explicit UniqueFd(int fd) : fd_(fd) {}
+  UniqueFd(UniqueFd&& other) noexcept : fd_(other.release()) {}
+  UniqueFd& operator=(UniqueFd&& other) noexcept {
+    reset(other.release());
+    return *this;
+  }
+  UniqueFd(const UniqueFd&) = delete;
+  UniqueFd& operator=(const UniqueFd&) = delete;
+  ~UniqueFd() { reset(); }
+
+  /// The descriptor, still owned here; -1 when there is none.
+  int get() const { return fd_; }
+  explicit operator bool() const { return fd_ >= 0; }
+
+  /// Hands the descriptor to the caller, who owns it from now on.
+  [[nodiscard]] int release() { return std::exchange(fd_, -1); }
+  /// Closes the descriptor and takes ownership of `fd`.
+  void reset(int fd = -1);
+
+ private:
+  int fd_ = -1;
+};
+
+/// Duplicates `fd` with close-on-exec, at 3 or above so that it can never stand in for a standard
+/// stream. `fd` stays the caller's. Returns an empty UniqueFd on failure, with errno set.
+UniqueFd duplicateFd(int fd);
+
+}  // namespace tagwriter
