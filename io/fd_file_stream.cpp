@@ -1,0 +1,242 @@
+#include "io/fd_file_stream.h"
+
+#include <tstring.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+
+#include "io/log.h"
+#include "protocol/dictionary.h"
+#include "protocol/keys.h"
+
+namespace TagLib {
+namespace {
+
+using tagwriter::logText;
+
+constexpr unsigned long kBufferSize = 1024;
+
+std::size_t readInto(std::FILE* file, ByteVector& buffer) {
+  return buffer.isEmpty() ? 0 : std::fread(buffer.data(), 1, buffer.size(), file);
+}
+
+void writeFrom(std::FILE* file, const ByteVector& buffer) {
+  if (!buffer.isEmpty()) std::fwrite(buffer.data(), 1, buffer.size(), file);
+}
+
+/// Whether both ends of the range are offsets that a file can have.
+bool canSeek(unsigned long start, unsigned long length) {
+  constexpr unsigned long kMax = LONG_MAX;
+  return start <= kMax && length <= kMax - start;
+}
+
+}  // namespace
+
+class FDFileStream::FDFileStreamPrivate {
+ public:
+  explicit FDFileStreamPrivate(const char* path)
+      : name(path ? String(path, String::Latin1) : String()) {}
+
+  std::FILE* file = nullptr;
+  String name;
+  bool readOnly = true;
+};
+
+FDFileStream::FDFileStream(int fd, const char* path, const tagwriter::Dictionary* request,
+                           bool openReadOnly)
+    : d(std::make_unique<FDFileStreamPrivate>(path)), request_(request) {
+  if (!openReadOnly) d->file = ::fdopen(fd, "rb+");
+  if (d->file) {
+    d->readOnly = false;
+  } else {
+    d->file = ::fdopen(fd, "rb");
+  }
+  if (!d->file) {
+    logText("Could not open file %s", name());
+    return;
+  }
+  std::fseek(d->file, 0, SEEK_SET);
+}
+
+FDFileStream::~FDFileStream() {
+  if (d->file) std::fclose(d->file);
+}
+
+FileName FDFileStream::name() const {
+  return d->name.toCString(true);
+}
+
+ByteVector FDFileStream::readBlock(unsigned long length) {
+  if (!isOpen()) {
+    logText("FDFileStream::readBlock() -- invalid file");
+    return ByteVector();
+  }
+  if (length == 0) return ByteVector();
+
+  if (length > kBufferSize) {
+    const auto fileLength = static_cast<unsigned long>(std::max(this->length(), 0L));
+    length = std::min({length, fileLength, static_cast<unsigned long>(INT_MAX)});
+  }
+  ByteVector buffer(static_cast<unsigned int>(length), 0);
+  buffer.resize(static_cast<unsigned int>(readInto(d->file, buffer)));
+  return buffer;
+}
+
+void FDFileStream::writeBlock(const ByteVector& data) {
+  if (!isOpen()) {
+    logText("FDFileStream::writeBlock() -- invalid file");
+    return;
+  }
+  if (readOnly()) {
+    logText("FDFileStream::writeBlock() -- read only file");
+    return;
+  }
+  writeFrom(d->file, data);
+}
+
+void FDFileStream::insert(const ByteVector& data, unsigned long start, unsigned long replace) {
+  if (!isOpen()) {
+    logText("FDFileStream::insert() -- invalid file");
+    return;
+  }
+  if (readOnly()) {
+    logText("FDFileStream::insert() -- read only file");
+    return;
+  }
+  if (!canSeek(start, replace) || !canSeek(start, data.size())) return;
+
+  if (data.size() <= replace) {
+    seek(static_cast<long>(start));
+    writeBlock(data);
+    if (data.size() < replace) removeBlock(start + data.size(), replace - data.size());
+    return;
+  }
+
+  // The file grows. Each pass reads the chunk that the next write is going to cover, so the buffer
+  // has to be at least as long as the growth.
+  const unsigned long growth = data.size() - replace;
+  const unsigned long bufferLength = (growth + kBufferSize - 1) / kBufferSize * kBufferSize;
+
+  unsigned long readPosition = start + replace;
+  unsigned long writePosition = start;
+  ByteVector pending = data;
+  ByteVector carry(static_cast<unsigned int>(bufferLength), 0);
+
+  while (true) {
+    seek(static_cast<long>(readPosition));
+    const std::size_t count = readInto(d->file, carry);
+    carry.resize(static_cast<unsigned int>(count));
+    if (count < bufferLength) clear();  // or the write at the end of the file would fail
+
+    seek(static_cast<long>(writePosition));
+    writeBlock(pending);
+    if (count == 0) return;
+
+    readPosition += bufferLength;
+    writePosition += pending.size();
+    pending = carry;
+  }
+}
+
+void FDFileStream::removeBlock(unsigned long start, unsigned long length) {
+  if (!isOpen()) {
+    logText("FDFileStream::removeBlock() -- invalid file");
+    return;
+  }
+  if (!canSeek(start, length)) return;
+
+  unsigned long readPosition = start + length;
+  unsigned long writePosition = start;
+  ByteVector buffer(static_cast<unsigned int>(kBufferSize), 0);
+
+  while (true) {
+    seek(static_cast<long>(readPosition));
+    const std::size_t count = readInto(d->file, buffer);
+    if (count < buffer.size()) {
+      clear();
+      buffer.resize(static_cast<unsigned int>(count));
+    }
+    seek(static_cast<long>(writePosition));
+    writeFrom(d->file, buffer);
+    readPosition += count;
+    writePosition += count;
+    if (count == 0) break;
+  }
+  truncate(static_cast<long>(writePosition));
+}
+
+bool FDFileStream::readOnly() const {
+  return d->readOnly;
+}
+
+bool FDFileStream::isOpen() const {
+  return d->file != nullptr;
+}
+
+void FDFileStream::seek(long offset, Position position) {
+  if (!isOpen()) {
+    logText("FDFileStream::seek() -- invalid file");
+    return;
+  }
+  switch (static_cast<unsigned int>(position)) {
+    case Beginning:
+      std::fseek(d->file, offset, SEEK_SET);
+      break;
+    case Current:
+      std::fseek(d->file, offset, SEEK_CUR);
+      break;
+    case End:
+      std::fseek(d->file, offset, SEEK_END);
+      break;
+    default:
+      logText("FDFileStream::seek() -- Invalid Position value.");
+  }
+}
+
+void FDFileStream::clear() {
+  if (isOpen()) std::clearerr(d->file);
+}
+
+long FDFileStream::tell() const {
+  return isOpen() ? std::ftell(d->file) : 0;
+}
+
+long FDFileStream::length() {
+  if (!isOpen()) {
+    logText("FDFileStream::length() -- invalid file");
+    return 0;
+  }
+  const long position = tell();
+  seek(0, End);
+  const long end = tell();
+  seek(position, Beginning);
+  return end;
+}
+
+bool FDFileStream::connectForTruncation() {
+  if (!truncation_ && request_) {
+    truncation_ = request_->createTruncationConnection(tagwriter::key::kTruncateConnection);
+  }
+  return truncation_ != nullptr;
+}
+
+void FDFileStream::truncate(long length) {
+  if (!isOpen()) return;
+
+  if (std::fflush(d->file) != 0) {
+    logText("FDFileStream::truncate() -- fflush error: %d %s.", errno, std::strerror(errno));
+  }
+  if (connectForTruncation()) {
+    const auto error = truncation_->truncate(::fileno(d->file), static_cast<unsigned long>(length));
+    if (error) logText("FDFileStream::truncate() -- xpc error: %s.\n", error->c_str());
+  } else if (::ftruncate(::fileno(d->file), length) != 0) {
+    logText("FDFileStream::truncate() -- Coundn't truncate the file %d %s.\n", errno,
+            std::strerror(errno));
+  }
+}
+
+}  // namespace TagLib
