@@ -1,0 +1,19 @@
+// The names of the wire contract. They are stable: players in other languages are built on them.
+#pragma once
+
+namespace tagwriter::dbus {
+
+/// Write(a{sv} request) -> (a{sv} reply), served by the service.
+inline constexpr char kWriteInterface[] = "org.tagwriter.TagWriter1";
+inline constexpr char kWriteObject[] = "/org/tagwriter/TagWriter";
+inline constexpr char kWriteMethod[] = "Write";
+
+/// Truncate(a{sv} {"fd": h, "truncatesize": t}) -> (a{sv} anything), served by the player.
+inline constexpr char kTruncationInterface[] = "org.tagwriter.Truncation1";
+inline constexpr char kTruncationObject[] = "/org/tagwriter/Truncation";
+inline constexpr char kTruncateMethod[] = "Truncate";
+
+/// The type of every request and every reply.
+inline constexpr char kDictionarySignature[] = "a{sv}";
+
+}  // namespace tagwriter::dbus

@@ -1,0 +1,79 @@
+#include "transport/dbus/peer_connection.h"
+
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+
+namespace tagwriter::dbus {
+namespace {
+
+/// Drives the handshake to its end; sd-bus's own time limits do not cover it.
+int waitUntilReady(sd_bus* bus, const Deadline& deadline) {
+  while (true) {
+    int r = sd_bus_is_ready(bus);
+    if (r != 0) return std::min(r, 0);
+    if ((r = sd_bus_process(bus, nullptr)) < 0) return r;
+    if (r > 0) continue;
+    const std::uint64_t left = deadline.microsecondsLeft();
+    if (left == 0) return -ETIMEDOUT;
+    if ((r = sd_bus_wait(bus, left)) < 0 && r != -EINTR) return r;
+  }
+}
+
+int ping(sd_bus* bus, const Deadline& deadline) {
+  sd_bus_message* raw = nullptr;
+  int r =
+      sd_bus_message_new_method_call(bus, &raw, nullptr, "/", "org.freedesktop.DBus.Peer", "Ping");
+  if (r < 0) return r;
+  const MessageHandle message(raw);
+  const std::uint64_t left = deadline.microsecondsLeft();
+  if (left == 0) return -ETIMEDOUT;
+  BusError error;
+  r = sd_bus_call(bus, message.get(), left, error.out(), nullptr);
+  // An error that the peer sent is an answer too: not everybody serves Ping.
+  return r < 0 && sd_bus_is_open(bus) > 0 && r != -ETIMEDOUT ? 0 : std::min(r, 0);
+}
+
+}  // namespace
+
+SocketPair makeSocketPair() {
+  int ends[2] = {-1, -1};
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return {};
+  return {UniqueFd(ends[0]), UniqueFd(ends[1])};
+}
+
+bool isPeerSocket(int fd) {
+  int domain = 0;
+  int type = 0;
+  socklen_t size = sizeof(int);
+  if (::getsockopt(fd, SOL_SOCKET, SO_DOMAIN, &domain, &size) != 0) return false;
+  size = sizeof(int);
+  if (::getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) != 0) return false;
+  return domain == AF_UNIX && type == SOCK_STREAM;
+}
+
+std::uint64_t Deadline::microsecondsLeft() const {
+  if (!end_) return UINT64_MAX;
+  const auto left =
+      std::chrono::duration_cast<std::chrono::microseconds>(*end_ - Clock::now()).count();
+  return left > 0 ? static_cast<std::uint64_t>(left) : 0;
+}
+
+int joinPeer(UniqueFd socket, const Deadline& deadline, BusHandle& bus) {
+  sd_bus* raw = nullptr;
+  int r = sd_bus_new(&raw);
+  if (r < 0) return r;
+  BusHandle joined(raw);
+  if ((r = sd_bus_set_fd(raw, socket.get(), socket.get())) < 0) return r;
+  (void)socket.release();  // the connection closes it from here on
+  if ((r = sd_bus_negotiate_fds(raw, 1)) < 0) return r;
+  if ((r = sd_bus_start(raw)) < 0) return r;
+  if ((r = waitUntilReady(raw, deadline)) < 0) return r;
+  if ((r = ping(raw, deadline)) < 0) return r;
+  bus = std::move(joined);
+  return 0;
+}
+
+}  // namespace tagwriter::dbus

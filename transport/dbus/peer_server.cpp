@@ -1,0 +1,74 @@
+#include "transport/dbus/peer_server.h"
+
+#include <poll.h>
+#include <systemd/sd-id128.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <utility>
+
+#include "transport/dbus/handles.h"
+#include "transport/dbus/names.h"
+
+namespace tagwriter::dbus {
+namespace {
+
+// An exception that left this function would jam the connection for good, so it ends the process.
+int answerCall(sd_bus_message* call, void* userdata, sd_bus_error* error) noexcept {
+  if (sd_bus_message_get_expect_reply(call) <= 0) return 1;
+  return static_cast<const ServedMethod*>(userdata)->answer(call, error);
+}
+
+/// sd-bus gives a peer 90 seconds for its handshake; a player may speak up later than that.
+int waitForFirstByte(int fd) {
+  pollfd waiting = {fd, POLLIN, 0};
+  while (::poll(&waiting, 1, -1) < 0) {
+    if (errno != EINTR) return -errno;
+  }
+  return 0;
+}
+
+int startServer(UniqueFd socket, BusHandle& bus) {
+  sd_bus* raw = nullptr;
+  int r = sd_bus_new(&raw);
+  if (r < 0) return r;
+  bus.reset(raw);
+  if ((r = sd_bus_set_fd(raw, socket.get(), socket.get())) < 0) return r;
+  (void)socket.release();  // the connection closes it from here on
+  sd_id128_t id;
+  if ((r = sd_id128_randomize(&id)) < 0) return r;
+  if ((r = sd_bus_set_server(raw, 1, id)) < 0) return r;
+  return sd_bus_negotiate_fds(raw, 1);
+}
+
+int processUntilHangUp(sd_bus* bus) {
+  while (true) {
+    int r = sd_bus_process(bus, nullptr);
+    if (r == 0) r = sd_bus_wait(bus, UINT64_MAX);
+    if (r == -ECONNRESET || r == -ENOTCONN) return 0;
+    if (r < 0 && r != -EINTR) return r;
+  }
+}
+
+}  // namespace
+
+int servePeer(UniqueFd socket, const ServedMethod& method) {
+  int r = waitForFirstByte(socket.get());
+  if (r < 0) return r;
+  BusHandle bus;
+  if ((r = startServer(std::move(socket), bus)) < 0) return r;
+
+  const sd_bus_vtable vtable[] = {
+      SD_BUS_VTABLE_START(0),
+      SD_BUS_METHOD(method.method, kDictionarySignature, kDictionarySignature, answerCall,
+                    SD_BUS_VTABLE_UNPRIVILEGED),
+      SD_BUS_VTABLE_END,
+  };
+  r = sd_bus_add_object_vtable(bus.get(), nullptr, method.object, method.interface, vtable,
+                               const_cast<ServedMethod*>(&method));
+  if (r < 0) return r;
+  if ((r = sd_bus_start(bus.get())) < 0) return r;
+  return processUntilHangUp(bus.get());
+}
+
+}  // namespace tagwriter::dbus

@@ -1,0 +1,56 @@
+#include "transport/dbus/truncation_server.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <utility>
+
+#include "protocol/keys.h"
+#include "protocol/value_dictionary.h"
+#include "transport/dbus/dictionary_codec.h"
+#include "transport/dbus/names.h"
+#include "transport/dbus/peer_connection.h"
+#include "transport/dbus/peer_server.h"
+
+namespace tagwriter::dbus {
+namespace {
+
+int answerTruncate(sd_bus_message* call, sd_bus_error* error) {
+  ValueDictionary request;
+  if (readDictionary(call, request) < 0) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, "The request does not decode");
+  }
+  const UniqueFd file(request.duplicateDescriptor(key::kFd));
+  const auto size = request.getUint64(key::kTruncateSize);
+  if (!file || !size || *size > LONG_MAX) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS,
+                            "\"fd\" and \"truncatesize\" are needed");
+  }
+  if (::ftruncate(file.get(), static_cast<off_t>(*size)) != 0) {
+    return sd_bus_error_set_errno(error, errno);
+  }
+  return sd_bus_reply_method_return(call, kDictionarySignature, 0);
+}
+
+}  // namespace
+
+TruncationServer::TruncationServer() {
+  SocketPair sockets = makeSocketPair();
+  hangUp_ = duplicateFd(sockets.ours.get());
+  if (!hangUp_) return;
+  theirs_ = std::move(sockets.theirs);
+  thread_ = std::thread([socket = std::move(sockets.ours)]() mutable {
+    servePeer(std::move(socket),
+              {kTruncationObject, kTruncationInterface, kTruncateMethod, answerTruncate});
+  });
+}
+
+TruncationServer::~TruncationServer() {
+  if (!thread_.joinable()) return;
+  ::shutdown(hangUp_.get(), SHUT_RDWR);
+  thread_.join();
+}
+
+}  // namespace tagwriter::dbus

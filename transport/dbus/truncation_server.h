@@ -1,0 +1,31 @@
+// The player's end of the truncation channel.
+#pragma once
+
+#include <thread>
+
+#include "protocol/unique_fd.h"
+
+namespace tagwriter::dbus {
+
+/// Serves Truncate on a thread of its own for the life of the object: the thread that waits for a
+/// Write must not be the one that answers, or both wait for each other.
+class TruncationServer {
+ public:
+  /// Makes the socketpair and starts to serve. On failure endpoint() is negative, and the service
+  /// shortens the file itself.
+  TruncationServer();
+  /// Hangs up and waits for the thread.
+  ~TruncationServer();
+  TruncationServer(const TruncationServer&) = delete;
+  TruncationServer& operator=(const TruncationServer&) = delete;
+
+  /// The service's end, to be sent as "truncateconnection". Stays owned here.
+  int endpoint() const { return theirs_.get(); }
+
+ private:
+  UniqueFd theirs_;
+  UniqueFd hangUp_;
+  std::thread thread_;
+};
+
+}  // namespace tagwriter::dbus

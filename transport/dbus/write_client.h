@@ -1,0 +1,41 @@
+// The player's end: sends Write calls and waits for the answers.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <variant>
+
+#include "protocol/unique_fd.h"
+#include "protocol/value_dictionary.h"
+#include "transport/dbus/handles.h"
+
+namespace tagwriter::dbus {
+
+/// Why there is no answer: the D-Bus error's name (empty for a local failure) and text.
+struct CallError {
+  std::string name;
+  std::string message;
+};
+
+/// A connection to the service. Used by one thread at a time.
+class WriteClient {
+ public:
+  /// Joins the service at the other end of `socket`, which it takes over. Waits at most
+  /// `microseconds` for the handshake. Returns null on failure, with a text in `error`.
+  static std::unique_ptr<WriteClient> join(UniqueFd socket, std::chrono::microseconds limit,
+                                           std::string& error);
+
+  /// Sends `request` and waits, without a time limit, for the work to be done. Data and descriptors
+  /// in it are only read. Returns the reply's "result", or why there is none.
+  std::variant<bool, CallError> write(const ValueDictionary& request);
+
+  /// False once the service has hung up.
+  bool connected() const;
+
+ private:
+  explicit WriteClient(BusHandle bus) : bus_(std::move(bus)) {}
+  BusHandle bus_;
+};
+
+}  // namespace tagwriter::dbus

@@ -1,0 +1,46 @@
+#include "transport/dbus/write_server.h"
+
+#include <utility>
+
+#include "protocol/keys.h"
+#include "protocol/value_dictionary.h"
+#include "transport/dbus/dictionary_codec.h"
+#include "transport/dbus/handles.h"
+#include "transport/dbus/names.h"
+#include "transport/dbus/peer_server.h"
+#include "transport/dbus/truncation_client.h"
+
+namespace tagwriter::dbus {
+namespace {
+
+int answerWrite(sd_bus_message* call, sd_bus_error* error, const RequestHandler& handler) {
+  ValueDictionary request(connectForTruncation);
+  if (readDictionary(call, request) < 0) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, "The request does not decode");
+  }
+
+  ValueDictionary reply;
+  const auto path = request.values().find(key::kPath);
+  if (path != request.values().end() && request.getString(key::kPath)) {
+    reply.set(key::kPath, path->second);
+  }
+  reply.set(key::kResult, handler(request));
+
+  sd_bus_message* raw = nullptr;
+  int r = sd_bus_message_new_method_return(call, &raw);
+  if (r < 0) return r;
+  const MessageHandle message(raw);
+  if ((r = appendDictionary(raw, reply)) < 0) return r;
+  return sd_bus_message_send(raw);
+}
+
+}  // namespace
+
+int serveWrites(UniqueFd socket, const RequestHandler& handler) {
+  return servePeer(std::move(socket), {kWriteObject, kWriteInterface, kWriteMethod,
+                                       [&handler](sd_bus_message* call, sd_bus_error* error) {
+                                         return answerWrite(call, error, handler);
+                                       }});
+}
+
+}  // namespace tagwriter::dbus
