@@ -1,0 +1,32 @@
+#include "service/serial_queue.h"
+
+namespace tagwriter {
+
+/// The span between a caller's turn and its end, however the work ends.
+class SerialQueue::Turn {
+ public:
+  explicit Turn(SerialQueue& queue) : queue_(queue) {
+    std::unique_lock lock(queue_.mutex_);
+    const std::uint64_t ticket = queue_.nextTicket_++;
+    queue_.turnEnded_.wait(lock, [&] { return queue_.nowServing_ == ticket; });
+  }
+  ~Turn() {
+    {
+      const std::lock_guard lock(queue_.mutex_);
+      ++queue_.nowServing_;
+    }
+    queue_.turnEnded_.notify_all();
+  }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+ private:
+  SerialQueue& queue_;
+};
+
+void SerialQueue::runAndWait(const std::function<void()>& work) {
+  const Turn turn(*this);
+  work();
+}
+
+}  // namespace tagwriter

@@ -1,0 +1,34 @@
+// One work item at a time in the whole process.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+
+namespace tagwriter {
+
+/// A queue that runs work items one after the other, in the order in which they came.
+class SerialQueue {
+ public:
+  /// `label` names the queue for people who debug.
+  explicit SerialQueue(std::string label) : label_(std::move(label)) {}
+
+  const std::string& label() const { return label_; }
+
+  /// Runs `work` when every item that came before has ended, and returns when it has ended itself.
+  /// What it throws reaches the caller, and the queue goes on. Must not be called from a work item.
+  void runAndWait(const std::function<void()>& work);
+
+ private:
+  class Turn;
+
+  std::string label_;
+  std::mutex mutex_;
+  std::condition_variable turnEnded_;
+  std::uint64_t nextTicket_ = 0;
+  std::uint64_t nowServing_ = 0;
+};
+
+}  // namespace tagwriter
