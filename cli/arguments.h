@@ -1,0 +1,38 @@
+// The command line: what the user asked for, and the exit codes.
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "cli/field_value.h"
+
+namespace tagwriter {
+
+/// Exit codes of every command.
+inline constexpr int kExitDone = 0;    ///< all done
+inline constexpr int kExitFailed = 1;  ///< something failed and was named on standard error
+inline constexpr int kExitUsage = 2;   ///< the command line was wrong; nothing was done
+
+/// "set": the fields to write, in the order given, and the files.
+struct SetArguments {
+  std::vector<FieldAssignment> fields;
+  std::vector<std::string> files;
+};
+
+/// "show": the files.
+struct ShowArguments {
+  std::vector<std::string> files;
+};
+
+/// The command line was answered while parsing (help, version, a usage error).
+struct ExitNow {
+  int code;
+};
+
+using Arguments = std::variant<ExitNow, SetArguments, ShowArguments>;
+
+/// Parses the command line; prints help to standard output and usage errors to standard error.
+Arguments parseArguments(int argc, const char* const* argv);
+
+}  // namespace tagwriter

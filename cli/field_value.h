@@ -1,0 +1,23 @@
+// From a value typed at a terminal to a value of the field's type.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "protocol/fields.h"
+#include "protocol/value_dictionary.h"
+
+namespace tagwriter {
+
+/// A field with its new value.
+struct FieldAssignment {
+  std::string key;
+  ValueDictionary::Value value;
+};
+
+/// Reads "key=value". The value is everything behind the first "=", taken as UTF-8 text, a whole
+/// number, a decimal or yes/no, as the field wants it. Returns nothing when it does not parse, with
+/// a text in `error` that names the key and what it takes.
+std::optional<FieldAssignment> parseAssignment(const std::string& text, std::string& error);
+
+}  // namespace tagwriter
