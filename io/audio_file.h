@@ -1,0 +1,104 @@
+// One way to open a file: its type picks the tag library's class, and an operation gets the file.
+//
+// Four operations (tag write, cue sheet, artwork write, artwork clear) do their work on the same
+// classes, opened in the same way. Each is a set of overloads, one a class that it takes; a type
+// for which it has none is refused without opening anything.
+#pragma once
+
+#include <aifffile.h>
+#include <apefile.h>
+#include <asffile.h>
+#include <flacfile.h>
+#include <id3v2framefactory.h>
+#include <mp4file.h>
+#include <mpcfile.h>
+#include <mpegfile.h>
+#include <oggflacfile.h>
+#include <opusfile.h>
+#include <vorbisfile.h>
+#include <wavfile.h>
+#include <wavpackfile.h>
+
+#include <type_traits>
+
+#include "dsf/dsf_file.h"
+#include "io/fd_file_stream.h"
+#include "io/file_type.h"
+#include "io/ogg_codec.h"
+
+namespace tagwriter {
+
+/// Opens the `File` class on `stream`, audio properties not read, and returns operation(file);
+/// false when the operation does not take that class.
+template <typename File, typename Operation>
+bool openAs(TagLib::FDFileStream& stream, const Operation& operation) {
+  constexpr auto kStyle = TagLib::AudioProperties::Average;
+  if constexpr (!std::is_invocable_r_v<bool, const Operation&, File&>) {
+    return false;
+  } else if constexpr (std::is_same_v<File, TagLib::MPEG::File> ||
+                       std::is_same_v<File, TagLib::FLAC::File>) {
+    File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false, kStyle);
+    return operation(file);
+  } else {
+    File file(&stream, false, kStyle);
+    return operation(file);
+  }
+}
+
+/// An ".oga" file is what its first packet says, Ogg FLAC or Vorbis; anything else is refused. An
+/// ".ogg" file in contrast is always taken for Vorbis (kept).
+template <typename Operation>
+bool openOGA(int fd, TagLib::FDFileStream& stream, const Operation& operation) {
+  bool isVorbis = false;
+  bool isFLAC = false;
+  sniffOggCodec(fd, isVorbis, isFLAC);
+  stream.seek(0, TagLib::IOStream::Beginning);
+  if (isFLAC) return openAs<TagLib::Ogg::FLAC::File>(stream, operation);
+  if (isVorbis) return openAs<TagLib::Vorbis::File>(stream, operation);
+  return false;
+}
+
+/// Opens the file behind `stream` as the class of its type and returns operation(file); false for
+/// types that have no class. `fd` is the stream's descriptor, lent for a look at the first packet.
+/// What the library or the operation throws passes through.
+template <typename Operation>
+bool withAudioFile(TagFileType type, int fd, TagLib::FDFileStream& stream,
+                   const Operation& operation) {
+  switch (type) {
+    case kTagFileMP3:
+      return openAs<TagLib::MPEG::File>(stream, operation);
+    case kTagFileMP4:
+    case kTagFileM4P:
+      return openAs<TagLib::MP4::File>(stream, operation);
+    case kTagFileFLAC:
+      return openAs<TagLib::FLAC::File>(stream, operation);
+    case kTagFileOgg:
+      return openAs<TagLib::Vorbis::File>(stream, operation);
+    case kTagFileWMA:
+      return openAs<TagLib::ASF::File>(stream, operation);
+    case kTagFileAIFF:
+      return openAs<TagLib::RIFF::AIFF::File>(stream, operation);
+    case kTagFileWAV:
+      return openAs<TagLib::RIFF::WAV::File>(stream, operation);
+    case kTagFileAPE:
+      return openAs<TagLib::APE::File>(stream, operation);
+    case kTagFileWavPack:
+      return openAs<TagLib::WavPack::File>(stream, operation);
+    case kTagFileOGA:
+      return openOGA(fd, stream, operation);
+    case kTagFileOpus:
+      return openAs<TagLib::Ogg::Opus::File>(stream, operation);
+    case kTagFileDSF:
+      return openAs<TagLib::DSF::File>(stream, operation);
+    case kTagFileMPC:
+      return openAs<TagLib::MPC::File>(stream, operation);
+    case kTagFileGameMusic:
+    case kTagFileAC3:
+    case kTagFileAU:
+    case kTagFileSHN:
+      return false;
+  }
+  return false;
+}
+
+}  // namespace tagwriter

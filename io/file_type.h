@@ -1,0 +1,33 @@
+// Which container a file is taken for: by its name alone.
+#pragma once
+
+namespace tagwriter {
+
+/// The file types that the service knows. The values are fixed; 1 doubles as the fallback.
+enum TagFileType : unsigned {
+  kTagFileMP3 = 1,
+  kTagFileMP4 = 2,
+  kTagFileM4P = 3,
+  kTagFileFLAC = 4,
+  kTagFileOgg = 5,
+  kTagFileWMA = 6,
+  kTagFileAIFF = 7,
+  kTagFileWAV = 8,
+  kTagFileAPE = 9,
+  kTagFileWavPack = 10,
+  kTagFileOGA = 11,
+  kTagFileOpus = 12,
+  kTagFileDSF = 13,
+  kTagFileGameMusic = 14,
+  kTagFileAC3 = 15,
+  kTagFileAU = 16,
+  kTagFileMPC = 17,
+  kTagFileSHN = 18,
+};
+
+/// The type that belongs to the extension of `path`: the text after the last "." of the last path
+/// component, in any ASCII case. An unknown extension, none at all and a null path give
+/// kTagFileMP3. The file is not touched.
+TagFileType tagFileTypeForPath(const char* path);
+
+}  // namespace tagwriter
