@@ -37,22 +37,35 @@ enum class Type { kString, kInt64, kDouble, kBool };
 struct Field {
   const char* key;
   Type type;
+  const char* companion = nullptr;  ///< a number that is always written together with this one
 };
 
 /// Every key of the "track" dictionary, in the order in which a changed key is looked up.
 inline constexpr Field kAll[] = {
-    {kTitle, Type::kString},         {kArtist, Type::kString},
-    {kAlbum, Type::kString},         {kGenre, Type::kString},
-    {kComposer, Type::kString},      {kComment, Type::kString},
-    {kLyrics, Type::kString},        {kAlbumArtist, Type::kString},
-    {kGrouping, Type::kString},      {kEncoder, Type::kString},
-    {kPublisher, Type::kString},     {kDescription, Type::kString},
-    {kCatalogNumber, Type::kString}, {kConductor, Type::kString},
-    {kDiscSubtitle, Type::kString},  {kCueSheet, Type::kString},
-    {kRating, Type::kDouble},        {kCompilation, Type::kBool},
-    {kYear, Type::kInt64},           {kBpm, Type::kInt64},
-    {kTrackNumber, Type::kInt64},    {kTotalNumberOfTracks, Type::kInt64},
-    {kDisc, Type::kInt64},           {kTotalNumberOfDiscs, Type::kInt64},
+    {kTitle, Type::kString},
+    {kArtist, Type::kString},
+    {kAlbum, Type::kString},
+    {kGenre, Type::kString},
+    {kComposer, Type::kString},
+    {kComment, Type::kString},
+    {kLyrics, Type::kString},
+    {kAlbumArtist, Type::kString},
+    {kGrouping, Type::kString},
+    {kEncoder, Type::kString},
+    {kPublisher, Type::kString},
+    {kDescription, Type::kString},
+    {kCatalogNumber, Type::kString},
+    {kConductor, Type::kString},
+    {kDiscSubtitle, Type::kString},
+    {kCueSheet, Type::kString},
+    {kRating, Type::kDouble},
+    {kCompilation, Type::kBool},
+    {kYear, Type::kInt64},
+    {kBpm, Type::kInt64},
+    {kTrackNumber, Type::kInt64},
+    {kTotalNumberOfTracks, Type::kInt64},
+    {kDisc, Type::kInt64, kTotalNumberOfDiscs},
+    {kTotalNumberOfDiscs, Type::kInt64},
 };
 
 /// Returns the field with this key (exact, case-sensitive), or null when there is none.

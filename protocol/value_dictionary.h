@@ -33,8 +33,10 @@ class ValueDictionary final : public Dictionary {
   /// when none can be made.
   using TruncationConnector = std::function<std::unique_ptr<TruncationConnection>(int endpoint)>;
 
-  /// `connector` serves createTruncationConnection; without one there is never a connection.
-  explicit ValueDictionary(TruncationConnector connector = {});
+  /// Without a connector there is never a truncation connection.
+  ValueDictionary() = default;
+  /// `connector` serves createTruncationConnection.
+  explicit ValueDictionary(TruncationConnector connector);
 
   /// Puts `value` under `key`, in place of what was there.
   void set(std::string key, Value value);

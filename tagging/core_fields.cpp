@@ -5,6 +5,7 @@
 
 #include "io/fd_file_stream.h"
 #include "io/log.h"
+#include "io/save.h"
 #include "tagging/strings.h"
 
 namespace tagwriter {
@@ -25,7 +26,7 @@ bool writeGenericTag(int fd, const char* path, const char* name, const Dictionar
     return false;
   }
   if (Tag* tag = file.tag()) edit(*tag);
-  return file.save();
+  return fitsItsFormat(*file.file()) && file.save();
 }
 
 }  // namespace

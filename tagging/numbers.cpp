@@ -1,0 +1,55 @@
+#include "tagging/numbers.h"
+
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+namespace tagwriter {
+namespace {
+
+/// Reads one number; false when there is none at the start of `text`.
+bool parseNumber(const char* text, std::int64_t& number) {
+  char* end = nullptr;
+  const long value = std::strtol(text, &end, 10);
+  if (end == text) return false;
+  number = low32(value);
+  return true;
+}
+
+}  // namespace
+
+int parseNumberPair(const char* text, std::int64_t& first, std::int64_t& second) {
+  if (!parseNumber(text, first)) return 0;
+  const char* slash = std::strrchr(text, '/');
+  return slash && parseNumber(slash + 1, second) ? 2 : 1;
+}
+
+int parseNumberPair(const TagLib::String& text, std::int64_t& first, std::int64_t& second) {
+  return text.isEmpty() ? 0 : parseNumberPair(text.toCString(false), first, second);
+}
+
+std::int32_t low32(std::int64_t value) {
+  return static_cast<std::int32_t>(value);
+}
+
+std::int32_t truncated(double value) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  if (std::isnan(value)) return 0;
+  if (value >= Limits::max()) return Limits::max();
+  if (value <= Limits::min()) return Limits::min();
+  return static_cast<std::int32_t>(value);
+}
+
+std::string printed(std::size_t size, const char* format, ...) {
+  std::string buffer(size, '\0');
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
+  va_end(arguments);
+  return buffer.c_str();
+}
+
+}  // namespace tagwriter

@@ -1,0 +1,50 @@
+#include "tagging/rating.h"
+
+#include "tagging/numbers.h"
+
+namespace tagwriter {
+namespace {
+
+/// One step of the two scales: it holds for ratings up to `limit`.
+struct Step {
+  double limit;
+  int popularimeter;
+  int sdb;
+};
+
+constexpr Step kUnrated = {0.0, 0, 0};
+constexpr Step kSteps[] = {
+    {0.5, 13, 10},  {1.0, 23, 20},  {1.5, 54, 30},  {2.0, 64, 40},  {2.5, 118, 50},
+    {3.0, 128, 60}, {3.5, 186, 70}, {4.0, 196, 80}, {4.5, 242, 90}, {5.0, 255, 100},
+};
+constexpr Step kBeyond = {0.0, 255, 0};
+
+const Step& stepOf(double rating) {
+  if (rating == 0.0) return kUnrated;
+  for (const Step& step : kSteps) {
+    if (rating <= step.limit) return step;
+  }
+  return kBeyond;
+}
+
+}  // namespace
+
+int popularimeterRating(double rating) {
+  return stepOf(rating).popularimeter;
+}
+
+int sdbRating(double rating) {
+  return stepOf(rating).sdb;
+}
+
+std::int32_t percentRating(double rating) {
+  return truncated(rating * 100.0 / 5.0);
+}
+
+unsigned sharedUserRating(double rating) {
+  constexpr unsigned kOfStars[] = {0, 24, 49, 74, 89, 99};
+  const auto stars = static_cast<unsigned>(truncated(rating));
+  return stars < 6 ? kOfStars[stars] : 0;
+}
+
+}  // namespace tagwriter

@@ -1,0 +1,31 @@
+// What a field writer hands over: one editing callable a tag family.
+#pragma once
+
+#include <apetag.h>
+#include <asftag.h>
+#include <id3v1tag.h>
+#include <id3v2tag.h>
+#include <mp4tag.h>
+#include <xiphcomment.h>
+
+#include <functional>
+
+namespace tagwriter {
+
+/// Edits one family's tag object. Empty when the field leaves the family alone. What it captures
+/// must live as long as the call that it is handed to.
+template <typename Tag>
+using FieldEditor = std::function<void(Tag*)>;
+
+/// The editors of one field. The file's format picks the one that runs (for an MPEG file with an
+/// ID3v1 tag, two).
+struct VQNTagWritingBlocks {
+  FieldEditor<TagLib::ID3v2::Tag> id3v2Block;       ///< MPEG, AIFF, WAV, DSF
+  FieldEditor<TagLib::ID3v1::Tag> id3v1Block;       ///< MPEG, when the file has an ID3v1 tag
+  FieldEditor<TagLib::MP4::Tag> mp4Block;           ///< MP4 family
+  FieldEditor<TagLib::Ogg::XiphComment> xiphBlock;  ///< FLAC, Vorbis, Ogg FLAC, Opus
+  FieldEditor<TagLib::ASF::Tag> asfBlock;           ///< WMA
+  FieldEditor<TagLib::APE::Tag> apeBlock;           ///< Monkey's Audio, WavPack, Musepack
+};
+
+}  // namespace tagwriter
