@@ -1,0 +1,133 @@
+#include "dsf/dsf_file.h"
+
+#include <id3v2framefactory.h>
+#include <id3v2header.h>
+
+namespace TagLib::DSF {
+namespace {
+
+// The DSD chunk, which starts the file (DSF File Format Specification, version 1.01).
+//   0  4  "DSD "
+//   4  8  size of this chunk: not used
+//  12  8  total file size: neither read nor written (kept)
+//  20  8  pointer to the metadata chunk, 0 when there is none
+constexpr const char* kDsdChunkId = "DSD ";
+constexpr unsigned long kChunkIdWidth = 4;
+constexpr long kMetadataPointerOffset = 20;
+constexpr unsigned long kMetadataPointerWidth = 8;
+
+constexpr bool kMostSignificantByteFirst = false;  // in every number of the file
+
+}  // namespace
+
+class File::FilePrivate {
+ public:
+  /// Whether the offset is one that a file can have. A pointer to nowhere leaves -1, and a negative
+  /// pointer comes from the file as it is.
+  bool canSeek() const { return metadataOffset >= 0; }
+
+  long long metadataOffset = -1;
+  unsigned long long tagSize = 0;  // on disk, with header and footer
+  bool hasTag = false;             // found on disk, or written since
+
+  // In this order, so that the properties go before the tag.
+  std::unique_ptr<ID3v2::Tag> tag;
+  std::unique_ptr<Properties> properties;
+};
+
+File::File(FileName file, bool readProperties, AudioProperties::ReadStyle /*propertiesStyle*/)
+    : TagLib::File(file), d(std::make_unique<FilePrivate>()) {
+  if (isOpen()) read(readProperties);
+}
+
+File::File(IOStream* stream, bool readProperties, AudioProperties::ReadStyle /*propertiesStyle*/)
+    : TagLib::File(stream), d(std::make_unique<FilePrivate>()) {
+  if (isOpen()) read(readProperties);
+}
+
+File::~File() = default;
+
+ID3v2::Tag* File::tag() const {
+  return d->tag.get();
+}
+
+bool File::hasID3v2Tag() const {
+  return d->hasTag;
+}
+
+Properties* File::audioProperties() const {
+  return d->properties.get();
+}
+
+bool File::save() {
+  if (readOnly() || !isValid()) return false;
+  if (!d->tag) return true;
+
+  if (d->tag->isEmpty()) {
+    removeMetadata();
+  } else {
+    writeMetadata();
+  }
+  return true;
+}
+
+void File::read(bool readProperties) {
+  if (!isValid()) return;
+
+  if (readBlock(kChunkIdWidth) != kDsdChunkId) {
+    setValid(false);
+    return;
+  }
+
+  seek(kMetadataPointerOffset);
+  const long long pointer = readBlock(kMetadataPointerWidth).toLongLong(kMostSignificantByteFirst);
+  if (pointer < length()) d->metadataOffset = pointer;
+
+  if (readProperties) d->properties = std::make_unique<Properties>(this, Properties::Average);
+
+  if (d->metadataOffset == 0) {
+    d->tag = std::make_unique<ID3v2::Tag>();
+    return;
+  }
+  // A pointer to nowhere counts as a tag as well (kept). The library then makes a tag of what it
+  // finds at the stream's position, which is seldom more than an empty one.
+  d->tag = std::make_unique<ID3v2::Tag>(this, static_cast<long>(d->metadataOffset),
+                                        ID3v2::FrameFactory::instance());
+  d->hasTag = true;
+  d->tagSize = d->tag->header()->completeTagSize();
+}
+
+void File::removeMetadata() {
+  if (!d->hasTag) return;
+
+  // Not every stream refuses an offset that cannot be sought: some damage the audio instead.
+  if (d->canSeek()) removeBlock(static_cast<unsigned long>(d->metadataOffset), d->tagSize);
+  d->hasTag = false;
+  d->tagSize = 0;
+  d->metadataOffset = 0;
+  writeMetadataPointer();
+}
+
+void File::writeMetadata() {
+  if (d->hasTag) {
+    const ByteVector rendered = d->tag->render();
+    // As above: a tag that has no place in the file is not written.
+    if (d->canSeek()) insert(rendered, static_cast<unsigned long>(d->metadataOffset), d->tagSize);
+    d->tagSize = d->tag->header()->completeTagSize();
+    return;
+  }
+
+  // The size is not noted here, so a second save puts its tag before this one (kept).
+  d->metadataOffset = length();
+  d->hasTag = true;
+  writeMetadataPointer();
+  seek(0, End);
+  writeBlock(d->tag->render());
+}
+
+void File::writeMetadataPointer() {
+  seek(kMetadataPointerOffset);
+  writeBlock(ByteVector::fromLongLong(d->metadataOffset, kMostSignificantByteFirst));
+}
+
+}  // namespace TagLib::DSF
