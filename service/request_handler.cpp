@@ -1,7 +1,12 @@
 #include "service/request_handler.h"
 
+#include <fileref.h>
+
 #include <mutex>
 
+#include "artwork/clear_artwork.h"
+#include "artwork/write_artwork.h"
+#include "dsf/dsf_file_type_resolver.h"
 #include "protocol/keys.h"
 #include "service/serial_queue.h"
 #include "service/track_change.h"
@@ -16,7 +21,10 @@ SerialQueue* workQueue = nullptr;
 
 void setUpOnce() {
   static std::once_flag once;
-  std::call_once(once, [] { workQueue = new SerialQueue("org.tagwriter.TagWriter.taglib-queue"); });
+  std::call_once(once, [] {
+    workQueue = new SerialQueue("org.tagwriter.TagWriter.taglib-queue");
+    TagLib::FileRef::addFileTypeResolver(new TagLib::DSFFileTypeResolver);
+  });
 }
 
 bool handleRequest(const Dictionary& request) {
@@ -27,6 +35,17 @@ bool handleRequest(const Dictionary& request) {
   const int fd = request.duplicateDescriptor(key::kFd);
   // Zero counts as failure too, although it is a descriptor (kept).
   if (fd <= 0) return result;
+
+  if (const auto artwork = request.getData(key::kArtwork)) {
+    const std::int64_t type = request.getInt64(key::kArtworkType);
+    workQueue->runAndWait([&] { result = writeArtwork(fd, path, artwork, type, request); });
+    return result;
+  }
+
+  if (request.getBool(key::kClearArtwork)) {
+    workQueue->runAndWait([&] { result = clearArtwork(fd, path, request); });
+    return result;
+  }
 
   const char* changedKey = request.getString(key::kChangedTag);
   const Dictionary* track = request.getDictionary(key::kTrack);

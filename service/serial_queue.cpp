@@ -29,4 +29,9 @@ void SerialQueue::runAndWait(const std::function<void()>& work) {
   work();
 }
 
+std::uint64_t SerialQueue::waiting() const {
+  const std::lock_guard lock(mutex_);
+  return nextTicket_ - nowServing_;
+}
+
 }  // namespace tagwriter

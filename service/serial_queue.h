@@ -6,6 +6,7 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace tagwriter {
 
@@ -21,11 +22,14 @@ class SerialQueue {
   /// What it throws reaches the caller, and the queue goes on. Must not be called from a work item.
   void runAndWait(const std::function<void()>& work);
 
+  /// How many items are in the queue, the one that runs included.
+  std::uint64_t waiting() const;
+
  private:
   class Turn;
 
   std::string label_;
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::condition_variable turnEnded_;
   std::uint64_t nextTicket_ = 0;
   std::uint64_t nowServing_ = 0;
