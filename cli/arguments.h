@@ -1,6 +1,8 @@
 // The command line: what the user asked for, and the exit codes.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -14,13 +16,28 @@ inline constexpr int kExitDone = 0;    ///< all done
 inline constexpr int kExitFailed = 1;  ///< something failed and was named on standard error
 inline constexpr int kExitUsage = 2;   ///< the command line was wrong; nothing was done
 
-/// "set": the fields to write, in the order given, and the files.
+/// "set": the fields to write, in the order given.
 struct SetArguments {
   std::vector<FieldAssignment> fields;
   std::vector<std::string> files;
 };
 
-/// "show": the files.
+/// "clear": the fields to remove, in the order given.
+struct ClearArguments {
+  std::vector<std::string> keys;
+  std::vector<std::string> files;
+};
+
+/// "cover": the image to store, or none to remove all pictures.
+struct CoverArguments {
+  std::string image;
+  std::optional<std::int64_t> type;  ///< an ArtworkType; by the image's first bytes when absent
+  bool replace = false;
+  bool clear = false;
+  std::vector<std::string> files;
+};
+
+/// "show".
 struct ShowArguments {
   std::vector<std::string> files;
 };
@@ -30,7 +47,8 @@ struct ExitNow {
   int code;
 };
 
-using Arguments = std::variant<ExitNow, SetArguments, ShowArguments>;
+using Arguments =
+    std::variant<ExitNow, SetArguments, ClearArguments, CoverArguments, ShowArguments>;
 
 /// Parses the command line; prints help to standard output and usage errors to standard error.
 Arguments parseArguments(int argc, const char* const* argv);

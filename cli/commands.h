@@ -6,10 +6,15 @@
 
 namespace tagwriter {
 
-/// Writes the fields into each file through the service, one request a field.
-int runSet(const SetArguments& arguments);
-
-/// Prints the tags of each file to standard output.
-int runShow(const ShowArguments& arguments);
+/// Writes the fields into each file through the service.
+int run(const SetArguments& arguments);
+/// Removes the fields from each file through the service.
+int run(const ClearArguments& arguments);
+/// Stores the cover in each file, or clears all pictures, through the service.
+int run(const CoverArguments& arguments);
+/// Prints the tags and pictures of each file to standard output.
+int run(const ShowArguments& arguments);
+/// There is nothing more to do.
+int run(const ExitNow& exit);
 
 }  // namespace tagwriter

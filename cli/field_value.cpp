@@ -68,14 +68,6 @@ const char* whatItTakes(field::Type type) {
   return "";
 }
 
-std::string knownKeys() {
-  std::string keys;
-  for (const field::Field& field : field::kAll) {
-    keys += (keys.empty() ? "" : ", ") + std::string(field.key);
-  }
-  return keys;
-}
-
 }  // namespace
 
 std::optional<FieldAssignment> parseAssignment(const std::string& text, std::string& error) {
@@ -87,7 +79,7 @@ std::optional<FieldAssignment> parseAssignment(const std::string& text, std::str
   const std::string key = text.substr(0, equals);
   const field::Field* field = field::find(key);
   if (!field) {
-    error = key + ": no such field; the fields are " + knownKeys();
+    error = unknownFieldText(key);
     return std::nullopt;
   }
   const std::optional<Value> value = parseValue(field->type, text.substr(equals + 1));
@@ -96,6 +88,16 @@ std::optional<FieldAssignment> parseAssignment(const std::string& text, std::str
     return std::nullopt;
   }
   return FieldAssignment{key, *value};
+}
+
+std::string unknownFieldText(const std::string& key) {
+  std::string text = key + ": no such field; the fields are";
+  const char* separator = " ";
+  for (const field::Field& field : field::kAll) {
+    text += separator + std::string(field.key);
+    separator = ", ";
+  }
+  return text;
 }
 
 }  // namespace tagwriter

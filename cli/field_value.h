@@ -20,4 +20,7 @@ struct FieldAssignment {
 /// a text in `error` that names the key and what it takes.
 std::optional<FieldAssignment> parseAssignment(const std::string& text, std::string& error);
 
+/// What to say about a key that is no field's; names the fields.
+std::string unknownFieldText(const std::string& key);
+
 }  // namespace tagwriter

@@ -1,10 +1,14 @@
+#include <fcntl.h>
+
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
 
 #include "cli/commands.h"
-#include "client/tag_reader.h"
+#include "protocol/unique_fd.h"
+#include "reading/pictures.h"
+#include "reading/tag_listing.h"
 
 namespace tagwriter {
 namespace {
@@ -19,27 +23,42 @@ std::string indented(const std::string& value) {
   return text;
 }
 
+void print(const PictureInfo& picture) {
+  std::cout << "  picture: " << (picture.role.empty() ? "Cover" : picture.role) << ", "
+            << (picture.mimeType.empty() ? "unknown format" : picture.mimeType);
+  if (picture.dimensions) {
+    std::cout << ", " << picture.dimensions->width << "x" << picture.dimensions->height;
+  }
+  std::cout << ", " << picture.size << " bytes\n";
+}
+
+bool fail(const std::string& path, const std::string& reason) {
+  std::cerr << path << ": " << reason << '\n';
+  return false;
+}
+
 bool showFile(const std::string& path) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) {
-    std::cerr << path << ": " << (error ? error.message() : "not a regular file") << '\n';
-    return false;
+    return fail(path, error ? error.message() : "not a regular file");
   }
-  const std::optional<TagListing> tags = readTags(path);
-  if (!tags) {
-    std::cerr << path << ": cannot be read as an audio file\n";
-    return false;
-  }
+  const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file) return fail(path, std::strerror(errno));
+  const std::optional<TagListing> tags = readTags(file.get(), path);
+  if (!tags) return fail(path, "cannot be read as an audio file");
+  const std::vector<PictureInfo> pictures = readPictures(file.get(), path);
+
   std::cout << path << '\n';
   for (const auto& [name, value] : *tags)
     std::cout << "  " << name << ": " << indented(value) << '\n';
-  if (tags->empty()) std::cout << "  (no tags)\n";
+  for (const PictureInfo& picture : pictures) print(picture);
+  if (tags->empty() && pictures.empty()) std::cout << "  (no tags)\n";
   return true;
 }
 
 }  // namespace
 
-int runShow(const ShowArguments& arguments) {
+int run(const ShowArguments& arguments) {
   bool allShown = true;
   for (const std::string& path : arguments.files) allShown = showFile(path) && allShown;
   std::cout.flush();

@@ -35,11 +35,17 @@ bool TagWriter::connect(std::string& error) {
   return true;
 }
 
-WriteOutcome TagWriter::send(const ValueDictionary& request) {
+WriteOutcome TagWriter::send(int fd, const std::string& path, ValueDictionary request) {
   using Status = WriteOutcome::Status;
   std::string error;
   if (!connection_ && !connect(error)) {
     return {Status::kNoAnswer, "the service cannot be started: " + error};
+  }
+  const dbus::TruncationServer truncations;
+  request.set(key::kFd, BorrowedFd{fd});
+  request.set(key::kPath, ByteString{path});
+  if (truncations.endpoint() >= 0) {
+    request.set(key::kTruncateConnection, BorrowedFd{truncations.endpoint()});
   }
   const auto answer = connection_->client->write(request);
   if (const auto* failure = std::get_if<dbus::CallError>(&answer)) {
@@ -51,16 +57,26 @@ WriteOutcome TagWriter::send(const ValueDictionary& request) {
 
 WriteOutcome TagWriter::writeField(int fd, const std::string& path, const std::string& key,
                                    ValueDictionary track) {
-  const dbus::TruncationServer truncations;
   ValueDictionary request;
-  request.set(key::kFd, BorrowedFd{fd});
-  request.set(key::kPath, ByteString{path});
   request.set(key::kChangedTag, key);
   request.set(key::kTrack, std::move(track));
-  if (truncations.endpoint() >= 0) {
-    request.set(key::kTruncateConnection, BorrowedFd{truncations.endpoint()});
-  }
-  return send(request);
+  return send(fd, path, std::move(request));
+}
+
+WriteOutcome TagWriter::writeArtwork(int fd, const std::string& path,
+                                     std::span<const std::byte> image, std::int64_t type,
+                                     bool replace) {
+  ValueDictionary request;
+  request.set(key::kArtwork, image);
+  request.set(key::kArtworkType, type);
+  request.set(key::kReplaceArtwork, replace);
+  return send(fd, path, std::move(request));
+}
+
+WriteOutcome TagWriter::clearArtwork(int fd, const std::string& path) {
+  ValueDictionary request;
+  request.set(key::kClearArtwork, true);
+  return send(fd, path, std::move(request));
 }
 
 }  // namespace tagwriter

@@ -1,7 +1,10 @@
 // The player's side: one object that writes tags through the service.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "protocol/value_dictionary.h"
@@ -36,11 +39,20 @@ class TagWriter {
   WriteOutcome writeField(int fd, const std::string& path, const std::string& key,
                           ValueDictionary track);
 
+  /// Stores `image` (encoded bytes, lent for the call) as the front cover of the file behind `fd`.
+  /// `type` is the image's ArtworkType number. Pictures that are there are replaced, or kept and
+  /// the new one refused.
+  WriteOutcome writeArtwork(int fd, const std::string& path, std::span<const std::byte> image,
+                            std::int64_t type, bool replace);
+
+  /// Removes all pictures from the file behind `fd`.
+  WriteOutcome clearArtwork(int fd, const std::string& path);
+
  private:
   struct Connection;
 
   bool connect(std::string& error);
-  WriteOutcome send(const ValueDictionary& request);
+  WriteOutcome send(int fd, const std::string& path, ValueDictionary request);
 
   std::string workerProgram_;
   std::unique_ptr<Connection> connection_;

@@ -1,0 +1,96 @@
+#include "reading/image_info.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace tagwriter {
+namespace {
+
+using namespace std::string_view_literals;
+using Bytes = std::span<const std::byte>;
+
+struct Signature {
+  std::string_view start;
+  ArtworkType type;
+};
+
+constexpr Signature kSignatures[] = {
+    {"\x89PNG\r\n\x1a\n"sv, kArtworkPNG},
+    {"\xff\xd8\xff"sv, kArtworkJPEG},
+    {"II*\0"sv, kArtworkTIFF},
+    {"MM\0*"sv, kArtworkTIFF},
+    {"GIF87a"sv, kArtworkGIF},
+    {"GIF89a"sv, kArtworkGIF},
+    {"BM"sv, kArtworkBMP},
+};
+
+std::string_view asText(Bytes bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+/// The unsigned number of `width` bytes at `offset`; 0 when it is not all there.
+std::uint32_t number(Bytes image, std::size_t offset, std::size_t width, bool bigEndian) {
+  if (offset > image.size() || width > image.size() - offset) return 0;
+  std::uint32_t value = 0;
+  for (std::size_t i = 0; i < width; ++i) {
+    const std::size_t at = offset + (bigEndian ? i : width - 1 - i);
+    value = value << 8 | std::to_integer<std::uint32_t>(image[at]);
+  }
+  return value;
+}
+
+/// Walks the segments up to the first frame header, which holds the size.
+Dimensions jpegDimensions(Bytes image) {
+  std::size_t offset = 2;
+  while (offset + 4 <= image.size() && number(image, offset, 1, true) == 0xff) {
+    const std::uint32_t marker = number(image, offset + 1, 1, true);
+    if (marker == 0xff) {  // a fill byte
+      ++offset;
+      continue;
+    }
+    const bool isFrame =
+        marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc;
+    if (isFrame) return {number(image, offset + 7, 2, true), number(image, offset + 5, 2, true)};
+    offset += 2 + number(image, offset + 2, 2, true);
+  }
+  return {0, 0};
+}
+
+Dimensions readDimensions(ArtworkType type, Bytes image) {
+  switch (type) {
+    case kArtworkPNG:
+      return {number(image, 16, 4, true), number(image, 20, 4, true)};
+    case kArtworkGIF:
+      return {number(image, 6, 2, false), number(image, 8, 2, false)};
+    case kArtworkBMP: {
+      // A negative height stands for rows from the top.
+      const auto height = static_cast<std::int32_t>(number(image, 22, 4, false));
+      return {number(image, 18, 4, false), height < 0 ? 0U - static_cast<std::uint32_t>(height)
+                                                      : static_cast<std::uint32_t>(height)};
+    }
+    case kArtworkJPEG:
+      return jpegDimensions(image);
+    case kArtworkTIFF:
+      break;
+  }
+  return {0, 0};
+}
+
+}  // namespace
+
+std::optional<ArtworkType> imageTypeOf(Bytes image) {
+  for (const Signature& signature : kSignatures) {
+    if (asText(image).starts_with(signature.start)) return signature.type;
+  }
+  return std::nullopt;
+}
+
+std::optional<Dimensions> dimensionsOf(Bytes image) {
+  const auto type = imageTypeOf(image);
+  if (!type) return std::nullopt;
+  const Dimensions dimensions = readDimensions(*type, image);
+  if (dimensions.width == 0 || dimensions.height == 0) return std::nullopt;
+  return dimensions;
+}
+
+}  // namespace tagwriter

@@ -1,0 +1,68 @@
+#include "reading/tag_listing.h"
+
+#include <fileref.h>
+#include <tpropertymap.h>
+
+#include <string_view>
+
+#include "dsf/dsf_file.h"
+#include "dsf/dsf_file_type_resolver.h"
+#include "io/fd_file_stream.h"
+#include "protocol/unique_fd.h"
+#include "tagging/numbers.h"
+
+namespace tagwriter {
+namespace {
+
+/// The library's generic file reference opens DSF files only with our resolver.
+void registerDSF() {
+  static const auto* const registered =
+      TagLib::FileRef::addFileTypeResolver(new TagLib::DSFFileTypeResolver);
+  (void)registered;
+}
+
+/// The library unifies the tags of the file classes that it knows; ours it would ask for the five
+/// core fields only.
+TagLib::PropertyMap propertiesOf(const TagLib::File& file) {
+  if (const auto* dsf = dynamic_cast<const TagLib::DSF::File*>(&file)) {
+    return dsf->tag()->properties();
+  }
+  return file.properties();
+}
+
+const char* valueOf(const TagListing& tags, std::string_view name) {
+  for (const auto& [tagName, value] : tags) {
+    if (tagName == name) return value.c_str();
+  }
+  return "";
+}
+
+}  // namespace
+
+std::optional<TagListing> readTags(int fd, const std::string& path) {
+  registerDSF();
+  TagLib::FDFileStream stream(duplicateFd(fd).release(), path.c_str(), nullptr, true);
+  const TagLib::FileRef file(&stream, false);
+  if (file.isNull()) return std::nullopt;
+
+  TagListing listing;
+  for (const auto& [name, values] : propertiesOf(*file.file())) {
+    for (const auto& value : values) {
+      listing.emplace_back(name.to8Bit(true), value.to8Bit(true));
+    }
+  }
+  return listing;
+}
+
+DiscPosition discPositionOf(const TagListing& tags) {
+  DiscPosition position;
+  parseNumberPair(valueOf(tags, "DISCNUMBER"), position.number, position.total);
+  std::int64_t unused = 0;
+  // Xiph comments of other programs keep the total in a field of its own.
+  for (const char* name : {"DISCTOTAL", "TOTALDISCS"}) {
+    if (position.total == 0) parseNumberPair(valueOf(tags, name), position.total, unused);
+  }
+  return position;
+}
+
+}  // namespace tagwriter
