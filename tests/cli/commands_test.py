@@ -1,0 +1,147 @@
+"""The tagwriter command as a person at a terminal uses it: output, errors, exit codes, bytes."""
+
+import os
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+import mutagen
+
+BIN = Path(os.environ["TAGWRITER_BIN"])
+DATA = Path(os.environ["TAGWRITER_DATA"])
+
+
+def tagwriter(*arguments, program=BIN / "tagwriter", **options):
+    command = [program, *map(os.fspath, arguments)]
+    return subprocess.run(command, capture_output=True, text=True, timeout=120, **options)
+
+
+class CommandTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="tagwriter-cli-")
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+
+    def copy(self, name, as_name=None):
+        return Path(shutil.copy(DATA / name, self.folder / (as_name or name)))
+
+    def assert_run(self, run, code, stderr=""):
+        self.assertEqual((run.returncode, run.stderr), (code, stderr))
+
+
+class SetTest(CommandTest):
+    def test_writes_several_fields_into_several_files(self):
+        mp3, flac = self.copy("mp3_plain.mp3"), self.copy("flac_plain.flac")
+        run = tagwriter("set", "-t", "title=Süß = gut", "--tag", "year=1918", mp3, flac)
+        self.assert_run(run, 0)
+        self.assertEqual(run.stdout, "")
+        tags = mutagen.File(mp3).tags
+        self.assertEqual((str(tags["TIT2"]), str(tags["TDRC"])), ("Süß = gut", "1918"))
+        tags = mutagen.File(flac).tags
+        self.assertEqual((tags["TITLE"], tags["DATE"]), (["Süß = gut"], ["1918"]))
+
+    def test_keeps_the_order_of_the_fields(self):
+        mp3 = self.copy("mp3_plain.mp3")
+        self.assert_run(tagwriter("set", "-t", "title=one", "-t", "title=two", mp3), 0)
+        self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "two")
+
+    def test_goes_on_after_a_file_that_fails(self):
+        missing, mp3 = self.folder / "missing.mp3", self.copy("mp3_plain.mp3")
+        run = tagwriter("set", "-t", "title=T", missing, self.folder, mp3)
+        self.assert_run(run, 1, f"{missing}: No such file or directory\n"
+                                f"{self.folder}: Is a directory\n")
+        self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "T")
+
+    def test_names_the_field_that_the_service_did_not_write(self):
+        noise = self.folder / "noise.xyz"
+        noise.write_bytes(b"no audio at all")
+        run = tagwriter("set", "-t", "title=T", noise)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn(f"{noise}: title: not written: ", run.stderr)
+        self.assertEqual(noise.read_bytes(), b"no audio at all")
+
+    def test_refuses_what_is_no_regular_file(self):
+        fifo = self.folder / "fifo.mp3"
+        os.mkfifo(fifo)
+        self.assert_run(tagwriter("set", "-t", "title=T", fifo), 1,
+                        f"{fifo}: not a regular file\n")
+
+    def test_takes_a_path_that_is_not_utf8(self):
+        mp3 = os.fsencode(self.folder) + b"/caf\xe9.mp3"
+        shutil.copy(DATA / "mp3_plain.mp3", mp3)
+        run = tagwriter("set", "-t", "title=T", mp3)
+        self.assert_run(run, 0)
+        self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "T")
+
+    def test_usage_errors_do_nothing_and_exit_with_2(self):
+        mp3 = self.copy("mp3_plain.mp3")
+        before = mp3.read_bytes()
+        for arguments, text in [
+            ([], "subcommand"),
+            (["set", mp3], "--tag"),
+            (["set", "-t", "title=T"], "FILE"),
+            (["set", "-t", "title", mp3], "title: expected key=value"),
+            (["set", "-t", "titel=T", mp3], "titel: no such field"),
+            (["set", "-t", "year=MCM", mp3], "year: takes a whole number"),
+            (["set", "-t", "title=T", "-t", "year=MCM", mp3], "year: takes a whole number"),
+            (["frobnicate", mp3], "subcommand"),
+        ]:
+            with self.subTest(arguments=arguments):
+                run = tagwriter(*arguments)
+                self.assertEqual(run.returncode, 2)
+                self.assertIn(text, run.stderr)
+        self.assertEqual(mp3.read_bytes(), before)
+
+    def test_says_when_the_service_is_missing(self):
+        alone = Path(shutil.copy(BIN / "tagwriter", self.folder / "tagwriter"))
+        run = tagwriter("set", "-t", "title=T", self.copy("mp3_plain.mp3"), program=alone)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("tagwriterd", run.stderr)
+
+    def test_says_when_the_service_dies_and_starts_it_again_for_the_next_file(self):
+        shutil.copy(BIN / "tagwriter", self.folder / "tagwriter")
+        worker = self.folder / "tagwriterd"
+        worker.write_text(f"""#!/bin/sh
+if mkdir {self.folder}/started 2>/dev/null; then exit 1; fi
+exec {BIN}/tagwriterd "$@"
+""")
+        worker.chmod(0o755)
+        first, second = self.copy("mp3_plain.mp3", "1.mp3"), self.copy("mp3_plain.mp3", "2.mp3")
+        run = tagwriter("set", "-t", "title=T", first, second, program=self.folder / "tagwriter")
+        self.assertEqual(run.returncode, 1)
+        self.assertIn(f"{first}: title: the service cannot be started", run.stderr)
+        self.assertNotIn("2.mp3", run.stderr)
+        self.assertIsNone(mutagen.File(first).tags)
+        self.assertEqual(str(mutagen.File(second).tags["TIT2"]), "T")
+
+
+class ShowTest(CommandTest):
+    def test_prints_what_is_in_each_file(self):
+        mp3, plain = self.copy("mp3_plain.mp3"), self.copy("flac_plain.flac")
+        tagwriter("set", "-t", "title=T", "-t", "artist=A", mp3)
+        run = tagwriter("show", mp3, plain)
+        self.assert_run(run, 0)
+        self.assertEqual(run.stdout, f"{mp3}\n  ARTIST: A\n  TITLE: T\n{plain}\n  (no tags)\n")
+
+    def test_names_files_that_it_cannot_read(self):
+        noise = self.folder / "noise.txt"
+        noise.write_text("no audio")
+        run = tagwriter("show", noise, self.folder / "missing", self.folder)
+        self.assertEqual(run.returncode, 1)
+        self.assertEqual(run.stderr, f"{noise}: cannot be read as an audio file\n"
+                                     f"{self.folder}/missing: No such file or directory\n"
+                                     f"{self.folder}: not a regular file\n")
+
+
+class HelpTest(CommandTest):
+    def test_help_goes_to_standard_output(self):
+        for arguments in [["--help"], ["set", "--help"], ["show", "--help"]]:
+            run = tagwriter(*arguments)
+            self.assert_run(run, 0)
+            self.assertIn("Usage:", run.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
