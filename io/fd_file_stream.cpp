@@ -28,10 +28,19 @@ void writeFrom(std::FILE* file, const ByteVector& buffer) {
   if (!buffer.isEmpty()) std::fwrite(buffer.data(), 1, buffer.size(), file);
 }
 
-/// Whether both ends of the range are offsets that a file can have.
-bool canSeek(unsigned long start, unsigned long length) {
-  constexpr unsigned long kMax = LONG_MAX;
-  return start <= kMax && length <= kMax - start;
+bool seekTo(std::FILE* file, unsigned long offset) {
+  return offset <= static_cast<unsigned long>(LONG_MAX) &&
+         std::fseek(file, static_cast<long>(offset), SEEK_SET) == 0;
+}
+
+/// Whether both ends of the range are offsets that the file can have. Where a file system ends is
+/// asked by going there; the position stays where it is.
+bool canSeek(std::FILE* file, unsigned long start, unsigned long length) {
+  const long position = std::ftell(file);
+  const bool possible =
+      length <= ULONG_MAX - start && seekTo(file, start) && seekTo(file, start + length);
+  std::fseek(file, position, SEEK_SET);
+  return possible;
 }
 
 }  // namespace
@@ -107,7 +116,7 @@ void FDFileStream::insert(const ByteVector& data, unsigned long start, unsigned 
     logText("FDFileStream::insert() -- read only file");
     return;
   }
-  if (!canSeek(start, replace) || !canSeek(start, data.size())) return;
+  if (!canSeek(d->file, start, replace) || !canSeek(d->file, start, data.size())) return;
 
   if (data.size() <= replace) {
     seek(static_cast<long>(start));
@@ -147,7 +156,7 @@ void FDFileStream::removeBlock(unsigned long start, unsigned long length) {
     logText("FDFileStream::removeBlock() -- invalid file");
     return;
   }
-  if (!canSeek(start, length)) return;
+  if (!canSeek(d->file, start, length)) return;
 
   unsigned long readPosition = start + length;
   unsigned long writePosition = start;

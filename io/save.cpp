@@ -3,10 +3,18 @@
 #include <flacpicture.h>
 #include <xiphcomment.h>
 
+#include <optional>
+
 namespace tagwriter {
 namespace {
 
+using TagLib::ByteVector;
+
+// FLAC format, METADATA_BLOCK_HEADER: one bit that marks the last block, 7 for the type, 24 for the
+// length.
 constexpr unsigned kMaxBlockSize = (1U << 24) - 1;
+constexpr unsigned char kLastBlockMark = 0x80;
+constexpr unsigned char kCommentBlock = 4;
 
 bool fitsBlock(const TagLib::Ogg::XiphComment* comment) {
   return !comment || comment->render(false).size() <= kMaxBlockSize;
@@ -21,24 +29,41 @@ bool fitsBlock(const TagLib::FLAC::Picture& picture) {
          texts <= kMaxBlockSize - kNumbers - picture.data().size();
 }
 
-bool fits(TagLib::FLAC::File& file) {
+bool canSave(TagLib::FLAC::File& file) {
   for (const TagLib::FLAC::Picture* picture : file.pictureList()) {
     if (!fitsBlock(*picture)) return false;
   }
   return fitsBlock(file.xiphComment(false));
 }
 
-bool fits(const TagLib::Ogg::FLAC::File& file) {
-  return fitsBlock(file.tag());
+bool canSave(const TagLib::Ogg::FLAC::File& file) {
+  return file.hasXiphComment() && fitsBlock(file.tag());
+}
+
+/// The packet of the comment, if that is the last metadata block. Packet 0 is the stream's header,
+/// and every metadata block follows in a packet of its own (Ogg mapping of FLAC).
+std::optional<unsigned> lastBlockIfComment(TagLib::Ogg::FLAC::File& file) {
+  for (unsigned i = 1;; ++i) {
+    const ByteVector block = file.packet(i);
+    if (block.isEmpty()) return std::nullopt;
+    const auto header = static_cast<unsigned char>(block[0]);
+    if (header == (kLastBlockMark | kCommentBlock)) return i;
+    if (header & kLastBlockMark) return std::nullopt;
+  }
+}
+
+template <typename Save>
+bool saveKeepingLastBlock(TagLib::Ogg::FLAC::File& file, Save save) {
+  const auto last = lastBlockIfComment(file);
+  if (!save()) return false;
+  if (!last) return true;
+  ByteVector block = file.packet(*last);
+  block[0] = static_cast<char>(kLastBlockMark | kCommentBlock);
+  file.setPacket(*last, block);
+  return file.TagLib::Ogg::File::save();  // the packets only, without a new comment
 }
 
 }  // namespace
-
-bool fitsItsFormat(TagLib::File& file) {
-  if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(&file)) return fits(*flac);
-  if (auto* oggFlac = dynamic_cast<TagLib::Ogg::FLAC::File*>(&file)) return fits(*oggFlac);
-  return true;
-}
 
 bool saveFile(TagLib::MPEG::File& file) {
   using File = TagLib::MPEG::File;
@@ -46,11 +71,21 @@ bool saveFile(TagLib::MPEG::File& file) {
 }
 
 bool saveFile(TagLib::FLAC::File& file) {
-  return fits(file) && file.save();
+  return canSave(file) && file.save();
 }
 
 bool saveFile(TagLib::Ogg::FLAC::File& file) {
-  return fits(file) && file.save();
+  return canSave(file) && saveKeepingLastBlock(file, [&] { return file.save(); });
+}
+
+bool saveReference(TagLib::FileRef& reference) {
+  if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(reference.file())) {
+    return canSave(*flac) && reference.save();
+  }
+  if (auto* oggFlac = dynamic_cast<TagLib::Ogg::FLAC::File*>(reference.file())) {
+    return canSave(*oggFlac) && saveKeepingLastBlock(*oggFlac, [&] { return reference.save(); });
+  }
+  return reference.save();
 }
 
 }  // namespace tagwriter

@@ -1,16 +1,12 @@
 // Saving a file without the harm that the tag library's own save() can do.
 #pragma once
 
+#include <fileref.h>
 #include <flacfile.h>
 #include <mpegfile.h>
 #include <oggflacfile.h>
 
 namespace tagwriter {
-
-/// Whether everything in `file` fits the sizes of its format. The library writes a FLAC metadata
-/// block of more than 16 MiB - 1 bytes with a length that overflows into the block's type (FLAC
-/// format, METADATA_BLOCK_HEADER: 24 bits), and such a file is lost.
-bool fitsItsFormat(TagLib::File& file);
 
 /// Saves `file` with the library's defaults and returns the save's result.
 template <typename File>
@@ -22,8 +18,18 @@ bool saveFile(File& file) {
 /// copying from the ID3v2 tag.
 bool saveFile(TagLib::MPEG::File& file);
 
-/// A FLAC file that does not fit its format is refused: false, and the file is untouched.
+/// A FLAC file with a metadata block above 16 MiB - 1 bytes is refused: false, and the file is
+/// untouched. The library would write the block with a length that overflows into the block's type,
+/// and the file would be lost (FLAC format, METADATA_BLOCK_HEADER).
 bool saveFile(TagLib::FLAC::File& file);
+
+/// The same for the comment of an Ogg FLAC file, which is refused as well when it has none: the
+/// library would put it in the place of the stream's header. Where the comment is the last metadata
+/// block it stays marked as the last; the library drops the mark, and takes the file for damaged
+/// from then on.
 bool saveFile(TagLib::Ogg::FLAC::File& file);
+
+/// FileRef::save() with the refusals and the repair for FLAC and Ogg FLAC files.
+bool saveReference(TagLib::FileRef& reference);
 
 }  // namespace tagwriter

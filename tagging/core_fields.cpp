@@ -26,7 +26,7 @@ bool writeGenericTag(int fd, const char* path, const char* name, const Dictionar
     return false;
   }
   if (Tag* tag = file.tag()) edit(*tag);
-  return fitsItsFormat(*file.file()) && file.save();
+  return saveReference(file);
 }
 
 }  // namespace

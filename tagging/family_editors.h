@@ -8,6 +8,7 @@
 
 #include <apetag.h>
 #include <asftag.h>
+#include <commentsframe.h>
 #include <id3v2tag.h>
 #include <mp4tag.h>
 #include <xiphcomment.h>
@@ -32,6 +33,9 @@ void setID3v2UserTextFrame(TagLib::ID3v2::Tag& tag, const char* description, con
 /// The main one is the first in English, or else the first, among those whose description is empty
 /// or equals "comment" or "Songs-DB_Custom1" in any ASCII case. Others are never touched.
 void setID3v2Comment(TagLib::ID3v2::Tag& tag, const char* value);
+
+/// The main comment frame, owned by the tag; null when there is none.
+TagLib::ID3v2::CommentsFrame* findMainID3v2Comment(const TagLib::ID3v2::Tag& tag);
 
 /// Replaces every unsynchronised lyrics frame by one in English, UTF-8, without a description
 /// (ID3v2.4 frames, 4.8); an empty value leaves an empty frame, null none. A standard exception is

@@ -36,17 +36,6 @@ bool isMainDescription(const String& description) {
          ::strcasecmp(text.c_str(), "Songs-DB_Custom1") == 0;
 }
 
-CommentsFrame* findMainComment(const TagLib::ID3v2::Tag& tag) {
-  CommentsFrame* first = nullptr;
-  for (TagLib::ID3v2::Frame* frame : tag.frameList("COMM")) {
-    auto* comment = dynamic_cast<CommentsFrame*>(frame);
-    if (!comment || !isMainDescription(comment->description())) continue;
-    if (comment->language() == kEnglish) return comment;
-    if (!first) first = comment;
-  }
-  return first;
-}
-
 void addMainComment(TagLib::ID3v2::Tag& tag, const String& text) {
   auto frame = std::make_unique<CommentsFrame>(String::UTF8);
   frame->setText(text);
@@ -56,6 +45,17 @@ void addMainComment(TagLib::ID3v2::Tag& tag, const String& text) {
 }
 
 }  // namespace
+
+CommentsFrame* findMainID3v2Comment(const TagLib::ID3v2::Tag& tag) {
+  CommentsFrame* first = nullptr;
+  for (TagLib::ID3v2::Frame* frame : tag.frameList("COMM")) {
+    auto* comment = dynamic_cast<CommentsFrame*>(frame);
+    if (!comment || !isMainDescription(comment->description())) continue;
+    if (comment->language() == kEnglish) return comment;
+    if (!first) first = comment;
+  }
+  return first;
+}
 
 void setID3v2TextFrame(TagLib::ID3v2::Tag& tag, const char* id, const String& text) {
   try {
@@ -93,9 +93,9 @@ void setID3v2UserTextFrame(TagLib::ID3v2::Tag& tag, const char* description, con
 }
 
 void setID3v2Comment(TagLib::ID3v2::Tag& tag, const char* value) {
-  CommentsFrame* comment = findMainComment(tag);
+  CommentsFrame* comment = findMainID3v2Comment(tag);
   if (!value) {
-    for (; comment; comment = findMainComment(tag)) tag.removeFrame(comment, true);
+    for (; comment; comment = findMainID3v2Comment(tag)) tag.removeFrame(comment, true);
   } else if (comment) {
     comment->setText(toTagString(value));
   } else {

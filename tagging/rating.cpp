@@ -1,5 +1,7 @@
 #include "tagging/rating.h"
 
+#include <iterator>
+
 #include "tagging/numbers.h"
 
 namespace tagwriter {
@@ -35,6 +37,14 @@ int popularimeterRating(double rating) {
 
 int sdbRating(double rating) {
   return stepOf(rating).sdb;
+}
+
+double starsOfPopularimeter(int rating) {
+  if (rating <= kUnrated.popularimeter) return kUnrated.limit;
+  for (const Step& step : kSteps) {
+    if (rating <= step.popularimeter) return step.limit;
+  }
+  return std::end(kSteps)[-1].limit;
 }
 
 std::int32_t percentRating(double rating) {

@@ -14,4 +14,7 @@ std::int32_t percentRating(double rating);
 /// The value of "WM/SharedUserRating" for whole stars; 0 below 0 and above 5.
 unsigned sharedUserRating(double rating);
 
+/// The stars that a popularimeter's rating byte stands for: the least whose byte is not below it.
+double starsOfPopularimeter(int rating);
+
 }  // namespace tagwriter
