@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <map>
 
-#include "artwork/artwork_type.h"
 #include "protocol/fields.h"
 
 namespace tagwriter {
@@ -105,11 +104,11 @@ class CoverVerb final : public Verb {
   }
 
  private:
-  inline static const std::map<std::string, std::int64_t> kTypes = {{"png", kArtworkPNG},
-                                                                    {"jpeg", kArtworkJPEG},
-                                                                    {"tiff", kArtworkTIFF},
-                                                                    {"gif", kArtworkGIF},
-                                                                    {"bmp", kArtworkBMP}};
+  inline static const std::map<std::string, ImageType> kTypes = {{"png", ImageType::kPNG},
+                                                                 {"jpeg", ImageType::kJPEG},
+                                                                 {"tiff", ImageType::kTIFF},
+                                                                 {"gif", ImageType::kGIF},
+                                                                 {"bmp", ImageType::kBMP}};
   CoverArguments parsed_;
   std::vector<std::string> names_;
 };

@@ -1,7 +1,6 @@
 // The command line: what the user asked for, and the exit codes.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <variant>
@@ -31,7 +30,7 @@ struct ClearArguments {
 /// "cover": the image to store, or none to remove all pictures.
 struct CoverArguments {
   std::string image;
-  std::optional<std::int64_t> type;  ///< an ArtworkType; by the image's first bytes when absent
+  std::optional<ImageType> type;  ///< by the image's first bytes when absent
   bool replace = false;
   bool clear = false;
   std::vector<std::string> files;

@@ -1,11 +1,11 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <span>
 
 #include "cli/commands.h"
 #include "cli/edit_files.h"
 #include "cli/field_edits.h"
-#include "reading/image_info.h"
 
 namespace tagwriter {
 namespace {
@@ -18,34 +18,30 @@ std::optional<std::string> readImage(const std::string& path) {
 }
 
 /// The type that the user names, or else what the image's first bytes say.
-std::optional<std::int64_t> typeOf(const CoverArguments& arguments, const std::string& image) {
-  if (arguments.type) return arguments.type;
-  return imageTypeOf(std::as_bytes(std::span(image)));
+ImageType typeOf(const CoverArguments& arguments, std::span<const std::byte> image) {
+  return arguments.type.value_or(detectImageType(image));
 }
 
 int storeCover(const CoverArguments& arguments) {
-  const auto image = readImage(arguments.image);
-  if (!image) {
+  const auto file = readImage(arguments.image);
+  if (!file) {
     std::cerr << arguments.image << ": cannot be read, or is empty\n";
     return kExitFailed;
   }
-  const auto type = typeOf(arguments, *image);
-  if (!type) {
+  const auto image = std::as_bytes(std::span(*file));
+  const ImageType type = typeOf(arguments, image);
+  if (type == ImageType::kOther) {
     std::cerr << arguments.image
               << ": not a PNG, JPEG, TIFF, GIF or BMP image; --type says what it is\n";
     return kExitFailed;
   }
-  return editFiles(arguments.files, {{"cover", [&](TagWriter& writer, const OpenFile& file) {
-                                        return writer.writeArtwork(file.fd, file.path,
-                                                                   std::as_bytes(std::span(*image)),
-                                                                   *type, arguments.replace);
-                                      }}});
+  const Edit cover = Edit::setCover(image, type, arguments.replace);
+  return editFiles(arguments.files, {{"cover", [&](const AudioFile&) { return cover; }}});
 }
 
 int clearCover(const CoverArguments& arguments) {
-  return editFiles(arguments.files, {{"cover", [](TagWriter& writer, const OpenFile& file) {
-                                        return writer.clearArtwork(file.fd, file.path);
-                                      }}});
+  return editFiles(arguments.files,
+                   {{"cover", [](const AudioFile&) { return Edit::clearCovers(); }}});
 }
 
 }  // namespace

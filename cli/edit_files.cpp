@@ -1,53 +1,35 @@
 #include "cli/edit_files.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
-#include <cerrno>
-#include <cstring>
 #include <iostream>
 
 #include "cli/arguments.h"
-#include "client/worker_process.h"
-#include "protocol/unique_fd.h"
 
 namespace tagwriter {
 namespace {
 
-/// Opens a regular file for reading and writing. Returns an empty descriptor on failure, with the
-/// reason in `error`.
-UniqueFd openForUpdate(const std::string& path, std::string& error) {
-  UniqueFd file(::open(path.c_str(), O_RDWR | O_CLOEXEC));
-  struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0) {
-    error = std::strerror(errno);
-    return {};
+/// Whether the file itself is at fault, so that no other edit of it can do better.
+bool concernsFile(Status status) {
+  switch (status) {
+    case Status::kNotFound:
+    case Status::kNotRegularFile:
+    case Status::kNotWritable:
+    case Status::kServiceUnavailable:
+      return true;
+    default:
+      return false;
   }
-  if (!S_ISREG(status.st_mode)) {
-    error = "not a regular file";
-    return {};
-  }
-  return file;
 }
 
-std::string reasonOf(const WriteOutcome& outcome) {
-  if (outcome.status == WriteOutcome::Status::kNoAnswer) return outcome.detail;
-  return "not written: the file is not readable as audio of its type, or the type does not take "
-         "this";
-}
-
-bool editFile(TagWriter& writer, const std::string& path, const std::vector<Edit>& edits) {
-  std::string error;
-  const UniqueFd file = openForUpdate(path, error);
-  if (!file) {
-    std::cerr << path << ": " << error << '\n';
-    return false;
-  }
+bool editFile(TagWriter& writer, const std::string& path, const std::vector<NamedEdit>& edits) {
   bool allWritten = true;
-  for (const Edit& edit : edits) {
-    const WriteOutcome outcome = edit.apply(writer, {file.get(), path});
-    if (outcome.written()) continue;
-    std::cerr << path << ": " << edit.name << ": " << reasonOf(outcome) << '\n';
+  for (const NamedEdit& edit : edits) {
+    const Outcome outcome = writer.write(path, edit.make(path));
+    if (outcome) continue;
+    if (concernsFile(outcome.status)) {
+      std::cerr << path << ": " << outcome.message() << '\n';
+      return false;
+    }
+    std::cerr << path << ": " << edit.name << ": " << outcome.message() << '\n';
     allWritten = false;
   }
   return allWritten;
@@ -55,13 +37,8 @@ bool editFile(TagWriter& writer, const std::string& path, const std::vector<Edit
 
 }  // namespace
 
-int editFiles(const std::vector<std::string>& files, const std::vector<Edit>& edits) {
-  const std::string program = findWorkerProgram();
-  if (program.empty()) {
-    std::cerr << "tagwriter: tagwriterd is neither beside this program nor in its libexec folder\n";
-    return kExitFailed;
-  }
-  TagWriter writer(program);
+int editFiles(const std::vector<std::string>& files, const std::vector<NamedEdit>& edits) {
+  TagWriter writer;
   bool allWritten = true;
   for (const std::string& path : files) allWritten = editFile(writer, path, edits) && allWritten;
   return allWritten ? kExitDone : kExitFailed;

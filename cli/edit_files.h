@@ -9,20 +9,14 @@
 
 namespace tagwriter {
 
-/// A file that is open for reading and writing, with its name.
-struct OpenFile {
-  int fd;
-  const std::string& path;
-};
-
-/// One request, and what it is called when it fails.
-struct Edit {
+/// One edit, and what it is called when it fails.
+struct NamedEdit {
   std::string name;
-  std::function<WriteOutcome(TagWriter& writer, const OpenFile& file)> apply;
+  std::function<Edit(const AudioFile& file)> make;  ///< some edits depend on what is in the file
 };
 
 /// Applies `edits` to each of `files` in turn. What fails is named on standard error as "file:
 /// edit: reason", and the work goes on. Returns an exit code.
-int editFiles(const std::vector<std::string>& files, const std::vector<Edit>& edits);
+int editFiles(const std::vector<std::string>& files, const std::vector<NamedEdit>& edits);
 
 }  // namespace tagwriter

@@ -1,9 +1,11 @@
 #include "cli/field_edits.h"
 
-#include <algorithm>
+#include <fcntl.h>
+
 #include <optional>
 
 #include "protocol/fields.h"
+#include "protocol/unique_fd.h"
 #include "reading/tag_listing.h"
 
 namespace tagwriter {
@@ -12,7 +14,7 @@ namespace {
 /// A field with its new value, or with none when it goes away.
 struct Change {
   std::string key;
-  std::optional<ValueDictionary::Value> value;
+  std::optional<TrackValue> value;
 };
 
 /// The disc and the number of discs, each as far as the user names it.
@@ -35,27 +37,30 @@ DiscChange discChangeOf(const std::vector<Change>& changes) {
   return disc;
 }
 
-Edit discEdit(const DiscChange& disc) {
-  return {field::kDisc, [disc](TagWriter& writer, const OpenFile& file) {
-            const auto tags = readTags(file.fd, file.path);
-            const DiscPosition old = tags ? discPositionOf(*tags) : DiscPosition();
-            ValueDictionary track;
-            track.set(field::kDisc, disc.number.value_or(old.number));
-            track.set(field::kTotalNumberOfDiscs, disc.total.value_or(old.total));
-            return writer.writeField(file.fd, file.path, field::kDisc, std::move(track));
+/// What the file says about its disc; nothing known of a file that cannot be read.
+DiscPosition discPositionIn(const AudioFile& file) {
+  const UniqueFd fd(::open(file.path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!fd) return {};
+  const auto tags = readTags(fd.get(), file.path());
+  return tags ? discPositionOf(*tags) : DiscPosition();
+}
+
+NamedEdit discEdit(const DiscChange& disc) {
+  return {field::kDisc, [disc](const AudioFile& file) {
+            const DiscPosition old = discPositionIn(file);
+            return Edit::setDisc(disc.number.value_or(old.number), disc.total.value_or(old.total));
           }};
 }
 
-Edit fieldEdit(const Change& change) {
-  return {change.key, [change](TagWriter& writer, const OpenFile& file) {
-            ValueDictionary track;
-            if (change.value) track.set(change.key, *change.value);
-            return writer.writeField(file.fd, file.path, change.key, std::move(track));
+NamedEdit fieldEdit(const Change& change) {
+  return {change.key, [change](const AudioFile&) {
+            return change.value ? Edit::setField(change.key, *change.value)
+                                : Edit::clearField(change.key);
           }};
 }
 
-std::vector<Edit> editsOf(const std::vector<Change>& changes) {
-  std::vector<Edit> edits;
+std::vector<NamedEdit> editsOf(const std::vector<Change>& changes) {
+  std::vector<NamedEdit> edits;
   bool discIsIn = false;
   for (const Change& change : changes) {
     if (!isDisc(change.key)) {
@@ -70,13 +75,13 @@ std::vector<Edit> editsOf(const std::vector<Change>& changes) {
 
 }  // namespace
 
-std::vector<Edit> setEdits(const std::vector<FieldAssignment>& fields) {
+std::vector<NamedEdit> setEdits(const std::vector<FieldAssignment>& fields) {
   std::vector<Change> changes;
   for (const FieldAssignment& field : fields) changes.push_back({field.key, field.value});
   return editsOf(changes);
 }
 
-std::vector<Edit> clearEdits(const std::vector<std::string>& keys) {
+std::vector<NamedEdit> clearEdits(const std::vector<std::string>& keys) {
   std::vector<Change> changes;
   for (const std::string& key : keys) changes.push_back({key, std::nullopt});
   return editsOf(changes);

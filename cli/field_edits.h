@@ -12,9 +12,9 @@ namespace tagwriter {
 /// One request a field, in the order given. A number that travels with another (the disc and the
 /// number of discs) goes into one request with it; the one that the user does not name keeps what
 /// the file says.
-std::vector<Edit> setEdits(const std::vector<FieldAssignment>& fields);
+std::vector<NamedEdit> setEdits(const std::vector<FieldAssignment>& fields);
 
 /// The same for fields that go away.
-std::vector<Edit> clearEdits(const std::vector<std::string>& keys);
+std::vector<NamedEdit> clearEdits(const std::vector<std::string>& keys);
 
 }  // namespace tagwriter

@@ -4,10 +4,12 @@
 #include <clocale>
 #include <cwchar>
 
+#include "protocol/fields.h"
+
 namespace tagwriter {
 namespace {
 
-using Value = ValueDictionary::Value;
+using Value = TrackValue;
 
 /// Whether the C library's own decoder takes all of `text` as UTF-8.
 bool isUtf8(const std::string& text) {

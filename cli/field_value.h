@@ -4,15 +4,14 @@
 #include <optional>
 #include <string>
 
-#include "protocol/fields.h"
-#include "protocol/value_dictionary.h"
+#include "client/tag_writer.h"
 
 namespace tagwriter {
 
 /// A field with its new value.
 struct FieldAssignment {
   std::string key;
-  ValueDictionary::Value value;
+  TrackValue value;
 };
 
 /// Reads "key=value". The value is everything behind the first "=", taken as UTF-8 text, a whole

@@ -1,82 +1,92 @@
 #include "client/tag_writer.h"
 
-#include <chrono>
+#include <sys/stat.h>
+
 #include <utility>
 
-#include "client/worker_process.h"
-#include "protocol/keys.h"
-#include "transport/dbus/truncation_server.h"
-#include "transport/dbus/write_client.h"
+#include "client/guards.h"
+#include "client/safe_copy.h"
+#include "client/service.h"
+#include "reading/image_info.h"
+#include "reading/tag_listing.h"
 
 namespace tagwriter {
 namespace {
 
-constexpr std::chrono::seconds kStartLimit(30);
+/// Gives a file the modification time that it had, whatever happens to it in between.
+class KeptTimes {
+ public:
+  explicit KeptTimes(int fd) { known_ = ::fstat(fd, &before_) == 0; }
+
+  void restore(int fd) const {
+    if (!known_) return;
+    const timespec times[] = {{0, UTIME_OMIT}, before_.st_mtim};
+    ::futimens(fd, times);
+  }
+
+ private:
+  struct stat before_ {};
+  bool known_;
+};
 
 }  // namespace
 
-struct TagWriter::Connection {
-  // In this order: the connection closes first, then the worker is waited for.
-  WorkerProcess worker;
-  std::unique_ptr<dbus::WriteClient> client;
-};
+TagWriter::TagWriter(std::string workerProgram)
+    : TagWriter(Service::embedded(std::move(workerProgram))) {}
 
-TagWriter::TagWriter(std::string workerProgram) : workerProgram_(std::move(workerProgram)) {}
+TagWriter::TagWriter(std::unique_ptr<Service> service) : service_(std::move(service)) {}
 
+TagWriter TagWriter::onSessionBus() {
+  return TagWriter(Service::onSessionBus());
+}
+
+TagWriter::TagWriter(TagWriter&&) noexcept = default;
+TagWriter& TagWriter::operator=(TagWriter&&) noexcept = default;
 TagWriter::~TagWriter() = default;
 
-bool TagWriter::connect(std::string& error) {
-  UniqueFd socket;
-  std::optional<WorkerProcess> worker = WorkerProcess::start(workerProgram_, socket, error);
-  if (!worker) return false;
-  auto client = dbus::WriteClient::join(std::move(socket), kStartLimit, error);
-  if (!client) return false;
-  connection_.reset(new Connection{std::move(*worker), std::move(client)});
-  return true;
+Outcome TagWriter::write(const AudioFile& file, const Edit& edit, const WriteOptions& options) {
+  return write(file, std::span(&edit, 1), options);
 }
 
-WriteOutcome TagWriter::send(int fd, const std::string& path, ValueDictionary request) {
-  using Status = WriteOutcome::Status;
-  std::string error;
-  if (!connection_ && !connect(error)) {
-    return {Status::kNoAnswer, "the service cannot be started: " + error};
+Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
+                         const WriteOptions& options) {
+  UniqueFd fd;
+  if (Outcome opened = openForEdit(file, fd); !opened) return opened;
+  if (options.safe) return writeSafely(fd.get(), file.path(), edits, options.keepTimes);
+
+  const KeptTimes times(fd.get());
+  Outcome outcome = send(fd.get(), file.path(), edits);
+  if (options.keepTimes) times.restore(fd.get());
+  return outcome;
+}
+
+Outcome TagWriter::send(int fd, const std::string& path, std::span<const Edit> edits) {
+  for (std::size_t i = 0; i < edits.size(); ++i) {
+    Outcome outcome = edits[i].problem_;
+    if (outcome) outcome = checkRequest(fd, path, *edits[i].request_);
+    if (outcome) outcome = service_->send(fd, path, *edits[i].request_);
+    if (!outcome) {
+      outcome.edit = i;
+      return outcome;
+    }
   }
-  const dbus::TruncationServer truncations;
-  request.set(key::kFd, BorrowedFd{fd});
-  request.set(key::kPath, ByteString{path});
-  if (truncations.endpoint() >= 0) {
-    request.set(key::kTruncateConnection, BorrowedFd{truncations.endpoint()});
-  }
-  const auto answer = connection_->client->write(request);
-  if (const auto* failure = std::get_if<dbus::CallError>(&answer)) {
-    if (!connection_->client->connected()) connection_.reset();
-    return {Status::kNoAnswer, failure->message};
-  }
-  return {std::get<bool>(answer) ? Status::kWritten : Status::kRefused, ""};
+  return {};
 }
 
-WriteOutcome TagWriter::writeField(int fd, const std::string& path, const std::string& key,
-                                   ValueDictionary track) {
-  ValueDictionary request;
-  request.set(key::kChangedTag, key);
-  request.set(key::kTrack, std::move(track));
-  return send(fd, path, std::move(request));
+Outcome TagWriter::writeSafely(int fd, const std::string& path, std::span<const Edit> edits,
+                               bool keepTimes) {
+  const KeptTimes times(fd);
+  SafeCopy copy;
+  if (Outcome made = copy.make(fd, path); !made) return made;
+  if (Outcome written = send(copy.fd(), path, edits); !written) return written;
+  if (!readTags(copy.fd(), path)) return {Status::kCopyUnreadable};
+  if (keepTimes) times.restore(copy.fd());
+  return copy.replaceOriginal(fd);
 }
 
-WriteOutcome TagWriter::writeArtwork(int fd, const std::string& path,
-                                     std::span<const std::byte> image, std::int64_t type,
-                                     bool replace) {
-  ValueDictionary request;
-  request.set(key::kArtwork, image);
-  request.set(key::kArtworkType, type);
-  request.set(key::kReplaceArtwork, replace);
-  return send(fd, path, std::move(request));
-}
-
-WriteOutcome TagWriter::clearArtwork(int fd, const std::string& path) {
-  ValueDictionary request;
-  request.set(key::kClearArtwork, true);
-  return send(fd, path, std::move(request));
+ImageType detectImageType(std::span<const std::byte> image) {
+  const auto type = imageTypeOf(image);
+  return type ? static_cast<ImageType>(*type) : ImageType::kOther;
 }
 
 }  // namespace tagwriter

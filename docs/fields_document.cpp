@@ -53,16 +53,18 @@ const char* nameOf(field::Type type) {
 
 /// A name of the table, which is Latin-1, as code.
 std::string code(const char* name) {
-  return "`" + TagLib::String(name).to8Bit(true) + "`";
+  std::string text = "`";
+  text += TagLib::String(name).to8Bit(true);
+  return text += '`';
 }
 
 template <typename Tag>
 std::string textOf(const Cell<Tag>& cell) {
   if (!cell.form) return "–";
   std::string text = code(cell.name);
-  if (cell.second) text += ", " + code(cell.second);
-  if (cell.form != &cell::Text::kForm) text += std::string(" *") + cell.form->name + "*";
-  if (cell.replaced) text += ", removes " + code(cell.replaced);
+  if (cell.second) text.append(", ").append(code(cell.second));
+  if (cell.form != &cell::Text::kForm) text.append(" *").append(cell.form->name).append("*");
+  if (cell.replaced) text.append(", removes ").append(code(cell.replaced));
   return text;
 }
 

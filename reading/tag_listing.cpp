@@ -6,20 +6,13 @@
 #include <string_view>
 
 #include "dsf/dsf_file.h"
-#include "dsf/dsf_file_type_resolver.h"
 #include "io/fd_file_stream.h"
 #include "protocol/unique_fd.h"
+#include "reading/dsf_registration.h"
 #include "tagging/numbers.h"
 
 namespace tagwriter {
 namespace {
-
-/// The library's generic file reference opens DSF files only with our resolver.
-void registerDSF() {
-  static const auto* const registered =
-      TagLib::FileRef::addFileTypeResolver(new TagLib::DSFFileTypeResolver);
-  (void)registered;
-}
 
 /// The library unifies the tags of the file classes that it knows; ours it would ask for the five
 /// core fields only.
@@ -40,7 +33,7 @@ const char* valueOf(const TagListing& tags, std::string_view name) {
 }  // namespace
 
 std::optional<TagListing> readTags(int fd, const std::string& path) {
-  registerDSF();
+  registerDSFFiles();
   TagLib::FDFileStream stream(duplicateFd(fd).release(), path.c_str(), nullptr, true);
   const TagLib::FileRef file(&stream, false);
   if (file.isNull()) return std::nullopt;

@@ -50,8 +50,8 @@ class SetTest(CommandTest):
     def test_goes_on_after_a_file_that_fails(self):
         missing, mp3 = self.folder / "missing.mp3", self.copy("mp3_plain.mp3")
         run = tagwriter("set", "-t", "title=T", missing, self.folder, mp3)
-        self.assert_run(run, 1, f"{missing}: No such file or directory\n"
-                                f"{self.folder}: Is a directory\n")
+        self.assert_run(run, 1, f"{missing}: cannot be opened: No such file or directory\n"
+                                f"{self.folder}: not a regular file: Is a directory\n")
         self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "T")
 
     def test_names_the_field_that_the_service_did_not_write(self):
@@ -111,7 +111,7 @@ exec {BIN}/tagwriterd "$@"
         first, second = self.copy("mp3_plain.mp3", "1.mp3"), self.copy("mp3_plain.mp3", "2.mp3")
         run = tagwriter("set", "-t", "title=T", first, second, program=self.folder / "tagwriter")
         self.assertEqual(run.returncode, 1)
-        self.assertIn(f"{first}: title: the service cannot be started", run.stderr)
+        self.assertIn(f"{first}: the service cannot be started: ", run.stderr)
         self.assertNotIn("2.mp3", run.stderr)
         self.assertIsNone(mutagen.File(first).tags)
         self.assertEqual(str(mutagen.File(second).tags["TIT2"]), "T")

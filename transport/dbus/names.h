@@ -16,4 +16,7 @@ inline constexpr char kTruncateMethod[] = "Truncate";
 /// The type of every request and every reply.
 inline constexpr char kDictionarySignature[] = "a{sv}";
 
+/// The well-known name of the front on the session bus.
+inline constexpr char kBusName[] = "org.tagwriter.TagWriter";
+
 }  // namespace tagwriter::dbus

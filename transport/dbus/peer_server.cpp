@@ -60,8 +60,9 @@ int servePeer(UniqueFd socket, const ServedMethod& method) {
 
   const sd_bus_vtable vtable[] = {
       SD_BUS_VTABLE_START(0),
-      SD_BUS_METHOD(method.method, kDictionarySignature, kDictionarySignature, answerCall,
-                    SD_BUS_VTABLE_UNPRIVILEGED),
+      SD_BUS_METHOD_WITH_NAMES(method.method, kDictionarySignature, SD_BUS_PARAM(request),
+                               kDictionarySignature, SD_BUS_PARAM(reply), answerCall,
+                               SD_BUS_VTABLE_UNPRIVILEGED),
       SD_BUS_VTABLE_END,
   };
   r = sd_bus_add_object_vtable(bus.get(), nullptr, method.object, method.interface, vtable,

@@ -1,4 +1,4 @@
-#include "client/worker_process.h"
+#include "transport/dbus/worker_process.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -15,7 +15,7 @@
 
 extern char** environ;
 
-namespace tagwriter {
+namespace tagwriter::dbus {
 namespace {
 
 constexpr char kProgram[] = "tagwriterd";
@@ -68,7 +68,7 @@ std::string findWorkerProgram() {
 
 std::optional<WorkerProcess> WorkerProcess::start(const std::string& program, UniqueFd& socket,
                                                   std::string& error) {
-  dbus::SocketPair sockets = dbus::makeSocketPair();
+  SocketPair sockets = makeSocketPair();
   // dup2 of a descriptor onto itself would leave it close-on-exec, so it must not be kWorkerFd.
   const UniqueFd theirs(::fcntl(sockets.theirs.get(), F_DUPFD_CLOEXEC, kWorkerFd + 1));
   if (!theirs) {
@@ -94,4 +94,4 @@ WorkerProcess::~WorkerProcess() {
   }
 }
 
-}  // namespace tagwriter
+}  // namespace tagwriter::dbus

@@ -8,7 +8,7 @@
 
 #include "protocol/unique_fd.h"
 
-namespace tagwriter {
+namespace tagwriter::dbus {
 
 /// Where the service's program is: beside the running program, or in the libexec folder. Empty when
 /// it is in neither place.
@@ -34,4 +34,4 @@ class WorkerProcess {
   pid_t pid_;
 };
 
-}  // namespace tagwriter
+}  // namespace tagwriter::dbus

@@ -26,7 +26,17 @@ std::unique_ptr<WriteClient> WriteClient::join(UniqueFd socket, std::chrono::mic
     error = std::strerror(-r);
     return nullptr;
   }
-  return std::unique_ptr<WriteClient>(new WriteClient(std::move(bus)));
+  return std::unique_ptr<WriteClient>(new WriteClient(std::move(bus), nullptr));
+}
+
+std::unique_ptr<WriteClient> WriteClient::openSessionBus(std::string& error) {
+  sd_bus* raw = nullptr;
+  const int r = sd_bus_open_user(&raw);
+  if (r < 0) {
+    error = std::strerror(-r);
+    return nullptr;
+  }
+  return std::unique_ptr<WriteClient>(new WriteClient(BusHandle(raw), kBusName));
 }
 
 bool WriteClient::connected() const {
@@ -35,7 +45,7 @@ bool WriteClient::connected() const {
 
 std::variant<bool, CallError> WriteClient::write(const ValueDictionary& request) {
   sd_bus_message* raw = nullptr;
-  int r = sd_bus_message_new_method_call(bus_.get(), &raw, nullptr, kWriteObject, kWriteInterface,
+  int r = sd_bus_message_new_method_call(bus_.get(), &raw, destination_, kWriteObject, kWriteInterface,
                                          kWriteMethod);
   if (r < 0) return localError(r);
   const MessageHandle message(raw);

@@ -18,6 +18,9 @@ struct CallError {
   std::string message;
 };
 
+/// The error that the bus gives when nobody owns the service's name and nothing can be started.
+inline constexpr char kServiceUnknownError[] = "org.freedesktop.DBus.Error.ServiceUnknown";
+
 /// A connection to the service. Used by one thread at a time.
 class WriteClient {
  public:
@@ -25,6 +28,10 @@ class WriteClient {
   /// `microseconds` for the handshake. Returns null on failure, with a text in `error`.
   static std::unique_ptr<WriteClient> join(UniqueFd socket, std::chrono::microseconds limit,
                                            std::string& error);
+
+  /// Connects to the session bus, which starts the service at the first request. Returns null on
+  /// failure, with a text in `error`.
+  static std::unique_ptr<WriteClient> openSessionBus(std::string& error);
 
   /// Sends `request` and waits, without a time limit, for the work to be done. Data and descriptors
   /// in it are only read. Returns the reply's "result", or why there is none.
@@ -34,8 +41,11 @@ class WriteClient {
   bool connected() const;
 
  private:
-  explicit WriteClient(BusHandle bus) : bus_(std::move(bus)) {}
+  WriteClient(BusHandle bus, const char* destination)
+      : bus_(std::move(bus)), destination_(destination) {}
+
   BusHandle bus_;
+  const char* destination_;  ///< the service's name, or null where there is only one peer
 };
 
 }  // namespace tagwriter::dbus

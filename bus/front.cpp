@@ -1,0 +1,206 @@
+#include "bus/front.h"
+
+#include <sys/signalfd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+#include "transport/dbus/names.h"
+#include "transport/dbus/peer_connection.h"
+
+namespace tagwriter::dbus {
+namespace {
+
+constexpr std::chrono::seconds kWorkerStartLimit(30);
+constexpr char kLocalInterface[] = "org.freedesktop.DBus.Local";
+
+/// Whether `message` answers `call`: the worker saw the call with the caller's own serial number.
+bool answers(sd_bus_message* message, sd_bus_message* call) {
+  std::uint64_t answered = 0;
+  std::uint64_t asked = 0;
+  return call && sd_bus_message_get_reply_cookie(message, &answered) >= 0 &&
+         sd_bus_message_get_cookie(call, &asked) >= 0 && answered == asked;
+}
+
+}  // namespace
+
+Front::Front(std::string workerProgram, std::chrono::microseconds idleLimit)
+    : workerProgram_(std::move(workerProgram)), idleLimit_(idleLimit) {}
+
+Front::~Front() = default;
+
+int Front::run() {
+  int r = prepare();
+  if (r < 0) return r;
+  if ((r = connectToBus()) < 0) return r;
+  r = sd_event_loop(event_.get());
+  if (bus_) sd_bus_flush(bus_.get());
+  return r;
+}
+
+int Front::prepare() {
+  sd_event* event = nullptr;
+  int r = sd_event_new(&event);
+  if (r < 0) return r;
+  event_.reset(event);
+
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGINT);
+  if (::sigprocmask(SIG_BLOCK, &signals, nullptr) < 0) return -errno;
+  for (const int number : {SIGTERM, SIGINT}) {
+    if ((r = sd_event_add_signal(event, nullptr, number, onSignal, this)) < 0) return r;
+  }
+
+  sd_event_source* source = nullptr;
+  const auto idle = static_cast<std::uint64_t>(idleLimit_.count());
+  r = sd_event_add_time_relative(event, &source, CLOCK_MONOTONIC, idle, 0, onIdle, this);
+  if (r < 0) return r;
+  idleTimer_.reset(source);
+  if ((r = sd_event_add_defer(event, &source, onWorkerGone, this)) < 0) return r;
+  workerGone_.reset(source);
+  return sd_event_source_set_enabled(source, SD_EVENT_OFF);
+}
+
+int Front::connectToBus() {
+  static constexpr sd_bus_vtable kVtable[] = {
+      SD_BUS_VTABLE_START(0),
+      SD_BUS_METHOD_WITH_NAMES(kWriteMethod, kDictionarySignature, SD_BUS_PARAM(request),
+                               kDictionarySignature, SD_BUS_PARAM(reply), onWrite,
+                               SD_BUS_VTABLE_UNPRIVILEGED),
+      SD_BUS_VTABLE_END,
+  };
+  sd_bus* bus = nullptr;
+  int r = sd_bus_open_user(&bus);
+  if (r < 0) return r;
+  bus_.reset(bus);
+  if ((r = sd_bus_set_exit_on_disconnect(bus, 1)) < 0) return r;
+  if ((r = sd_bus_attach_event(bus, event_.get(), SD_EVENT_PRIORITY_NORMAL)) < 0) return r;
+  r = sd_bus_add_object_vtable(bus, nullptr, kWriteObject, kWriteInterface, kVtable, this);
+  if (r < 0) return r;
+  return sd_bus_request_name(bus, kBusName, 0);
+}
+
+int Front::startWorker(std::string& error) {
+  UniqueFd socket;
+  auto process = WorkerProcess::start(workerProgram_, socket, error);
+  if (!process) return -ENOENT;
+  BusHandle connection;
+  int r = joinPeer(std::move(socket), Deadline::in(kWorkerStartLimit), connection);
+  if (r >= 0) r = sd_bus_add_filter(connection.get(), nullptr, onWorkerMessage, this);
+  if (r >= 0) r = sd_bus_attach_event(connection.get(), event_.get(), SD_EVENT_PRIORITY_NORMAL);
+  if (r < 0) {
+    error = std::strerror(-r);
+    connection.reset();  // before the process is waited for
+    return r;
+  }
+  worker_.emplace(Worker{std::move(*process), std::move(connection)});
+  return 0;
+}
+
+int Front::onWrite(sd_bus_message* call, void* front, sd_bus_error*) noexcept {
+  static_cast<Front*>(front)->takeCall(call);
+  return 1;
+}
+
+void Front::takeCall(sd_bus_message* call) {
+  // A request that wants no reply gets no work.
+  if (sd_bus_message_get_expect_reply(call) <= 0) return;
+  waiting_.emplace_back(sd_bus_message_ref(call));
+  forwardNext();
+}
+
+void Front::forwardNext() {
+  while (!inHand_ && !waiting_.empty()) {
+    inHand_ = std::move(waiting_.front());
+    waiting_.pop_front();
+    std::string error;
+    int r = worker_ ? 0 : startWorker(error);
+    if (r >= 0) r = forward(inHand_.get());
+    if (r < 0) failInHand(error.empty() ? std::strerror(-r) : error);
+  }
+  restartIdleTimer();
+}
+
+int Front::forward(sd_bus_message* call) {
+  return sd_bus_send(worker_->connection.get(), call, nullptr);
+}
+
+int Front::onWorkerMessage(sd_bus_message* message, void* front, sd_bus_error*) noexcept {
+  static_cast<Front*>(front)->takeWorkerMessage(message);
+  return 0;
+}
+
+void Front::takeWorkerMessage(sd_bus_message* message) {
+  if (sd_bus_message_is_signal(message, kLocalInterface, "Disconnected") > 0) {
+    // The connection cannot go away inside its own callback.
+    sd_event_source_set_enabled(workerGone_.get(), SD_EVENT_ONESHOT);
+    return;
+  }
+  if (!answers(message, inHand_.get())) return;
+  sd_bus_send(bus_.get(), message, nullptr);
+  inHand_.reset();
+  forwardNext();
+  exitWhenDone();
+}
+
+void Front::failInHand(const std::string& reason) {
+  sd_bus_reply_method_errorf(inHand_.get(), SD_BUS_ERROR_NO_REPLY, "The worker is gone: %s",
+                             reason.c_str());
+  inHand_.reset();
+}
+
+int Front::onWorkerGone(sd_event_source*, void* front) noexcept {
+  static_cast<Front*>(front)->workerGone();
+  return 0;
+}
+
+void Front::workerGone() {
+  worker_.reset();
+  if (inHand_) failInHand("it ended before it answered");
+  forwardNext();
+  exitWhenDone();
+}
+
+void Front::restartIdleTimer() {
+  sd_event_source_set_time_relative(idleTimer_.get(),
+                                    static_cast<std::uint64_t>(idleLimit_.count()));
+  sd_event_source_set_enabled(idleTimer_.get(), SD_EVENT_ONESHOT);
+}
+
+int Front::onIdle(sd_event_source*, std::uint64_t, void* front) noexcept {
+  auto* self = static_cast<Front*>(front);
+  if (self->busy()) {
+    self->restartIdleTimer();
+  } else {
+    self->leave();
+  }
+  return 0;
+}
+
+int Front::onSignal(sd_event_source*, const signalfd_siginfo*, void* front) noexcept {
+  static_cast<Front*>(front)->leave();
+  return 0;
+}
+
+void Front::leave() {
+  if (leaving_) return;
+  leaving_ = true;
+  // Every request that the bus routed here before the name was gone has arrived by the time of the
+  // release's reply, and waits to be processed.
+  sd_bus_release_name(bus_.get(), kBusName);
+  exitWhenDone();
+}
+
+void Front::exitWhenDone() {
+  if (!leaving_ || busy()) return;
+  while (sd_bus_process(bus_.get(), nullptr) > 0) {
+  }
+  if (!busy()) sd_event_exit(event_.get(), 0);
+}
+
+}  // namespace tagwriter::dbus

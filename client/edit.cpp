@@ -1,0 +1,83 @@
+#include <utility>
+
+#include "client/tag_writer.h"
+#include "protocol/fields.h"
+#include "protocol/keys.h"
+#include "protocol/value_dictionary.h"
+
+namespace tagwriter {
+namespace {
+
+bool fits(const TrackValue& value, field::Type type) {
+  switch (type) {
+    case field::Type::kString:
+      return std::holds_alternative<std::string>(value);
+    case field::Type::kInt64:
+      return std::holds_alternative<std::int64_t>(value);
+    case field::Type::kDouble:
+      return std::holds_alternative<double>(value);
+    case field::Type::kBool:
+      return std::holds_alternative<bool>(value);
+  }
+  return false;
+}
+
+/// Whether a request can change this field, and to this value if there is one.
+Outcome checkField(std::string_view key, const TrackValue* value) {
+  const field::Field* field = field::find(key);
+  if (!field) return {Status::kUnknownField, std::string(key)};
+  if (key == field::kTotalNumberOfDiscs) {
+    return {Status::kUnknownField, "the number of discs is written together with the disc"};
+  }
+  if (value && !fits(*value, field->type)) {
+    return {Status::kUnknownField, std::string(key) + " takes a value of another type"};
+  }
+  return {};
+}
+
+ValueDictionary trackChange(std::string_view key, ValueDictionary track) {
+  ValueDictionary request;
+  request.set(key::kChangedTag, std::string(key));
+  request.set(key::kTrack, std::move(track));
+  return request;
+}
+
+}  // namespace
+
+Edit::Edit(ValueDictionary request)
+    : request_(std::make_shared<const ValueDictionary>(std::move(request))) {}
+
+Edit Edit::setField(std::string_view key, const TrackValue& value) {
+  if (Outcome fitting = checkField(key, &value); !fitting) return Edit(std::move(fitting));
+  ValueDictionary track;
+  std::visit([&](const auto& v) { track.set(std::string(key), v); }, value);
+  return Edit(trackChange(key, std::move(track)));
+}
+
+Edit Edit::clearField(std::string_view key) {
+  if (Outcome fitting = checkField(key, nullptr); !fitting) return Edit(std::move(fitting));
+  return Edit(trackChange(key, {}));
+}
+
+Edit Edit::setDisc(std::int64_t number, std::int64_t total) {
+  ValueDictionary track;
+  track.set(field::kDisc, number);
+  track.set(field::kTotalNumberOfDiscs, total);
+  return Edit(trackChange(field::kDisc, std::move(track)));
+}
+
+Edit Edit::setCover(std::span<const std::byte> image, ImageType type, bool replace) {
+  ValueDictionary request;
+  request.set(key::kArtwork, image);
+  request.set(key::kArtworkType, static_cast<std::int64_t>(type));
+  request.set(key::kReplaceArtwork, replace);
+  return Edit(std::move(request));
+}
+
+Edit Edit::clearCovers() {
+  ValueDictionary request;
+  request.set(key::kClearArtwork, true);
+  return Edit(std::move(request));
+}
+
+}  // namespace tagwriter

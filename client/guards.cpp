@@ -1,0 +1,108 @@
+#include "client/guards.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "io/file_type.h"
+
+namespace tagwriter {
+namespace {
+
+constexpr std::uint64_t kMax32Bit = 0xffffffff;
+// With room for what the connection adds: the descriptors, the path's entry, padding.
+constexpr std::uint64_t kMaxRequest = (std::uint64_t{64} << 20) - 1024;
+
+Outcome failed(Status status, int error) {
+  return {status, std::strerror(error)};
+}
+
+bool has32BitSizes(const std::string& path) {
+  const TagFileType type = tagFileTypeForPath(path.c_str());
+  return type == kTagFileWAV || type == kTagFileAIFF;
+}
+
+Outcome openPath(const std::string& path, UniqueFd& fd) {
+  // A pipe without a writer must not keep us waiting.
+  fd.reset(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
+  if (fd) return {};
+  switch (errno) {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case ETXTBSY:
+      return failed(Status::kNotWritable, errno);
+    case EISDIR:
+    case ENXIO:
+    case ENODEV:
+      return failed(Status::kNotRegularFile, errno);
+    default:
+      return failed(Status::kNotFound, errno);
+  }
+}
+
+Outcome checkMode(int fd) {
+  const int flags = ::fcntl(fd, F_GETFL);
+  if (flags < 0) return failed(Status::kNotFound, errno);
+  if ((flags & O_ACCMODE) != O_RDWR) return {Status::kNotWritable, "the descriptor is not open for reading and writing"};
+  if (flags & O_APPEND) return {Status::kOpenedForAppend};
+  return {};
+}
+
+Outcome checkKind(int fd) {
+  struct stat status {};
+  if (::fstat(fd, &status) != 0) return failed(Status::kNotFound, errno);
+  if (!S_ISREG(status.st_mode)) return {Status::kNotRegularFile};
+  return {};
+}
+
+/// The bytes of one value, its variant's signature and padding included.
+struct WireSize {
+  static constexpr std::uint64_t kOverhead = 32;
+  std::uint64_t operator()(const std::string& text) const { return text.size() + kOverhead; }
+  std::uint64_t operator()(const ByteString& text) const { return text.bytes.size() + kOverhead; }
+  std::uint64_t operator()(ValueDictionary::Data data) const { return data.size() + kOverhead; }
+  std::uint64_t operator()(const std::shared_ptr<const ValueDictionary>& dictionary) const {
+    return wireSizeOf(*dictionary) + kOverhead;
+  }
+  template <typename Number>
+  std::uint64_t operator()(const Number&) const {
+    return kOverhead;
+  }
+};
+
+}  // namespace
+
+Outcome openForEdit(const AudioFile& file, UniqueFd& fd) {
+  if (file.fd() >= 0) {
+    fd = duplicateFd(file.fd());
+    if (!fd) return failed(Status::kNotFound, errno);
+  } else if (Outcome opened = openPath(file.path(), fd); !opened) {
+    return opened;
+  }
+  if (Outcome kind = checkKind(fd.get()); !kind) return kind;
+  return checkMode(fd.get());
+}
+
+Outcome checkRequest(int fd, const std::string& path, const ValueDictionary& request) {
+  const std::uint64_t size = wireSizeOf(request) + path.size();
+  if (size >= kMaxRequest) return {Status::kRequestTooLarge};
+  struct stat status {};
+  if (::fstat(fd, &status) != 0) return failed(Status::kNotFound, errno);
+  const auto fileSize = static_cast<std::uint64_t>(status.st_size);
+  if (has32BitSizes(path) && fileSize + size > kMax32Bit) return {Status::kFileTooLarge};
+  return {};
+}
+
+std::uint64_t wireSizeOf(const ValueDictionary& request) {
+  constexpr std::uint64_t kEntryOverhead = 16;
+  std::uint64_t size = 0;
+  for (const auto& [key, value] : request.values()) {
+    size += key.size() + kEntryOverhead + std::visit(WireSize(), value);
+  }
+  return size;
+}
+
+}  // namespace tagwriter

@@ -1,0 +1,47 @@
+// The copy on which an edit happens in safe mode.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <string>
+
+#include "client/tag_writer.h"
+#include "protocol/unique_fd.h"
+
+namespace tagwriter {
+
+/// A faithful copy of a file in the same folder: content, owner, mode and extended attributes. It has
+/// no name where the file system allows that, so that nothing is left behind when the process is
+/// killed; elsewhere it is a hidden file that goes away with this object.
+class SafeCopy {
+ public:
+  SafeCopy() = default;
+  ~SafeCopy();
+  SafeCopy(const SafeCopy&) = delete;
+  SafeCopy& operator=(const SafeCopy&) = delete;
+
+  /// Copies the file behind `original` (lent), whose path is `path`; a symbolic link is followed.
+  /// The content is shared with the original where the file system can. Fails with kCopyFailed when
+  /// anything of the file cannot be kept, and when `path` is another file than `original`.
+  Outcome make(int original, const std::string& path);
+
+  /// The copy, open for reading and writing; owned here.
+  int fd() const { return copy_.get(); }
+
+  /// Flushes the copy to disk and puts it in the original's place, atomically. Fails with
+  /// kReplaceFailed when that does not work or the original has changed since the copy was made.
+  Outcome replaceOriginal(int original);
+
+ private:
+  Outcome create();
+  Outcome copyContent(int original);
+  Outcome copyAttributes(int original);
+  std::string newName() const;
+
+  UniqueFd copy_;
+  std::string target_;     ///< the original's real path
+  std::string temporary_;  ///< the copy's name while it has one
+  struct stat before_ {};
+};
+
+}  // namespace tagwriter

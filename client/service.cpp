@@ -1,0 +1,67 @@
+#include "client/service.h"
+
+#include <chrono>
+#include <utility>
+
+#include "protocol/keys.h"
+#include "transport/dbus/truncation_server.h"
+
+namespace tagwriter {
+namespace {
+
+constexpr std::chrono::seconds kStartLimit(30);
+
+}  // namespace
+
+std::unique_ptr<TagWriter::Service> TagWriter::Service::embedded(std::string workerProgram) {
+  return std::unique_ptr<Service>(new Service(std::move(workerProgram), false));
+}
+
+std::unique_ptr<TagWriter::Service> TagWriter::Service::onSessionBus() {
+  return std::unique_ptr<Service>(new Service({}, true));
+}
+
+bool TagWriter::Service::startWorker(std::string& error) {
+  const std::string program = workerProgram_.empty() ? dbus::findWorkerProgram() : workerProgram_;
+  if (program.empty()) {
+    error = "tagwriterd is neither beside this program nor in its libexec folder";
+    return false;
+  }
+  UniqueFd socket;
+  auto worker = dbus::WorkerProcess::start(program, socket, error);
+  if (!worker) return false;
+  client_ = dbus::WriteClient::join(std::move(socket), kStartLimit, error);
+  if (!client_) return false;
+  worker_.emplace(std::move(*worker));
+  return true;
+}
+
+bool TagWriter::Service::connect(std::string& error) {
+  if (client_ && client_->connected()) return true;
+  client_.reset();
+  worker_.reset();
+  if (!onBus_) return startWorker(error);
+  client_ = dbus::WriteClient::openSessionBus(error);
+  return client_ != nullptr;
+}
+
+Outcome TagWriter::Service::send(int fd, const std::string& path, ValueDictionary request) {
+  std::string error;
+  if (!connect(error)) return {Status::kServiceUnavailable, error};
+
+  const dbus::TruncationServer truncations;
+  request.set(key::kFd, BorrowedFd{fd});
+  request.set(key::kPath, ByteString{path});
+  if (truncations.endpoint() >= 0) {
+    request.set(key::kTruncateConnection, BorrowedFd{truncations.endpoint()});
+  }
+  const auto answer = client_->write(request);
+  if (const auto* failure = std::get_if<dbus::CallError>(&answer)) {
+    return {failure->name == dbus::kServiceUnknownError ? Status::kServiceUnavailable
+                                                        : Status::kNoAnswer,
+            failure->message};
+  }
+  return {std::get<bool>(answer) ? Status::kWritten : Status::kRefused};
+}
+
+}  // namespace tagwriter
