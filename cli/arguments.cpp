@@ -1,8 +1,11 @@
 #include "cli/arguments.h"
 
 #include <CLI/CLI.hpp>
+#include <iostream>
 #include <map>
 
+#include "cli/completion.h"
+#include "cli/help.h"
 #include "protocol/fields.h"
 
 namespace tagwriter {
@@ -22,12 +25,23 @@ class Verb {
   virtual Arguments arguments() const = 0;
 
  protected:
-  CLI::Option* addFiles(std::vector<std::string>& files, const char* name = "FILE",
-                        const char* what = "Audio files") {
-    return command->add_option(name, files, what)->required();
+  void addFiles(FileOptions& options, const char* name = "FILE", const char* what = "Audio files") {
+    command->add_option(name, options.paths, what)->required();
+    command->add_flag("-r,--recursive", options.recursive, "Go into folders, for audio files");
+    command->add_flag("--json", options.json, "Print one JSON object a line");
   }
-  CLI::Option* addRepeated(const char* name, std::vector<std::string>& values, const char* what) {
-    return command->add_option(name, values, what)->required()->allow_extra_args(false);
+  void addEditing(EditOptions& options) {
+    command->add_flag("--safe", options.safe,
+                      "Edit a copy, which takes the file's place only when all has gone well");
+    command->add_flag("--keep-times", options.keepTimes, "Leave the modification time as it was");
+    command->add_flag("--bus", options.bus,
+                      "Use the service on the session bus, not one started for this command");
+    command->add_flag("-n,--dry-run", options.dryRun,
+                      "Say what would be written, and write nothing");
+    command->add_flag("-q,--quiet", options.quiet, "Print nothing but errors");
+  }
+  void addRepeated(const char* name, std::vector<std::string>& values, const char* what) {
+    command->add_option(name, values, what)->required()->allow_extra_args(false);
   }
 
   CLI::App* command;
@@ -37,10 +51,12 @@ class SetVerb final : public Verb {
  public:
   explicit SetVerb(CLI::App& app) : Verb(app, "set", "Write fields into files") {
     addRepeated("-t,--tag", assignments_, "A field and its new value, as KEY=VALUE; may repeat");
-    addFiles(files_);
+    addEditing(options_);
+    addFiles(options_);
+    command->footer(fieldsHelp());
   }
   Arguments arguments() const override {
-    SetArguments result{{}, files_};
+    SetArguments result{{}, options_};
     for (const std::string& text : assignments_) {
       std::string error;
       const auto assignment = parseAssignment(text, error);
@@ -52,34 +68,33 @@ class SetVerb final : public Verb {
 
  private:
   std::vector<std::string> assignments_;
-  std::vector<std::string> files_;
+  EditOptions options_;
 };
 
 class ClearVerb final : public Verb {
  public:
   explicit ClearVerb(CLI::App& app) : Verb(app, "clear", "Remove fields from files") {
     addRepeated("-t,--tag", keys_, "The KEY of a field to remove; may repeat");
-    addFiles(files_);
+    addEditing(options_);
+    addFiles(options_);
+    command->footer(fieldsHelp());
   }
   Arguments arguments() const override {
     for (const std::string& key : keys_) {
       if (!field::find(key)) throw CLI::ValidationError(unknownFieldText(key));
     }
-    return ClearArguments{keys_, files_};
+    return ClearArguments{keys_, options_};
   }
 
  private:
   std::vector<std::string> keys_;
-  std::vector<std::string> files_;
+  EditOptions options_;
 };
 
 class CoverVerb final : public Verb {
  public:
   explicit CoverVerb(CLI::App& app)
       : Verb(app, "cover", "Store an image as the front cover of files, or remove all pictures") {
-    command->footer(
-        "tagwriter cover [--replace] [--type TYPE] IMAGE FILE...\n"
-        "tagwriter cover --clear FILE...");
     auto* replace = command->add_flag("--replace", parsed_.replace,
                                       "Replace the pictures that are there; without it they are "
                                       "kept and the new one is refused");
@@ -90,16 +105,21 @@ class CoverVerb final : public Verb {
                      ->type_name("png|jpeg|tiff|gif|bmp");
     auto* clear = command->add_flag("--clear", parsed_.clear, "Remove all pictures");
     clear->excludes(replace)->excludes(type);
-    addFiles(names_, "NAMES", "The image and the audio files; with --clear only audio files");
+    addEditing(parsed_.options);
+    addFiles(parsed_.options, "IMAGE FILE", "The image and the audio files; with --clear no image");
+    command->footer(
+        "tagwriter cover [--replace] [--type TYPE] IMAGE FILE...\n"
+        "tagwriter cover --clear FILE...");
   }
   Arguments arguments() const override {
     CoverArguments result = parsed_;
-    result.files = names_;
     if (result.clear) return result;
-    if (names_.size() < 2)
+    std::vector<std::string>& paths = result.options.paths;
+    if (paths.size() < 2) {
       throw CLI::ValidationError("cover: IMAGE and at least one FILE are needed");
-    result.image = names_.front();
-    result.files.erase(result.files.begin());
+    }
+    result.image = paths.front();
+    paths.erase(paths.begin());
     return result;
   }
 
@@ -110,26 +130,45 @@ class CoverVerb final : public Verb {
                                                                  {"gif", ImageType::kGIF},
                                                                  {"bmp", ImageType::kBMP}};
   CoverArguments parsed_;
-  std::vector<std::string> names_;
 };
 
 class ShowVerb final : public Verb {
  public:
   explicit ShowVerb(CLI::App& app)
       : Verb(app, "show", "Print the tags and pictures that are in files") {
-    addFiles(files_);
+    addFiles(options_);
   }
-  Arguments arguments() const override { return ShowArguments{files_}; }
+  Arguments arguments() const override { return ShowArguments{options_}; }
 
  private:
-  std::vector<std::string> files_;
+  FileOptions options_;
+};
+
+class CompletionVerb final : public Verb {
+ public:
+  explicit CompletionVerb(CLI::App& app)
+      : Verb(app, "completion", "Print the completions for a shell"), app_(app) {
+    command->add_option("SHELL", shell_, "bash, zsh or fish")
+        ->required()
+        ->check(CLI::IsMember({"bash", "zsh", "fish"}).description(""));
+  }
+  Arguments arguments() const override {
+    std::cout << completionFor(shell_, app_);
+    return ExitNow{kExitDone};
+  }
+
+ private:
+  CLI::App& app_;
+  std::string shell_;
 };
 
 }  // namespace
 
 Arguments parseArguments(int argc, const char* const* argv) {
-  CLI::App app("Writes tags into audio files.", "tagwriter");
+  CLI::App app(kDescription, "tagwriter");
   app.require_subcommand(1);
+  app.footer(kHelpFooter);
+  app.get_formatter()->column_width(28);
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
     return std::string("tagwriter: ") + error.what() + "\nRun with --help for more information.\n";
   });
@@ -138,7 +177,8 @@ Arguments parseArguments(int argc, const char* const* argv) {
   const ClearVerb clear(app);
   const CoverVerb cover(app);
   const ShowVerb show(app);
-  const Verb* const verbs[] = {&set, &clear, &cover, &show};
+  const CompletionVerb completion(app);
+  const Verb* const verbs[] = {&set, &clear, &cover, &show, &completion};
 
   try {
     app.parse(argc, argv);

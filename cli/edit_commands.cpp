@@ -35,23 +35,25 @@ int storeCover(const CoverArguments& arguments) {
               << ": not a PNG, JPEG, TIFF, GIF or BMP image; --type says what it is\n";
     return kExitFailed;
   }
-  const Edit cover = Edit::setCover(image, type, arguments.replace);
-  return editFiles(arguments.files, {{"cover", [&](const AudioFile&) { return cover; }}});
+  const PlannedEdit cover = {Edit::setCover(image, type, arguments.replace),
+                             "cover = " + arguments.image};
+  return editFiles(arguments.options, {{"cover", [&](const AudioFile&) { return cover; }}});
 }
 
 int clearCover(const CoverArguments& arguments) {
-  return editFiles(arguments.files,
-                   {{"cover", [](const AudioFile&) { return Edit::clearCovers(); }}});
+  return editFiles(arguments.options, {{"cover", [](const AudioFile&) {
+                                          return PlannedEdit{Edit::clearCovers(), "no pictures"};
+                                        }}});
 }
 
 }  // namespace
 
 int run(const SetArguments& arguments) {
-  return editFiles(arguments.files, setEdits(arguments.fields));
+  return editFiles(arguments.options, setEdits(arguments.fields));
 }
 
 int run(const ClearArguments& arguments) {
-  return editFiles(arguments.files, clearEdits(arguments.keys));
+  return editFiles(arguments.options, clearEdits(arguments.keys));
 }
 
 int run(const CoverArguments& arguments) {

@@ -1,8 +1,8 @@
 #include "cli/edit_files.h"
 
-#include <iostream>
-
-#include "cli/arguments.h"
+#include "cli/file_list.h"
+#include "cli/interruption.h"
+#include "cli/report.h"
 
 namespace tagwriter {
 namespace {
@@ -14,34 +14,89 @@ bool concernsFile(Status status) {
     case Status::kNotRegularFile:
     case Status::kNotWritable:
     case Status::kServiceUnavailable:
+    case Status::kCopyFailed:
+    case Status::kCopyUnreadable:
+    case Status::kReplaceFailed:
       return true;
     default:
       return false;
   }
 }
 
-bool editFile(TagWriter& writer, const std::string& path, const std::vector<NamedEdit>& edits) {
-  bool allWritten = true;
-  for (const NamedEdit& edit : edits) {
-    const Outcome outcome = writer.write(path, edit.make(path));
-    if (outcome) continue;
-    if (concernsFile(outcome.status)) {
-      std::cerr << path << ": " << outcome.message() << '\n';
-      return false;
+/// Works on one file after the other with the same edits.
+class FileEditor {
+ public:
+  FileEditor(const EditOptions& options, const std::vector<NamedEdit>& edits, Report& report)
+      : options_(options),
+        edits_(edits),
+        report_(report),
+        writer_(options.bus ? TagWriter::onSessionBus() : TagWriter()) {}
+
+  void edit(const std::string& path) {
+    if (options_.dryRun) {
+      for (const NamedEdit& edit : edits_) report_.planned(path, edit.name, edit.plan(path).what);
+    } else if (options_.safe) {
+      editTogether(path);
+    } else {
+      editOneByOne(path);
     }
-    std::cerr << path << ": " << edit.name << ": " << outcome.message() << '\n';
-    allWritten = false;
   }
-  return allWritten;
-}
+
+ private:
+  WriteOptions writeOptions() const {
+    return {.safe = options_.safe, .keepTimes = options_.keepTimes};
+  }
+
+  void editOneByOne(const std::string& path) {
+    for (const NamedEdit& edit : edits_) {
+      const Outcome outcome = writer_.write(path, edit.plan(path).edit, writeOptions());
+      if (!outcome && concernsFile(outcome.status)) return report_.failed(path, outcome.message());
+      report_.done(path, edit.name, outcome);
+    }
+  }
+
+  /// All edits on one copy, or none.
+  void editTogether(const std::string& path) {
+    std::vector<Edit> edits;
+    for (const NamedEdit& edit : edits_) edits.push_back(edit.plan(path).edit);
+    const Outcome outcome = writer_.write(path, edits, writeOptions());
+    if (outcome) {
+      for (const NamedEdit& edit : edits_) report_.done(path, edit.name, outcome);
+    } else if (concernsFile(outcome.status)) {
+      report_.failed(path, outcome.message());
+    } else {
+      report_.done(path, edits_[outcome.edit].name, outcome);
+    }
+  }
+
+  const EditOptions& options_;
+  const std::vector<NamedEdit>& edits_;
+  Report& report_;
+  TagWriter writer_;
+};
 
 }  // namespace
 
-int editFiles(const std::vector<std::string>& files, const std::vector<NamedEdit>& edits) {
-  TagWriter writer;
-  bool allWritten = true;
-  for (const std::string& path : files) allWritten = editFile(writer, path, edits) && allWritten;
-  return allWritten ? kExitDone : kExitFailed;
+int editFiles(const EditOptions& options, const std::vector<NamedEdit>& edits) {
+  const Interruption interruption;
+  Report report(options.json, options.quiet);
+  const std::vector<std::string> files =
+      listFiles(options.paths, options.recursive,
+                [&](const std::string& path, const std::string& why) { report.failed(path, why); });
+
+  Progress progress(files.size(), !options.quiet && !options.dryRun);
+  report.setProgress(&progress);
+  FileEditor editor(options, edits, report);
+  for (std::size_t done = 0; done < files.size(); ++done) {
+    if (interruption.requested()) {
+      report.note("interrupted after " + std::to_string(done) + " of " +
+                  std::to_string(files.size()) + " files");
+      return kExitFailed;
+    }
+    progress.show(done);
+    editor.edit(files[done]);
+  }
+  return report.anyFailed() ? kExitFailed : kExitDone;
 }
 
 }  // namespace tagwriter

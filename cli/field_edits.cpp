@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <optional>
+#include <sstream>
 
 #include "protocol/fields.h"
 #include "protocol/unique_fd.h"
@@ -30,9 +31,9 @@ bool isDisc(const std::string& key) {
 DiscChange discChangeOf(const std::vector<Change>& changes) {
   DiscChange disc;
   for (const Change& change : changes) {
-    const std::int64_t number = change.value ? std::get<std::int64_t>(*change.value) : 0;
-    if (change.key == field::kDisc) disc.number = number;
-    if (change.key == field::kTotalNumberOfDiscs) disc.total = number;
+    if (!isDisc(change.key)) continue;
+    auto& part = change.key == field::kDisc ? disc.number : disc.total;
+    part = change.value ? std::get<std::int64_t>(*change.value) : 0;
   }
   return disc;
 }
@@ -48,14 +49,32 @@ DiscPosition discPositionIn(const AudioFile& file) {
 NamedEdit discEdit(const DiscChange& disc) {
   return {field::kDisc, [disc](const AudioFile& file) {
             const DiscPosition old = discPositionIn(file);
-            return Edit::setDisc(disc.number.value_or(old.number), disc.total.value_or(old.total));
+            const std::int64_t number = disc.number.value_or(old.number);
+            const std::int64_t total = disc.total.value_or(old.total);
+            return PlannedEdit{Edit::setDisc(number, total),
+                               "disc = " + std::to_string(number) + " of " + std::to_string(total)};
           }};
 }
 
+/// A value as the user would type it.
+struct ValueText {
+  std::string operator()(const std::string& text) const { return text; }
+  std::string operator()(std::int64_t number) const { return std::to_string(number); }
+  std::string operator()(double number) const {
+    std::ostringstream text;
+    text << number;
+    return text.str();
+  }
+  std::string operator()(bool flag) const { return flag ? "yes" : "no"; }
+};
+
 NamedEdit fieldEdit(const Change& change) {
   return {change.key, [change](const AudioFile&) {
-            return change.value ? Edit::setField(change.key, *change.value)
-                                : Edit::clearField(change.key);
+            if (!change.value) {
+              return PlannedEdit{Edit::clearField(change.key), "no " + change.key};
+            }
+            return PlannedEdit{Edit::setField(change.key, *change.value),
+                               change.key + " = " + std::visit(ValueText(), *change.value)};
           }};
 }
 

@@ -4,8 +4,6 @@
 #include <clocale>
 #include <cwchar>
 
-#include "protocol/fields.h"
-
 namespace tagwriter {
 namespace {
 
@@ -56,20 +54,6 @@ std::optional<Value> parseValue(field::Type type, const std::string& text) {
   return std::nullopt;
 }
 
-const char* whatItTakes(field::Type type) {
-  switch (type) {
-    case field::Type::kString:
-      return "text in UTF-8";
-    case field::Type::kInt64:
-      return "a whole number";
-    case field::Type::kDouble:
-      return "a decimal number";
-    case field::Type::kBool:
-      return "yes or no";
-  }
-  return "";
-}
-
 }  // namespace
 
 std::optional<FieldAssignment> parseAssignment(const std::string& text, std::string& error) {
@@ -86,10 +70,24 @@ std::optional<FieldAssignment> parseAssignment(const std::string& text, std::str
   }
   const std::optional<Value> value = parseValue(field->type, text.substr(equals + 1));
   if (!value) {
-    error = key + ": takes " + whatItTakes(field->type);
+    error = key + ": takes " + whatFieldTakes(*field);
     return std::nullopt;
   }
   return FieldAssignment{key, *value};
+}
+
+std::string whatFieldTakes(const field::Field& field) {
+  switch (field.type) {
+    case field::Type::kString:
+      return "text in UTF-8";
+    case field::Type::kInt64:
+      return "a whole number";
+    case field::Type::kDouble:
+      return "a decimal number";
+    case field::Type::kBool:
+      return "yes or no";
+  }
+  return "";
 }
 
 std::string unknownFieldText(const std::string& key) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "client/tag_writer.h"
+#include "protocol/fields.h"
 
 namespace tagwriter {
 
@@ -18,6 +19,9 @@ struct FieldAssignment {
 /// number, a decimal or yes/no, as the field wants it. Returns nothing when it does not parse, with
 /// a text in `error` that names the key and what it takes.
 std::optional<FieldAssignment> parseAssignment(const std::string& text, std::string& error);
+
+/// What kind of value the field takes, in a few words.
+std::string whatFieldTakes(const field::Field& field);
 
 /// What to say about a key that is no field's; names the fields.
 std::string unknownFieldText(const std::string& key);

@@ -1,11 +1,14 @@
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <iostream>
 
 #include "cli/commands.h"
+#include "cli/file_list.h"
+#include "cli/json_line.h"
+#include "cli/report.h"
 #include "protocol/unique_fd.h"
 #include "reading/pictures.h"
 #include "reading/tag_listing.h"
@@ -23,7 +26,7 @@ std::string indented(const std::string& value) {
   return text;
 }
 
-void print(const PictureInfo& picture) {
+void printText(const PictureInfo& picture) {
   std::cout << "  picture: " << (picture.role.empty() ? "Cover" : picture.role) << ", "
             << (picture.mimeType.empty() ? "unknown format" : picture.mimeType);
   if (picture.dimensions) {
@@ -32,37 +35,73 @@ void print(const PictureInfo& picture) {
   std::cout << ", " << picture.size << " bytes\n";
 }
 
-bool fail(const std::string& path, const std::string& reason) {
-  std::cerr << path << ": " << reason << '\n';
-  return false;
+void printText(const std::string& path, const TagListing& tags,
+               const std::vector<PictureInfo>& pictures) {
+  std::cout << path << '\n';
+  for (const auto& [name, value] : tags)
+    std::cout << "  " << name << ": " << indented(value) << '\n';
+  for (const PictureInfo& picture : pictures) printText(picture);
+  if (tags.empty() && pictures.empty()) std::cout << "  (no tags)\n";
 }
 
-bool showFile(const std::string& path) {
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) {
-    return fail(path, error ? error.message() : "not a regular file");
+nlohmann::json toJson(const PictureInfo& picture) {
+  nlohmann::json object = {
+      {"role", picture.role}, {"mimeType", picture.mimeType}, {"size", picture.size}};
+  if (picture.dimensions) {
+    object["width"] = picture.dimensions->width;
+    object["height"] = picture.dimensions->height;
   }
-  const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file) return fail(path, std::strerror(errno));
-  const std::optional<TagListing> tags = readTags(file.get(), path);
-  if (!tags) return fail(path, "cannot be read as an audio file");
-  const std::vector<PictureInfo> pictures = readPictures(file.get(), path);
+  return object;
+}
 
-  std::cout << path << '\n';
-  for (const auto& [name, value] : *tags)
-    std::cout << "  " << name << ": " << indented(value) << '\n';
-  for (const PictureInfo& picture : pictures) print(picture);
-  if (tags->empty() && pictures.empty()) std::cout << "  (no tags)\n";
-  return true;
+void printAsJson(const std::string& path, const TagListing& tags,
+                 const std::vector<PictureInfo>& pictures) {
+  nlohmann::json object = {
+      {"file", path}, {"tags", nlohmann::json::object()}, {"pictures", nlohmann::json::array()}};
+  for (const auto& [name, value] : tags) object["tags"][name].push_back(value);
+  for (const PictureInfo& picture : pictures) object["pictures"].push_back(toJson(picture));
+  printJson(object);
+}
+
+UniqueFd openForReading(const std::string& path, std::string& error) {
+  UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0) {
+    error = std::strerror(errno);
+    return {};
+  }
+  if (!S_ISREG(status.st_mode)) {
+    error = "not a regular file";
+    return {};
+  }
+  return file;
+}
+
+void showFile(const std::string& path, bool json, Report& report) {
+  std::string error;
+  const UniqueFd file = openForReading(path, error);
+  if (!file) return report.failed(path, error);
+  const std::optional<TagListing> tags = readTags(file.get(), path);
+  if (!tags) return report.failed(path, "cannot be read as an audio file");
+  const std::vector<PictureInfo> pictures = readPictures(file.get(), path);
+  if (json) {
+    printAsJson(path, *tags, pictures);
+  } else {
+    printText(path, *tags, pictures);
+  }
 }
 
 }  // namespace
 
 int run(const ShowArguments& arguments) {
-  bool allShown = true;
-  for (const std::string& path : arguments.files) allShown = showFile(path) && allShown;
+  const FileOptions& options = arguments.options;
+  Report report(options.json, false);
+  const auto files =
+      listFiles(options.paths, options.recursive,
+                [&](const std::string& path, const std::string& why) { report.failed(path, why); });
+  for (const std::string& path : files) showFile(path, options.json, report);
   std::cout.flush();
-  return allShown && std::cout ? kExitDone : kExitFailed;
+  return report.anyFailed() || !std::cout ? kExitFailed : kExitDone;
 }
 
 }  // namespace tagwriter

@@ -46,7 +46,8 @@ Outcome openPath(const std::string& path, UniqueFd& fd) {
 Outcome checkMode(int fd) {
   const int flags = ::fcntl(fd, F_GETFL);
   if (flags < 0) return failed(Status::kNotFound, errno);
-  if ((flags & O_ACCMODE) != O_RDWR) return {Status::kNotWritable, "the descriptor is not open for reading and writing"};
+  if ((flags & O_ACCMODE) != O_RDWR)
+    return {Status::kNotWritable, "the descriptor is not open for reading and writing"};
   if (flags & O_APPEND) return {Status::kOpenedForAppend};
   return {};
 }

@@ -12,10 +12,10 @@ namespace tagwriter {
 /// what is wrong with the file.
 Outcome openForEdit(const AudioFile& file, UniqueFd& fd);
 
-/// Whether `request` can be sent for the file behind `fd` (lent) called `path`. It must stay below 64
-/// MiB on the wire (D-Bus specification, maximum length of an array), or a caller on the session bus
-/// would lose its connection; and a WAV or AIFF file must not outgrow its 32-bit sizes (RIFF and
-/// AIFF chunk headers).
+/// Whether `request` can be sent for the file behind `fd` (lent) called `path`. It must stay below
+/// 64 MiB on the wire (D-Bus specification, maximum length of an array), or a caller on the session
+/// bus would lose its connection; and a WAV or AIFF file must not outgrow its 32-bit sizes (RIFF
+/// and AIFF chunk headers).
 Outcome checkRequest(int fd, const std::string& path, const ValueDictionary& request);
 
 /// An upper bound for the bytes of `request` on the wire.

@@ -44,7 +44,8 @@ bool copyBytes(int from, int to) {
   std::vector<char> buffer(kAtOnce);
   while ((count = ::read(from, buffer.data(), buffer.size())) > 0) {
     for (ssize_t done = 0; done < count;) {
-      const ssize_t written = ::write(to, buffer.data() + done, static_cast<std::size_t>(count - done));
+      const ssize_t written =
+          ::write(to, buffer.data() + done, static_cast<std::size_t>(count - done));
       if (written < 0) return false;
       done += written;
     }
@@ -73,7 +74,8 @@ bool copyExtendedAttributes(int from, int to) {
   return true;
 }
 
-/// Makes a rename survive a power failure. Where folders cannot be flushed, nothing more can be done.
+/// Makes a rename survive a power failure. Where folders cannot be flushed, nothing more can be
+/// done.
 void flushFolder(const fs::path& folder) {
   const UniqueFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (fd) ::fsync(fd.get());
@@ -119,11 +121,14 @@ std::string SafeCopy::newName() const {
   std::uint64_t random = 0;
   (void)!::getrandom(&random, sizeof random, 0);
   char suffix[32];
-  std::snprintf(suffix, sizeof suffix, ".tagwriter-%016llx", static_cast<unsigned long long>(random));
+  std::snprintf(suffix, sizeof suffix, ".tagwriter-%016llx",
+                static_cast<unsigned long long>(random));
   const fs::path target(target_);
   // Cut, so that the name does not grow beyond what a file system takes.
   constexpr std::size_t kKept = 200;
-  return target.parent_path() / ("." + target.filename().string().substr(0, kKept) + suffix);
+  std::string name = ".";
+  name.append(target.filename().string(), 0, kKept).append(suffix);
+  return target.parent_path() / name;
 }
 
 Outcome SafeCopy::copyContent(int original) {

@@ -10,9 +10,9 @@
 
 namespace tagwriter {
 
-/// A faithful copy of a file in the same folder: content, owner, mode and extended attributes. It has
-/// no name where the file system allows that, so that nothing is left behind when the process is
-/// killed; elsewhere it is a hidden file that goes away with this object.
+/// A faithful copy of a file in the same folder: content, owner, mode and extended attributes. It
+/// has no name where the file system allows that, so that nothing is left behind when the process
+/// is killed; elsewhere it is a hidden file that goes away with this object.
 class SafeCopy {
  public:
   SafeCopy() = default;

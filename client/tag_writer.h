@@ -45,15 +45,15 @@ enum class Status {
   kFileTooLarge,        ///< the file would outgrow the 32-bit sizes of its format
   kRequestTooLarge,     ///< the request would be 64 MiB or more, the limit of the wire
   kCopyFailed,          ///< safe mode: no faithful copy could be made; the file is as it was
-  kCopyUnreadable,      ///< safe mode: the edited copy does not open any more; the file is as it was
-  kReplaceFailed,       ///< safe mode: the copy could not take the file's place
+  kCopyUnreadable,  ///< safe mode: the edited copy does not open any more; the file is as it was
+  kReplaceFailed,   ///< safe mode: the copy could not take the file's place
 };
 
 /// The status of a request with what the system said about it.
 struct [[nodiscard]] TAGWRITER_API Outcome {
   Status status = Status::kWritten;
   std::string detail = {};  ///< what the system said, or empty
-  std::size_t edit = 0;  ///< of several edits, the index of the one that failed
+  std::size_t edit = 0;     ///< of several edits, the index of the one that failed
 
   /// True when the change was written.
   explicit operator bool() const { return status == Status::kWritten; }
@@ -90,7 +90,14 @@ struct WriteOptions {
 };
 
 /// The formats of images.
-enum class ImageType : std::int64_t { kOther = 0, kPNG = 1, kJPEG = 2, kTIFF = 3, kGIF = 4, kBMP = 5 };
+enum class ImageType : std::int64_t {
+  kOther = 0,
+  kPNG = 1,
+  kJPEG = 2,
+  kTIFF = 3,
+  kGIF = 4,
+  kBMP = 5
+};
 
 /// Finds the format by the image's first bytes; kOther when it is none of the five.
 TAGWRITER_API ImageType detectImageType(std::span<const std::byte> image);
@@ -100,8 +107,8 @@ class ValueDictionary;
 /// One change of a file's tags, ready to be made in any number of files.
 class TAGWRITER_API Edit {
  public:
-  /// A field's new value. `key` is a field key ("title", "trackNumber", ...), `value` of its type. A
-  /// disc's number and the number of discs belong together: see setDisc. What does not fit comes
+  /// A field's new value. `key` is a field key ("title", "trackNumber", ...), `value` of its type.
+  /// A disc's number and the number of discs belong together: see setDisc. What does not fit comes
   /// out as kUnknownField when the edit is made.
   static Edit setField(std::string_view key, const TrackValue& value);
   /// A field that goes away.
@@ -161,8 +168,7 @@ class TAGWRITER_API TagWriter {
   explicit TagWriter(std::unique_ptr<Service> service);
 
   Outcome send(int fd, const std::string& path, std::span<const Edit> edits);
-  Outcome writeSafely(int fd, const std::string& path, std::span<const Edit> edits,
-                      bool keepTimes);
+  Outcome writeSafely(int fd, const std::string& path, std::span<const Edit> edits, bool keepTimes);
 
   std::unique_ptr<Service> service_;
 };

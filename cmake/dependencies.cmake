@@ -25,6 +25,9 @@ require_package(SYSTEMD_FOUND libsystemd-dev "libsystemd 252 or later (sd-bus)")
 find_package(CLI11 CONFIG QUIET)
 require_package(CLI11_FOUND libcli11-dev "CLI11")
 
+find_package(nlohmann_json CONFIG QUIET)
+require_package(nlohmann_json_FOUND nlohmann-json3-dev "JSON for Modern C++")
+
 if(BUILD_TESTING)
   find_package(GTest CONFIG QUIET)
   require_package(GTest_FOUND libgtest-dev "GoogleTest")

@@ -40,15 +40,33 @@ std::string upperCased(std::string_view text) {
   return upper;
 }
 
+const ExtensionRow* findRow(const char* path) {
+  const std::string extension = upperCased(extensionOf(path));
+  for (const ExtensionRow& row : kExtensions) {
+    if (row.extension == extension) return &row;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 TagFileType tagFileTypeForPath(const char* path) {
-  if (!path) return kTagFileMP3;
-  const std::string extension = upperCased(extensionOf(path));
-  for (const ExtensionRow& row : kExtensions) {
-    if (row.extension == extension) return row.type;
+  const ExtensionRow* row = path ? findRow(path) : nullptr;
+  return row ? row->type : kTagFileMP3;
+}
+
+bool isWritableFileName(const char* path) {
+  const ExtensionRow* row = findRow(path);
+  if (!row) return false;
+  switch (row->type) {
+    case kTagFileGameMusic:
+    case kTagFileAC3:
+    case kTagFileAU:
+    case kTagFileSHN:
+      return false;
+    default:
+      return true;
   }
-  return kTagFileMP3;
 }
 
 }  // namespace tagwriter

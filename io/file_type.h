@@ -30,4 +30,7 @@ enum TagFileType : unsigned {
 /// kTagFileMP3. The file is not touched.
 TagFileType tagFileTypeForPath(const char* path);
 
+/// Whether `path` has an extension of the table above, of a type that tags can be written into.
+bool isWritableFileName(const char* path);
+
 }  // namespace tagwriter

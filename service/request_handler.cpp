@@ -1,6 +1,8 @@
 #include "service/request_handler.h"
 
 #include <fileref.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <mutex>
 
@@ -13,6 +15,12 @@
 
 namespace tagwriter {
 namespace {
+
+/// Reading from a pipe or a device could keep the one queue waiting for ever.
+bool isRegularFile(int fd) {
+  struct stat status {};
+  return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+}
 
 /// Made once and never destroyed.
 SerialQueue* workQueue = nullptr;
@@ -35,6 +43,10 @@ bool handleRequest(const Dictionary& request) {
   const int fd = request.duplicateDescriptor(key::kFd);
   // Zero counts as failure too, although it is a descriptor (kept).
   if (fd <= 0) return result;
+  if (!isRegularFile(fd)) {
+    ::close(fd);
+    return result;
+  }
 
   if (const auto artwork = request.getData(key::kArtwork)) {
     const std::int64_t type = request.getInt64(key::kArtworkType);

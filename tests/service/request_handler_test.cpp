@@ -1,9 +1,11 @@
 // Requests as the transport hands them over: what is done, and what happens to the descriptor.
 #include "service/request_handler.h"
 
+#include <fcntl.h>
 #include <fileref.h>
 #include <gtest/gtest.h>
 #include <tag.h>
+#include <unistd.h>
 
 #include <functional>
 
@@ -120,6 +122,19 @@ TEST_F(RequestHandler, DoesNothingWithoutADescriptor) {
   request.set(key::kFd, BorrowedFd{-1});
   EXPECT_FALSE(handleRequest(request));
   EXPECT_EQ(countDescriptors(), descriptorsBefore_);
+}
+
+TEST_F(RequestHandler, RefusesWhatIsNoRegularFileAndClosesItsDuplicate) {
+  // The pipe is empty and its writer open: reading from it would not come back.
+  int ends[2];
+  ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+  const UniqueFd reader(ends[0]);
+  const UniqueFd writer(ends[1]);
+  const std::size_t before = countDescriptors();
+  ValueDictionary request = change("title", track("title", "New"));
+  request.set(key::kFd, BorrowedFd{reader.get()});
+  EXPECT_FALSE(handleRequest(request));
+  EXPECT_EQ(countDescriptors(), before);
 }
 
 /// A dictionary that answers with a descriptor of the test's choice.

@@ -41,13 +41,14 @@ int startServer(UniqueFd socket, BusHandle& bus) {
   return sd_bus_negotiate_fds(raw, 1);
 }
 
-int processUntilHangUp(sd_bus* bus) {
-  while (true) {
-    int r = sd_bus_process(bus, nullptr);
+/// Starts and serves until there is an error, the peer's hanging up included.
+int process(sd_bus* bus) {
+  int r = sd_bus_start(bus);
+  while (r >= 0 || r == -EINTR) {
+    r = sd_bus_process(bus, nullptr);
     if (r == 0) r = sd_bus_wait(bus, UINT64_MAX);
-    if (r == -ECONNRESET || r == -ENOTCONN) return 0;
-    if (r < 0 && r != -EINTR) return r;
   }
+  return r;
 }
 
 }  // namespace
@@ -68,8 +69,8 @@ int servePeer(UniqueFd socket, const ServedMethod& method) {
   r = sd_bus_add_object_vtable(bus.get(), nullptr, method.object, method.interface, vtable,
                                const_cast<ServedMethod*>(&method));
   if (r < 0) return r;
-  if ((r = sd_bus_start(bus.get())) < 0) return r;
-  return processUntilHangUp(bus.get());
+  r = process(bus.get());
+  return r == -ECONNRESET || r == -ENOTCONN ? 0 : r;
 }
 
 }  // namespace tagwriter::dbus

@@ -1,6 +1,7 @@
 #include "transport/dbus/worker_process.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -30,8 +31,12 @@ class SpawnPlan {
     ::posix_spawn_file_actions_adddup2(&actions_, socket, kWorkerFd);
     ::posix_spawnattr_init(&attributes_);
     // A group of its own: Ctrl-C at a terminal is for the player, who finishes the file in hand.
-    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETPGROUP);
+    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
     ::posix_spawnattr_setpgroup(&attributes_, 0);
+    // And whatever signals we block, the worker can be ended.
+    sigset_t none;
+    sigemptyset(&none);
+    ::posix_spawnattr_setsigmask(&attributes_, &none);
   }
   ~SpawnPlan() {
     ::posix_spawnattr_destroy(&attributes_);

@@ -45,8 +45,8 @@ bool WriteClient::connected() const {
 
 std::variant<bool, CallError> WriteClient::write(const ValueDictionary& request) {
   sd_bus_message* raw = nullptr;
-  int r = sd_bus_message_new_method_call(bus_.get(), &raw, destination_, kWriteObject, kWriteInterface,
-                                         kWriteMethod);
+  int r = sd_bus_message_new_method_call(bus_.get(), &raw, destination_, kWriteObject,
+                                         kWriteInterface, kWriteMethod);
   if (r < 0) return localError(r);
   const MessageHandle message(raw);
   if ((r = appendDictionary(raw, request)) < 0) return localError(r);

@@ -1,0 +1,52 @@
+#include "cli/file_list.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "io/file_type.h"
+
+namespace tagwriter {
+namespace {
+
+namespace fs = std::filesystem;
+
+void addFolder(const fs::path& folder, std::vector<std::string>& files, const PathError& report) {
+  std::vector<fs::path> entries;
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    entries.push_back(entry->path());
+  }
+  if (error) report(folder, error.message());
+  std::sort(entries.begin(), entries.end());
+
+  for (const fs::path& entry : entries) {
+    const fs::file_status status = fs::symlink_status(entry, error);
+    if (fs::is_directory(status)) {
+      addFolder(entry, files, report);
+    } else if (isWritableFileName(entry.c_str()) && fs::is_regular_file(entry, error)) {
+      files.push_back(entry);
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> listFiles(const std::vector<std::string>& paths, bool recursive,
+                                   const PathError& report) {
+  std::vector<std::string> files;
+  for (const std::string& path : paths) {
+    std::error_code error;
+    if (!fs::is_directory(path, error)) {
+      files.push_back(path);
+    } else if (recursive) {
+      addFolder(path, files, report);
+    } else {
+      report(path, "is a folder; --recursive goes into it");
+    }
+  }
+  return files;
+}
+
+}  // namespace tagwriter

@@ -1,0 +1,44 @@
+#include "cli/report.h"
+
+#include <iostream>
+
+#include "cli/json_line.h"
+
+namespace tagwriter {
+
+void Report::planned(const std::string& path, const std::string& edit, const std::string& what) {
+  if (json_) {
+    printJson({{"file", path}, {"edit", edit}, {"result", "planned"}, {"what", what}});
+  } else if (!quiet_) {
+    std::cout << path << ": " << what << '\n';
+  }
+}
+
+void Report::done(const std::string& path, const std::string& edit, const Outcome& outcome) {
+  if (!outcome) {
+    anyFailed_ = true;
+    printError(path + ": " + edit + ": " + outcome.message());
+  }
+  if (!json_) return;
+  nlohmann::json line = {{"file", path}, {"edit", edit}};
+  line["result"] = outcome ? "written" : "failed";
+  if (!outcome) line["error"] = outcome.message();
+  printJson(line);
+}
+
+void Report::failed(const std::string& path, const std::string& reason) {
+  anyFailed_ = true;
+  printError(path + ": " + reason);
+  if (json_) printJson({{"file", path}, {"result", "failed"}, {"error", reason}});
+}
+
+void Report::note(const std::string& text) {
+  printError("tagwriter: " + text);
+}
+
+void Report::printError(const std::string& text) {
+  if (progress_) progress_->hide();
+  std::cerr << text << '\n';
+}
+
+}  // namespace tagwriter
