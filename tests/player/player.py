@@ -1,0 +1,230 @@
+"""A player's side of the wire, in Python with GLib, sharing no code with the service.
+
+    with Player() as player:
+        with open("song.mp3", "rb+") as file:
+            reply = player.write(change("title", text("Word"), "song.mp3"), [file])
+
+Service starts tagwriterd on one end of a socketpair and watches the process. Player joins the
+other end and sends requests. Neither waits for anything longer than DEADLINE seconds.
+"""
+
+import concurrent.futures
+import os
+import socket
+import subprocess
+import sys
+import tempfile
+
+import gi
+
+gi.require_version("Gio", "2.0")
+from gi.repository import Gio, GLib  # noqa: E402
+
+if "TAGWRITER_BIN" not in os.environ:
+    sys.exit("Set TAGWRITER_BIN to the folder that holds tagwriterd")
+TAGWRITERD = os.path.join(os.environ["TAGWRITER_BIN"], "tagwriterd")
+
+OBJECT = "/org/tagwriter/TagWriter"
+INTERFACE = "org.tagwriter.TagWriter1"
+PEER_INTERFACE = "org.freedesktop.DBus.Peer"
+
+# How long anything may take, in seconds. Far more than anything takes; only failures meet it.
+DEADLINE = 60
+NO_TIME_LIMIT = GLib.MAXINT
+
+
+class RemoteError(Exception):
+    """A D-Bus error that came as the reply."""
+
+    def __init__(self, reply):
+        body = reply.get_body()
+        super().__init__(f"{reply.get_error_name()}: {body.unpack() if body else ''}")
+        self.name = reply.get_error_name()
+
+
+def text(value):
+    """A string as it travels."""
+    return GLib.Variant("s", value)
+
+
+def number(value):
+    """A signed integer as it travels."""
+    return GLib.Variant("x", value)
+
+
+def raw_bytes(value):
+    """Bytes as they travel, without the NUL that GLib likes to add."""
+    return GLib.Variant.new_from_bytes(GLib.VariantType("ay"), GLib.Bytes(value), True)
+
+
+def dictionary(values):
+    """A dictionary as it travels."""
+    return GLib.Variant("a{sv}", values)
+
+
+def dictionary_of_pairs(pairs):
+    """The same from (key, value) pairs, in which a key may come twice."""
+    builder = GLib.VariantBuilder(GLib.VariantType("a{sv}"))
+    for key, value in pairs:
+        entry = GLib.Variant.new_dict_entry(text(key), GLib.Variant.new_variant(value))
+        builder.add_value(entry)
+    return builder.end()
+
+
+def change(field, value, path=None):
+    """A request that changes one field; a value of None clears it. The file is descriptor 0."""
+    request = {
+        "fd": GLib.Variant("h", 0),
+        "changedtag": text(field),
+        "track": dictionary({} if value is None else {field: value}),
+    }
+    if path is not None:
+        request["path"] = text(path)
+    return request
+
+
+def write_call(request, fds=()):
+    """The message that carries a request, a dict or a variant."""
+    body = dictionary(request) if isinstance(request, dict) else request
+    message = Gio.DBusMessage.new_method_call(None, OBJECT, INTERFACE, "Write")
+    message.set_body(GLib.Variant.new_tuple(body))
+    message.set_unix_fd_list(fd_list(fds))
+    return message
+
+
+def fd_list(fds):
+    """Duplicates of descriptors or open files, to be sent."""
+    result = Gio.UnixFDList.new()
+    for fd in fds:
+        result.append(fd if isinstance(fd, int) else fd.fileno())
+    return result
+
+
+def reply_values(body):
+    """The values in the one dictionary of a reply, as a dict of variants."""
+    if body.get_type_string() != "(a{sv})":
+        raise AssertionError(f"a reply of the type {body.get_type_string()}")
+    found = body.get_child_value(0)
+    result = {}
+    for entry in map(found.get_child_value, range(found.n_children())):
+        key = entry.get_child_value(0).get_string()
+        if key in result:
+            raise AssertionError(f"a reply in which {key} comes twice")
+        result[key] = entry.get_child_value(1).get_variant()
+    return result
+
+
+class Service:
+    """A tagwriterd of our own. `socket` is the player's end of its socketpair."""
+
+    def __init__(self):
+        self.socket, theirs = socket.socketpair()
+        self._log = tempfile.TemporaryFile()
+        with theirs:
+            self._process = subprocess.Popen(
+                [TAGWRITERD, f"--fd={theirs.fileno()}"], pass_fds=[theirs.fileno()],
+                stdin=subprocess.DEVNULL, stderr=self._log)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def log(self):
+        """All that the service has written to standard error so far."""
+        size = os.fstat(self._log.fileno()).st_size
+        return os.pread(self._log.fileno(), size, 0).decode(errors="backslashreplace")
+
+    def descriptors(self):
+        """The numbers of the service's open descriptors."""
+        return [int(name) for name in os.listdir(f"/proc/{self._process.pid}/fd")]
+
+    def descriptors_of(self, path):
+        """How many of them are open on the file at `path`."""
+        file = os.stat(path)
+        links = (f"/proc/{self._process.pid}/fd/{fd}" for fd in self.descriptors())
+        return sum(os.path.samestat(os.stat(link), file) for link in links)
+
+    def running(self):
+        """Whether the process has not ended."""
+        return self._process.poll() is None
+
+    def wait(self):
+        """Waits for the end of the process and returns its exit code, -N after signal N."""
+        return self._process.wait(DEADLINE)
+
+    def close(self):
+        """Hangs up, ends the process if it has not ended by itself, and forgets the log."""
+        self.socket.close()
+        if self.running():
+            self._process.kill()
+            self._process.wait()
+        self._log.close()
+
+
+class Player:
+    """A service with a GLib connection to it."""
+
+    def __init__(self):
+        self.service = Service()
+        self._callers = concurrent.futures.ThreadPoolExecutor()
+        ours = Gio.Socket.new_from_fd(self.service.socket.detach())
+        self._connection = Gio.DBusConnection.new_sync(
+            ours.connection_factory_create_connection(), None,
+            Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT, None, None)
+        self.ping()  # the first message must not carry a descriptor
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def ping(self):
+        """A round trip. When it is over, the service has done with all that came before."""
+        self.call(PEER_INTERFACE, "Ping", None)
+
+    def call(self, interface, method, body, object_path=OBJECT):
+        """Makes any call and returns the body of the reply."""
+        message = Gio.DBusMessage.new_method_call(None, object_path, interface, method)
+        if body is not None:
+            message.set_body(body)
+        return self.submit(message).result(DEADLINE)
+
+    def write(self, request, fds=()):
+        """Sends a request, a dict or a variant, and returns the reply as a dict of variants."""
+        return reply_values(self.write_later(request, fds).result(DEADLINE))
+
+    def write_later(self, request, fds=()):
+        """Sends a request. Returns the future of the reply's body."""
+        return self.submit(write_call(request, fds))
+
+    def submit(self, message):
+        """Sends a call, without a time limit. Returns the future of the reply's body."""
+        return self._callers.submit(self._wait_for_reply, message)
+
+    def send(self, message):
+        """Sends a message for whose reply nobody waits."""
+        self._connection.send_message(message, Gio.DBusSendMessageFlags.NONE)
+        self._connection.flush_sync(None)
+
+    def hang_up(self):
+        """Closes the connection and waits for the service to end. Returns its exit code."""
+        if not self._connection.is_closed():
+            self._connection.close_sync(None)
+        return self.service.wait()
+
+    def close(self):
+        """Ends connection and service, whatever their state."""
+        self.service.close()
+        if not self._connection.is_closed():
+            self._connection.close_sync(None)
+        self._callers.shutdown()
+
+    def _wait_for_reply(self, message):
+        reply, _ = self._connection.send_message_with_reply_sync(
+            message, Gio.DBusSendMessageFlags.NONE, NO_TIME_LIMIT, None)
+        if reply.get_message_type() == Gio.DBusMessageType.ERROR:
+            raise RemoteError(reply)
+        return reply.get_body()

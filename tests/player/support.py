@@ -1,0 +1,109 @@
+"""What the tests of this folder share: scratch copies of real files, a player for each test, and
+readers that have nothing to do with the service's tag library."""
+
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+from player import GLib, Player, Service, change
+
+if "TAGWRITER_DATA" not in os.environ:
+    sys.exit("Set TAGWRITER_DATA to the folder tests/data")
+DATA = os.environ["TAGWRITER_DATA"]
+
+SANITIZER_REPORTS = ("AddressSanitizer", "LeakSanitizer", "runtime error:")
+
+# The audio files of the test data, by name.
+AUDIO_FILES = sorted(
+    name for name in os.listdir(DATA)
+    if "." in name and not name.endswith(".md") and not name.startswith("cover"))
+
+
+def run(*command):
+    """Runs a program that must succeed, and returns what it printed."""
+    return subprocess.run(command, check=True, stdin=subprocess.DEVNULL,
+                          stdout=subprocess.PIPE).stdout.decode()
+
+
+def samples(path):
+    """A digest of the decoded audio."""
+    return run("ffmpeg", "-v", "error", "-i", path, "-map", "0:a", "-f", "md5", "-")
+
+
+def contents(path):
+    """The bytes of the file."""
+    with open(path, "rb") as file:
+        return file.read()
+
+
+class ScratchTest(unittest.TestCase):
+    """A test with a folder of its own."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="tagwriter-player-")
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def copy(self, name, new_name=None):
+        """A scratch copy of a file of the test data; returns its path."""
+        path = os.path.join(self.folder, new_name or name)
+        shutil.copyfile(os.path.join(DATA, name), path)
+        return path
+
+    def assert_clean(self, service):
+        """No sanitizer has complained."""
+        log = service.log()
+        for report in SANITIZER_REPORTS:
+            self.assertNotIn(report, log)
+
+    def start_service(self):
+        """A service without a connection, closed at the end of the test."""
+        service = Service()
+        self.addCleanup(service.close)
+        return service
+
+    def start_player(self):
+        """A service with a connection, closed at the end of the test."""
+        player = Player()
+        self.addCleanup(player.close)
+        return player
+
+
+class PlayerTest(ScratchTest):
+    """A test with a player, whose service must be in good health at the end."""
+
+    def setUp(self):
+        super().setUp()
+        self.player = self.start_player()
+        self.service = self.player.service
+        self.addCleanup(self._end_in_good_health)
+
+    def _end_in_good_health(self):
+        code = self.player.hang_up()
+        self.assert_clean(self.service)
+        self.assertEqual(code, 0, self.service.log())
+
+    def write(self, request, path):
+        """Sends a request with the file at `path` as descriptor 0. Returns the reply's values."""
+        with open(path, "rb+") as file:
+            return self.player.write(request, [file])
+
+    def write_field(self, field, value, path):
+        """Changes one field of the file at `path` and returns the result."""
+        return self.result(self.write(change(field, value, path), path))
+
+    def result(self, reply):
+        """The reply's result, which must be there and be a boolean."""
+        self.assertIn("result", reply)
+        self.assertEqual(reply["result"].get_type_string(), "b")
+        return reply["result"].get_boolean()
+
+    def assert_still_answers(self):
+        """The service does the next request."""
+        path = self.copy("mp3_plain.mp3", "next.mp3")
+        before = contents(path)
+        self.assertTrue(self.write_field("title", GLib.Variant("s", "Next"), path))
+        self.assertNotEqual(contents(path), before)
