@@ -17,9 +17,10 @@ constexpr int kIdleSeconds = 30;
 int main(int argc, char** argv) {
   using namespace tagwriter;
 
-  CLI::App app("Serves org.tagwriter.TagWriter on the session bus and lets a tagwriterd worker do "
-               "the work.\nStarted by D-Bus activation, not by hand.",
-               "tagwriter-bus");
+  CLI::App app(
+      "Serves org.tagwriter.TagWriter on the session bus and lets a tagwriterd worker do "
+      "the work.\nStarted by D-Bus activation, not by hand.",
+      "tagwriter-bus");
   int idleSeconds = kIdleSeconds;
   app.add_option("--idle", idleSeconds, "Leave after this many seconds without a request")
       ->check(CLI::PositiveNumber)
@@ -32,8 +33,9 @@ int main(int argc, char** argv) {
 
   const std::string worker = dbus::findWorkerProgram();
   if (worker.empty()) {
-    std::fputs("tagwriter-bus: tagwriterd is neither beside this program nor in its libexec folder\n",
-               stderr);
+    std::fputs(
+        "tagwriter-bus: tagwriterd is neither beside this program nor in its libexec folder\n",
+        stderr);
     return kExitFailed;
   }
   const int r = dbus::Front(worker, std::chrono::seconds(idleSeconds)).run();

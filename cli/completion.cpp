@@ -54,6 +54,7 @@ std::string joined(const std::vector<std::string>& words) {
 
 std::string verbNames(const std::vector<VerbWords>& verbs) {
   std::vector<std::string> names;
+  names.reserve(verbs.size());
   for (const VerbWords& verb : verbs) names.push_back(verb.name);
   return joined(names);
 }

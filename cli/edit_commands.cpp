@@ -35,8 +35,8 @@ int storeCover(const CoverArguments& arguments) {
               << ": not a PNG, JPEG, TIFF, GIF or BMP image; --type says what it is\n";
     return kExitFailed;
   }
-  const PlannedEdit cover = {Edit::setCover(image, type, arguments.replace),
-                             "cover = " + arguments.image};
+  PlannedEdit cover = {Edit::setCover(image, type, arguments.replace),
+                       "cover = " + arguments.image};
   return editFiles(arguments.options, {{"cover", [&](const AudioFile&) { return cover; }}});
 }
 

@@ -96,12 +96,14 @@ std::vector<NamedEdit> editsOf(const std::vector<Change>& changes) {
 
 std::vector<NamedEdit> setEdits(const std::vector<FieldAssignment>& fields) {
   std::vector<Change> changes;
+  changes.reserve(fields.size());
   for (const FieldAssignment& field : fields) changes.push_back({field.key, field.value});
   return editsOf(changes);
 }
 
 std::vector<NamedEdit> clearEdits(const std::vector<std::string>& keys) {
   std::vector<Change> changes;
+  changes.reserve(keys.size());
   for (const std::string& key : keys) changes.push_back({key, std::nullopt});
   return editsOf(changes);
 }

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 
 namespace tagwriter {
@@ -40,7 +41,7 @@ std::string progressText(std::size_t done, std::size_t files, double elapsed) {
   if (done == 0 || elapsed <= 0) return text;
 
   const double rate = static_cast<double>(done) / elapsed;
-  const auto left = static_cast<long>(static_cast<double>(files - done) / rate + 0.5);
+  const long left = std::lround(static_cast<double>(files - done) / rate);
   char speed[64];
   std::snprintf(speed, sizeof speed, "  %.1f files/s  %ld:%02ld left", rate, left / 60, left % 60);
   return text + speed;

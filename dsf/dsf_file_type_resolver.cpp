@@ -38,4 +38,10 @@ File* DSFFileTypeResolver::createFileFromStream(
   return new DSF::File(stream, readAudioProperties, audioPropertiesStyle);
 }
 
+void registerDSFFileTypeResolver() {
+  // Never destroyed: the library keeps it to the end of the process.
+  static const auto* const kResolver = FileRef::addFileTypeResolver(new DSFFileTypeResolver);
+  (void)kResolver;
+}
+
 }  // namespace TagLib

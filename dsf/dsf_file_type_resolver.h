@@ -27,4 +27,8 @@ class DSFFileTypeResolver final : public FileRef::StreamTypeResolver {
       AudioProperties::ReadStyle audioPropertiesStyle = AudioProperties::Average) const override;
 };
 
+/// Hands a resolver to the library's generic file reference, once in the process; later calls do
+/// nothing. May be called from several threads.
+void registerDSFFileTypeResolver();
+
 }  // namespace TagLib

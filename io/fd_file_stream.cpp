@@ -65,7 +65,7 @@ FDFileStream::FDFileStream(int fd, const char* path, const tagwriter::Dictionary
     d->file = ::fdopen(fd, "rb");
   }
   if (!d->file) {
-    logText("Could not open file %s", name());
+    logText("Could not open file %s", FDFileStream::name());
     return;
   }
   std::fseek(d->file, 0, SEEK_SET);

@@ -35,8 +35,8 @@ enum class Type { kString, kInt64, kDouble, kBool };
 
 /// A key of the "track" dictionary with the type of its value.
 struct Field {
-  const char* key;
-  Type type;
+  const char* key = nullptr;
+  Type type = Type::kString;
   const char* companion = nullptr;  ///< a number that is always written together with this one
 };
 

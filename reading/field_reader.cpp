@@ -5,9 +5,9 @@
 #include <popularimeterframe.h>
 #include <textidentificationframe.h>
 
+#include "dsf/dsf_file_type_resolver.h"
 #include "io/audio_file.h"
 #include "protocol/unique_fd.h"
-#include "reading/dsf_registration.h"
 #include "tagging/field_table.h"
 #include "tagging/rating.h"
 
@@ -164,7 +164,7 @@ ReadValue valueOf(const Content& content, field::Type type) {
 
 /// A core field, from the library's generic tag; nothing when it is empty or 0.
 std::optional<ReadValue> readCoreField(TagLib::FDFileStream& stream, const std::string& key) {
-  registerDSFFiles();
+  TagLib::registerDSFFileTypeResolver();
   const TagLib::FileRef file(&stream, false);
   if (file.isNull() || !file.tag()) return std::nullopt;
   const TagLib::Tag& tag = *file.tag();

@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "dsf/dsf_file.h"
+#include "dsf/dsf_file_type_resolver.h"
 #include "io/fd_file_stream.h"
 #include "protocol/unique_fd.h"
-#include "reading/dsf_registration.h"
 #include "tagging/numbers.h"
 
 namespace tagwriter {
@@ -33,7 +33,7 @@ const char* valueOf(const TagListing& tags, std::string_view name) {
 }  // namespace
 
 std::optional<TagListing> readTags(int fd, const std::string& path) {
-  registerDSFFiles();
+  TagLib::registerDSFFileTypeResolver();
   TagLib::FDFileStream stream(duplicateFd(fd).release(), path.c_str(), nullptr, true);
   const TagLib::FileRef file(&stream, false);
   if (file.isNull()) return std::nullopt;

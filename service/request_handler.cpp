@@ -1,6 +1,5 @@
 #include "service/request_handler.h"
 
-#include <fileref.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,7 +30,7 @@ void setUpOnce() {
   static std::once_flag once;
   std::call_once(once, [] {
     workQueue = new SerialQueue("org.tagwriter.TagWriter.taglib-queue");
-    TagLib::FileRef::addFileTypeResolver(new TagLib::DSFFileTypeResolver);
+    TagLib::registerDSFFileTypeResolver();
   });
 }
 

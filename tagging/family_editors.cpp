@@ -4,7 +4,6 @@
 
 namespace tagwriter {
 
-using TagLib::String;
 using TagLib::StringList;
 
 void setMP4TextItem(TagLib::MP4::Tag& tag, const char* name, const char* value) {

@@ -23,8 +23,8 @@ using Road = bool (*)(const FieldRow& row, int fd, const char* path, const Field
 
 /// A field, its road, and what it becomes in each tag family.
 struct FieldRow {
-  const char* key;
-  Road road;
+  const char* key = nullptr;
+  Road road = nullptr;
   Cell<TagLib::ID3v2::Tag> id3v2;
   Cell<TagLib::ID3v1::Tag> id3v1;
   Cell<TagLib::MP4::Tag> mp4;

@@ -11,6 +11,7 @@
 namespace tagwriter {
 namespace table {
 
+// The words of the table. NOLINTBEGIN(readability-identifier-naming)
 inline constexpr cell::Library library;
 inline constexpr cell::Text text;
 inline constexpr cell::UserText userText;
@@ -26,6 +27,7 @@ inline constexpr cell::Pair pair;
 inline constexpr cell::Number number;
 inline constexpr cell::Flag flag;
 inline constexpr cell::Rating rating;
+// NOLINTEND(readability-identifier-naming)
 
 // clang-format off
 // In the order in which a changed key is looked up. "\251" is the copyright sign in Latin-1.

@@ -11,7 +11,6 @@
 namespace tagwriter {
 
 using TagLib::String;
-using TagLib::StringList;
 using TagLib::Ogg::XiphComment;
 namespace APE = TagLib::APE;
 namespace ASF = TagLib::ASF;

@@ -52,7 +52,8 @@ TEST(Truncation, TellsWhyThePlayerCouldNot) {
   ASSERT_TRUE(error);
   EXPECT_FALSE(error->empty());
   EXPECT_EQ(readFile(path), "text");
-  EXPECT_EQ(connection->truncate(writable.get(), 1), std::nullopt) << "the connection is still good";
+  EXPECT_EQ(connection->truncate(writable.get(), 1), std::nullopt)
+      << "the connection is still good";
   EXPECT_TRUE(connection->truncate(writable.get(), UINT64_MAX)) << "no file is that long";
 }
 
