@@ -1,5 +1,6 @@
 #include "bus/front.h"
 
+#include <poll.h>
 #include <sys/signalfd.h>
 
 #include <cerrno>
@@ -25,6 +26,12 @@ bool answers(sd_bus_message* message, sd_bus_message* call) {
          sd_bus_message_get_cookie(call, &asked) >= 0 && answered == asked;
 }
 
+/// Whether the other end is gone, also when the event loop does not know it yet.
+bool hasHungUp(sd_bus* connection) {
+  pollfd socket = {sd_bus_get_fd(connection), POLLIN, 0};
+  return ::poll(&socket, 1, 0) > 0 && (socket.revents & (POLLHUP | POLLERR));
+}
+
 }  // namespace
 
 Front::Front(std::string workerProgram, std::chrono::microseconds idleLimit)
@@ -37,6 +44,7 @@ int Front::run() {
   if (r < 0) return r;
   if ((r = connectToBus()) < 0) return r;
   r = sd_event_loop(event_.get());
+  if (r > 0) r = -ENOTCONN;  // what sd-bus leaves the loop with when the bus is gone
   if (bus_) sd_bus_flush(bus_.get());
   return r;
 }
@@ -118,6 +126,7 @@ void Front::forwardNext() {
   while (!inHand_ && !waiting_.empty()) {
     inHand_ = std::move(waiting_.front());
     waiting_.pop_front();
+    if (worker_ && hasHungUp(worker_->connection.get())) worker_.reset();
     std::string error;
     int r = worker_ ? 0 : startWorker(error);
     if (r >= 0) r = forward(inHand_.get());

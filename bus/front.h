@@ -2,8 +2,8 @@
 //
 // The process that parses audio files holds no connection to the bus, because through one it could
 // start programs outside any sandbox. So each Write call goes, unparsed and with its descriptors,
-// over a socketpair to a worker, one at a time in the order of arrival. The worker's reply goes back
-// to the caller as it is: both messages carry the caller's name and serial number.
+// over a socketpair to a worker, one at a time in the order of arrival. The worker's reply goes
+// back to the caller as it is: both messages carry the caller's name and serial number.
 #pragma once
 
 #include <systemd/sd-event.h>

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -10,7 +11,10 @@
 namespace tagwriter {
 namespace {
 
+/// Everything in the file or pipe; nothing when that is nothing or cannot be read.
 std::optional<std::string> readImage(const std::string& path) {
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path, ignored)) return std::nullopt;
   std::ifstream file(path, std::ios::binary);
   std::string bytes{std::istreambuf_iterator<char>(file), {}};
   if (!file.is_open() || file.bad() || bytes.empty()) return std::nullopt;

@@ -7,12 +7,14 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace tagwriter {
@@ -61,17 +63,33 @@ bool copyAttribute(int from, int to, const char* name) {
   return ::fsetxattr(to, name, value.data(), value.size(), 0) == 0;
 }
 
-bool copyExtendedAttributes(int from, int to) {
-  const ssize_t size = ::flistxattr(from, nullptr, 0);
-  if (size < 0) return errno == ENOTSUP;
-  std::vector<char> names(static_cast<std::size_t>(size) + 1, '\0');
-  const ssize_t listed = ::flistxattr(from, names.data(), names.size());
-  if (listed < 0) return false;
-  for (const char* name = names.data(); name < names.data() + listed;
-       name += std::strlen(name) + 1) {
-    if (!copyAttribute(from, to, name)) return false;
+/// The names of a file's extended attributes; nothing when they cannot be listed.
+std::optional<std::vector<std::string>> attributeNames(int fd) {
+  const ssize_t size = ::flistxattr(fd, nullptr, 0);
+  if (size < 0 && errno == ENOTSUP) return std::vector<std::string>();
+  if (size < 0) return std::nullopt;
+  std::string list(static_cast<std::size_t>(size), '\0');
+  if (::flistxattr(fd, list.data(), list.size()) != size) return std::nullopt;
+  std::vector<std::string> names;
+  for (std::size_t at = 0; at < list.size(); at += names.back().size() + 1) {
+    names.emplace_back(list.c_str() + at);
   }
-  return true;
+  return names;
+}
+
+/// Gives `to` the extended attributes of `from` and no others: a new file may have an access
+/// control list from its folder.
+bool copyExtendedAttributes(int from, int to) {
+  const auto wanted = attributeNames(from);
+  const auto inherited = attributeNames(to);
+  if (!wanted || !inherited) return false;
+  for (const std::string& name : *inherited) {
+    const bool stays = std::find(wanted->begin(), wanted->end(), name) != wanted->end();
+    if (!stays && ::fremovexattr(to, name.c_str()) != 0) return false;
+  }
+  return std::all_of(wanted->begin(), wanted->end(), [&](const std::string& name) {
+    return copyAttribute(from, to, name.c_str());
+  });
 }
 
 /// Makes a rename survive a power failure. Where folders cannot be flushed, nothing more can be
@@ -152,12 +170,13 @@ Outcome SafeCopy::copyAttributes(int original) {
 }
 
 Outcome SafeCopy::replaceOriginal(int original) {
+  if (::fsync(copy_.get()) != 0) return failed(Status::kReplaceFailed, "flushing the copy");
+  // After the flush, which may have taken seconds.
   struct stat now {};
   if (::fstat(original, &now) != 0 || !sameVersion(now, before_) ||
       ::stat(target_.c_str(), &now) != 0 || !sameVersion(now, before_)) {
     return {Status::kReplaceFailed, "the file has changed in the meantime"};
   }
-  if (::fsync(copy_.get()) != 0) return failed(Status::kReplaceFailed, "flushing the copy");
   if (temporary_.empty()) {
     std::string name = newName();
     const std::string self = "/proc/self/fd/" + std::to_string(copy_.get());

@@ -57,8 +57,7 @@ Outcome TagWriter::Service::send(int fd, const std::string& path, ValueDictionar
   }
   const auto answer = client_->write(request);
   if (const auto* failure = std::get_if<dbus::CallError>(&answer)) {
-    return {failure->name == dbus::kServiceUnknownError ? Status::kServiceUnavailable
-                                                        : Status::kNoAnswer,
+    return {failure->serviceUnavailable() ? Status::kServiceUnavailable : Status::kNoAnswer,
             failure->message};
   }
   return {std::get<bool>(answer) ? Status::kWritten : Status::kRefused};

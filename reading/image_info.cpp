@@ -63,6 +63,10 @@ Dimensions readDimensions(ArtworkType type, Bytes image) {
     case kArtworkGIF:
       return {number(image, 6, 2, false), number(image, 8, 2, false)};
     case kArtworkBMP: {
+      constexpr std::uint32_t kOldestHeader = 12;  // BITMAPCOREHEADER, with numbers of 16 bits
+      if (number(image, 14, 4, false) == kOldestHeader) {
+        return {number(image, 18, 2, false), number(image, 20, 2, false)};
+      }
       // A negative height stands for rows from the top.
       const auto height = static_cast<std::int32_t>(number(image, 22, 4, false));
       return {number(image, 18, 4, false), height < 0 ? 0U - static_cast<std::uint32_t>(height)

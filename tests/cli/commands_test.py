@@ -50,8 +50,8 @@ class SetTest(CommandTest):
     def test_goes_on_after_a_file_that_fails(self):
         missing, mp3 = self.folder / "missing.mp3", self.copy("mp3_plain.mp3")
         run = tagwriter("set", "-t", "title=T", missing, self.folder, mp3)
-        self.assert_run(run, 1, f"{missing}: cannot be opened: No such file or directory\n"
-                                f"{self.folder}: not a regular file: Is a directory\n")
+        self.assert_run(run, 1, f"{self.folder}: is a folder; --recursive goes into it\n"
+                                f"{missing}: cannot be opened: No such file or directory\n")
         self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "T")
 
     def test_names_the_field_that_the_service_did_not_write(self):
@@ -130,9 +130,9 @@ class ShowTest(CommandTest):
         noise.write_text("no audio")
         run = tagwriter("show", noise, self.folder / "missing", self.folder)
         self.assertEqual(run.returncode, 1)
-        self.assertEqual(run.stderr, f"{noise}: cannot be read as an audio file\n"
-                                     f"{self.folder}/missing: No such file or directory\n"
-                                     f"{self.folder}: not a regular file\n")
+        self.assertEqual(run.stderr, f"{self.folder}: is a folder; --recursive goes into it\n"
+                                     f"{noise}: cannot be read as an audio file\n"
+                                     f"{self.folder}/missing: No such file or directory\n")
 
 
 class HelpTest(CommandTest):

@@ -1,5 +1,6 @@
 #include "transport/dbus/worker_process.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
@@ -18,6 +19,8 @@ extern char** environ;
 
 namespace tagwriter::dbus {
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr char kProgram[] = "tagwriterd";
 constexpr int kWorkerFd = 3;
@@ -58,15 +61,38 @@ class SpawnPlan {
   posix_spawnattr_t attributes_{};
 };
 
+/// Where the running program is, or empty.
+fs::path programFolder() {
+  std::error_code error;
+  return fs::read_symlink("/proc/self/exe", error).parent_path();
+}
+
+/// Where the shared library is that holds this code, or empty. In a program this is the name by
+/// which it was started, of which nothing is expected.
+fs::path libraryFolder() {
+  Dl_info file = {};
+  if (::dladdr(kProgram, &file) == 0) return {};
+  std::error_code error;
+  const fs::path name = file.dli_fname;
+  return name.is_absolute() ? fs::canonical(name, error).parent_path() : fs::path();
+}
+
 }  // namespace
 
 std::string findWorkerProgram() {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const fs::path self = fs::read_symlink("/proc/self/exe", error);
-  for (const fs::path& folder : {self.parent_path(), fs::path(TAGWRITER_LIBEXECDIR)}) {
-    const fs::path candidate = folder / kProgram;
-    if (::access(candidate.c_str(), X_OK) == 0) return candidate;
+  const fs::path program = programFolder();
+  const fs::path library = libraryFolder();
+  const fs::path folders[] = {
+      program,
+      program / TAGWRITER_LIBEXEC_FROM_BIN,
+      library / TAGWRITER_LIBEXEC_FROM_LIB,
+      TAGWRITER_LIBEXECDIR,
+      "/usr/libexec/tagwriter",
+  };
+  for (const fs::path& folder : folders) {
+    const fs::path candidate = (folder / kProgram).lexically_normal();
+    // A folder that is not known leaves a relative path, which must not mean the current folder.
+    if (candidate.is_absolute() && ::access(candidate.c_str(), X_OK) == 0) return candidate;
   }
   return {};
 }

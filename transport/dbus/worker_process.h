@@ -10,8 +10,8 @@
 
 namespace tagwriter::dbus {
 
-/// Where the service's program is: beside the running program, or in the libexec folder. Empty when
-/// it is in neither place.
+/// Where the service's program is: beside the running program, or in the libexec folder of the
+/// installation, which may have been moved. Empty when it is in neither place.
 std::string findWorkerProgram();
 
 /// A running tagwriterd. It leaves by itself when the other end of its socket closes.

@@ -18,6 +18,11 @@ CallError localError(int r) {
 
 }  // namespace
 
+bool CallError::serviceUnavailable() const {
+  return name == SD_BUS_ERROR_SERVICE_UNKNOWN || name == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
+         name.starts_with("org.freedesktop.DBus.Error.Spawn.");
+}
+
 std::unique_ptr<WriteClient> WriteClient::join(UniqueFd socket, std::chrono::microseconds limit,
                                                std::string& error) {
   BusHandle bus;
@@ -39,7 +44,10 @@ std::unique_ptr<WriteClient> WriteClient::openSessionBus(std::string& error) {
   return std::unique_ptr<WriteClient>(new WriteClient(BusHandle(raw), kBusName));
 }
 
-bool WriteClient::connected() const {
+bool WriteClient::connected() {
+  // A hang-up between two calls shows only when somebody looks.
+  while (sd_bus_process(bus_.get(), nullptr) > 0) {
+  }
   return sd_bus_is_open(bus_.get()) > 0;
 }
 

@@ -16,10 +16,10 @@ namespace tagwriter::dbus {
 struct CallError {
   std::string name;
   std::string message;
-};
 
-/// The error that the bus gives when nobody owns the service's name and nothing can be started.
-inline constexpr char kServiceUnknownError[] = "org.freedesktop.DBus.Error.ServiceUnknown";
+  /// Whether the bus could not start the service, so that nobody has seen the request.
+  bool serviceUnavailable() const;
+};
 
 /// A connection to the service. Used by one thread at a time.
 class WriteClient {
@@ -38,7 +38,7 @@ class WriteClient {
   std::variant<bool, CallError> write(const ValueDictionary& request);
 
   /// False once the service has hung up.
-  bool connected() const;
+  bool connected();
 
  private:
   WriteClient(BusHandle bus, const char* destination)
