@@ -197,16 +197,16 @@ int Front::onSignal(sd_event_source*, const signalfd_siginfo*, void* front) noex
 }
 
 void Front::leave() {
-  if (leaving_) return;
   leaving_ = true;
-  // Every request that the bus routed here before the name was gone has arrived by the time of the
-  // release's reply, and waits to be processed.
-  sd_bus_release_name(bus_.get(), kBusName);
   exitWhenDone();
 }
 
 void Front::exitWhenDone() {
+  // The name is kept as long as there is work, or a successor would write beside us.
   if (!leaving_ || busy()) return;
+  // Every request that the bus routed here before the name was gone has arrived by the time of the
+  // release's reply, and waits to be processed.
+  sd_bus_release_name(bus_.get(), kBusName);
   while (sd_bus_process(bus_.get(), nullptr) > 0) {
   }
   if (!busy()) sd_event_exit(event_.get(), 0);

@@ -7,18 +7,23 @@ target_compile_features(tagwriter_options INTERFACE cxx_std_20)
 target_include_directories(tagwriter_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(tagwriter_options INTERFACE
   -Wall -Wextra -Wpedantic -Werror
+  # GCC 12 takes std::string's operator+ for an overlapping copy (its bug 105651).
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
   $<$<CONFIG:Release>:-fstack-protector-strong>)
 target_compile_definitions(tagwriter_options INTERFACE $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
+target_link_options(tagwriter_options INTERFACE $<$<CONFIG:Release>:-Wl,-z,relro,-z,now>)
 if(TAGWRITER_SANITIZE)
   target_compile_options(tagwriter_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
   target_link_options(tagwriter_options INTERFACE -fsanitize=address,undefined)
 endif()
 
-# add_room(NAME sources... LINK targets...): one static library a room.
+# add_room(NAME sources... LINK targets...): one static library a room. Symbols are hidden, so that
+# of the shared library that is made of rooms players see TAGWRITER_API and nothing else.
 function(add_room name)
   cmake_parse_arguments(ROOM "" "" "LINK" ${ARGN})
   add_library(tagwriter_${name} STATIC ${ROOM_UNPARSED_ARGUMENTS})
   target_link_libraries(tagwriter_${name} PUBLIC tagwriter_options ${ROOM_LINK})
-  set_target_properties(tagwriter_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  set_target_properties(tagwriter_${name} PROPERTIES
+    POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 endfunction()

@@ -122,6 +122,17 @@ TEST_F(TextEdgeCases, CommentAndTrackNumberGiveAnMP3NoID3v1Tag) {
   }
 }
 
+/// The library's own comment setter would take a DESCRIPTION for the comment.
+TEST_F(TextEdgeCases, CommentAndDescriptionOfAFLACAreTwoFields) {
+  const std::string path = written("flac_comment.flac", "description", "D");
+  EXPECT_TRUE(writeField(path, "comment", textValue("C")));
+  EXPECT_EQ(valuesIn(path, "Xiph COMMENT"), Values{"C"});
+  EXPECT_EQ(valuesIn(path, "Xiph DESCRIPTION"), Values{"D"});
+  EXPECT_TRUE(writeField(path, "comment", textValue(nullptr)));
+  EXPECT_EQ(valuesIn(path, "Xiph COMMENT"), Values());
+  EXPECT_EQ(valuesIn(path, "Xiph DESCRIPTION"), Values{"D"});
+}
+
 /// The library's: in a file with an ID3v1 tag an empty main comment counts as none, and where both
 /// tags have none, saving removes all comments from the ID3v2 tag, those of others too.
 TEST_F(TextEdgeCases, EmptyCommentTakesAllCommentsOutOfAnMP3WithAnID3v1Tag) {

@@ -1,0 +1,20 @@
+# Where the installed files go. On Debian libraries go into the folder of the machine's architecture
+# under every prefix, not only under /usr, so that one build serves /usr/local and the package.
+if(NOT DEFINED CMAKE_INSTALL_LIBDIR AND CMAKE_LIBRARY_ARCHITECTURE AND EXISTS /etc/debian_version)
+  set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "Object code libraries")
+endif()
+include(GNUInstallDirs)
+foreach(folder BINDIR LIBDIR LIBEXECDIR DATADIR INCLUDEDIR)
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${folder}}")
+    message(FATAL_ERROR "CMAKE_INSTALL_${folder} must be relative: an installation can be moved")
+  endif()
+endforeach()
+
+# The programs that nobody starts by hand, and the way to them from a program and from a library:
+# an installation that has been moved finds its service all the same.
+set(TAGWRITER_LIBEXECDIR ${CMAKE_INSTALL_LIBEXECDIR}/tagwriter)
+set(TAGWRITER_FULL_LIBEXECDIR ${CMAKE_INSTALL_FULL_LIBEXECDIR}/tagwriter)
+cmake_path(RELATIVE_PATH TAGWRITER_FULL_LIBEXECDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}
+           OUTPUT_VARIABLE TAGWRITER_LIBEXEC_FROM_BIN)
+cmake_path(RELATIVE_PATH TAGWRITER_FULL_LIBEXECDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}
+           OUTPUT_VARIABLE TAGWRITER_LIBEXEC_FROM_LIB)

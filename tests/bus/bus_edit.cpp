@@ -1,0 +1,60 @@
+// A player on the session bus that takes its edits from standard input, one a line:
+//
+//   set PATH FIELD VALUE    set-safely PATH FIELD VALUE    cover PATH SIZE
+//
+// and answers each with a line: what came of it, and what there is to say about it.
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "client/tag_writer.h"
+
+namespace {
+
+using tagwriter::Status;
+
+const char* nameOf(Status status) {
+  switch (status) {
+    case Status::kWritten:
+      return "written";
+    case Status::kRefused:
+      return "refused";
+    case Status::kNoAnswer:
+      return "no-answer";
+    case Status::kServiceUnavailable:
+      return "unavailable";
+    case Status::kRequestTooLarge:
+      return "too-large";
+    default:
+      return "other";
+  }
+}
+
+tagwriter::Outcome run(tagwriter::TagWriter& writer, const std::string& line) {
+  using namespace tagwriter;
+  std::istringstream words(line);
+  std::string verb, path;
+  words >> verb >> path;
+  if (verb == "cover") {
+    std::size_t size = 0;
+    words >> size;
+    std::vector<std::byte> image(size);
+    if (size > 0) image.back() = std::byte{'L'};
+    return writer.write(path, Edit::setCover(image, ImageType::kPNG, true));
+  }
+  std::string field, value;
+  words >> field;
+  std::getline(words >> std::ws, value);
+  return writer.setField(path, field, value, {.safe = verb == "set-safely"});
+}
+
+}  // namespace
+
+int main() {
+  auto writer = tagwriter::TagWriter::onSessionBus();
+  for (std::string line; std::getline(std::cin, line);) {
+    const tagwriter::Outcome outcome = run(writer, line);
+    std::cout << nameOf(outcome.status) << ' ' << outcome.message() << std::endl;
+  }
+}

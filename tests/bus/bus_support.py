@@ -1,0 +1,110 @@
+"""What the tests of this folder share: a bus for each test, and requests that can be held up."""
+
+import os
+import shutil
+import sys
+import tempfile
+import threading
+import unittest
+from pathlib import Path
+
+from session import (  # noqa: F401
+    BIN, BUS_NAME, DEADLINE, FRONT, WORKER, Process, SessionBus, children_of, wait_for)
+
+from player import GLib, RemoteError, change, text  # noqa: F401
+from truncation import TruncationEndpoint, shorten
+
+if "TAGWRITER_DATA" not in os.environ:
+    sys.exit("Set TAGWRITER_DATA to the folder tests/data")
+DATA = Path(os.environ["TAGWRITER_DATA"])
+STAND_IN = Path(__file__).resolve().parent / "stand_in_worker.py"
+
+NO_REPLY = "org.freedesktop.DBus.Error.NoReply"
+SANITIZER_REPORTS = ("AddressSanitizer", "LeakSanitizer", "runtime error:")
+
+
+def result(body):
+    """The result in the body of a reply."""
+    return body.unpack()[0]["result"]
+
+
+class HeldRequest:
+    """A request that makes its file shorter, held in the middle of the work: the player does not
+    answer Truncate before it is let go."""
+
+    def __init__(self, caller, path, field="title"):
+        self.let_go = threading.Event()
+        self.is_held = threading.Event()
+        self._endpoint = TruncationEndpoint(self._answer)
+        request = change(field, None, str(path))
+        request["truncateconnection"] = GLib.Variant("h", 1)
+        with open(path, "rb+") as file:
+            self.future = caller.write_later(request, [file, self._endpoint.theirs])
+        if not self.is_held.wait(DEADLINE):
+            raise AssertionError("the request does not reach its truncation")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.let_go.set()
+        self._endpoint.__exit__()
+
+    def _answer(self, call):
+        self.is_held.set()
+        # The service gives up after 10 seconds, and then the test fails.
+        self.let_go.wait(DEADLINE)
+        return shorten(call)
+
+    def finish(self):
+        """Lets it go on and returns its result."""
+        self.let_go.set()
+        return result(self.future.result(DEADLINE))
+
+
+class BusTest(unittest.TestCase):
+    """A test with a folder."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="tagwriter-bus-")
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+
+    def start_bus(self, front=(FRONT,), services=(), environment=None):
+        """A bus, closed at the end of the test; no sanitizer may have complained by then."""
+        folder = Path(tempfile.mkdtemp(prefix="bus-", dir=self.folder))
+        bus = SessionBus(folder, front, services, environment)
+        self.addCleanup(self._check_log, bus)
+        self.addCleanup(bus.close)
+        return bus
+
+    def _check_log(self, bus):
+        for report in SANITIZER_REPORTS:
+            self.assertNotIn(report, bus.log())
+
+    def front_with(self, worker):
+        """The front with another worker beside it, or with none."""
+        folder = self.folder / "programs"
+        folder.mkdir()
+        if worker:
+            shutil.copy(worker, folder / "tagwriterd")
+            (folder / "tagwriterd").chmod(0o755)
+        return Path(shutil.copy(FRONT, folder))
+
+    def copy(self, name, new_name=None):
+        """A scratch copy of a file of the test data."""
+        return Path(shutil.copy(DATA / name, self.folder / (new_name or name)))
+
+    def set_later(self, caller, path, value, field="title"):
+        """Sends a change of a text field; returns the future of the reply's body."""
+        with open(path, "rb+") as file:
+            return caller.write_later(change(field, text(value), str(path)), [file])
+
+    def set(self, caller, path, value, field="title"):
+        """Changes a text field and returns the result."""
+        return result(self.set_later(caller, path, value, field).result(DEADLINE))
+
+    def assert_error(self, name, future):
+        with self.assertRaises(RemoteError) as raised:
+            future.result(DEADLINE)
+        self.assertEqual(raised.exception.name, name)

@@ -1,0 +1,302 @@
+"""A session bus of a test's own: a real dbus-daemon that activates the front from the build tree.
+
+    with SessionBus(folder) as bus:
+        caller = bus.caller()
+        reply = caller.write(change("title", text("Word"), path), [file])
+
+Nothing here waits for longer than DEADLINE seconds, and every process that the bus has started is
+gone when it closes.
+"""
+
+import concurrent.futures
+import os
+import select
+import signal
+import subprocess
+import sys
+import threading
+import time
+from pathlib import Path
+
+sys.path.append(str(Path(__file__).resolve().parent.parent / "player"))
+
+from player import (  # noqa: E402
+    DEADLINE, NO_TIME_LIMIT, OBJECT, PEER_INTERFACE, Gio, GLib, RemoteError, reply_values, write_call)
+
+BIN = Path(os.environ["TAGWRITER_BIN"])
+FRONT = BIN / "tagwriter-bus"
+WORKER = BIN / "tagwriterd"
+BUS_NAME = "org.tagwriter.TagWriter"
+
+DAEMON = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus")
+
+CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:path={folder}/bus</listen>
+  <auth>EXTERNAL</auth>
+  <servicedir>{folder}/services</servicedir>
+  <policy context="default">
+    <allow send_destination="*"/>
+    <allow receive_sender="*"/>
+    <allow own="*"/>
+  </policy>
+  <!-- As every session bus has them. -->
+  <limit name="max_incoming_bytes">1000000000</limit>
+  <limit name="max_outgoing_bytes">1000000000</limit>
+  <limit name="max_message_size">1000000000</limit>
+  <limit name="max_replies_per_connection">50000</limit>
+</busconfig>
+"""
+
+ACTIVATION = """[D-BUS Service]
+Name={name}
+Exec={command}
+"""
+
+
+MARK = "SESSION_BUS_OF_TEST"
+
+
+def wait_for(condition, what):
+    """Waits until `condition()` is true and returns what it returned."""
+    end = time.monotonic() + DEADLINE
+    while not (result := condition()):
+        if time.monotonic() > end:
+            raise AssertionError(f"waited in vain: {what}")
+        time.sleep(0.002)
+    return result
+
+
+def children_of(parent):
+    """The processes that `parent` has started and that have not ended, as {pid: program}."""
+    found = {}
+    for entry in os.listdir("/proc"):
+        if not entry.isdigit():
+            continue
+        try:
+            stat = Path(f"/proc/{entry}/stat").read_text()
+        except (FileNotFoundError, ProcessLookupError):
+            continue
+        program = stat[stat.index("(") + 1:stat.rindex(")")]
+        state, parent_pid = stat[stat.rindex(")") + 2:].split()[:2]
+        if int(parent_pid) == parent and state not in "ZX":
+            found[int(entry)] = program
+    return found
+
+
+class Process:
+    """Somebody else's child, held so that its number cannot come to mean another process."""
+
+    def __init__(self, pid):
+        self.pid = pid
+        self._handle = os.pidfd_open(pid)
+
+    def __del__(self):
+        os.close(self._handle)
+
+    def send(self, number):
+        """Sends a signal; nothing when the process has ended."""
+        try:
+            signal.pidfd_send_signal(self._handle, number)
+        except ProcessLookupError:
+            pass
+
+    def ended(self, within=0):
+        """Whether the process ends within so many seconds."""
+        return bool(select.select([self._handle], [], [], within)[0])
+
+    def wait(self):
+        """Waits for its end."""
+        if not self.ended(DEADLINE):
+            raise AssertionError(f"process {self.pid} does not end")
+
+    def descriptors(self):
+        """What its open descriptors point to, sorted; sockets and pipes without their numbers."""
+        found = []
+        for name in os.listdir(f"/proc/{self.pid}/fd"):
+            try:
+                found.append(os.readlink(f"/proc/{self.pid}/fd/{name}").split(":[")[0])
+            except FileNotFoundError:
+                pass
+        return sorted(found)
+
+
+class MainLoop:
+    """GLib's main loop on a thread, which delivers replies and signals."""
+
+    def __init__(self):
+        self._loop = GLib.MainLoop()
+        threading.Thread(target=self._loop.run, daemon=True).start()
+
+
+class Caller:
+    """A player on the bus."""
+
+    _main_loop = None
+
+    def __init__(self, address):
+        Caller._main_loop = Caller._main_loop or MainLoop()
+        flags = Gio.DBusConnectionFlags
+        self.connection = Gio.DBusConnection.new_for_address_sync(
+            address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None)
+        self.connection.set_exit_on_close(False)
+
+    def close(self):
+        if not self.connection.is_closed():
+            self.connection.close_sync(None)
+
+    def write(self, request, fds=()):
+        """Sends a request, a dict or a variant, and returns the reply as a dict of variants."""
+        return reply_values(self.write_later(request, fds).result(DEADLINE))
+
+    def write_later(self, request, fds=()):
+        """Sends a request behind all earlier ones. Returns the future of the reply's body."""
+        message = write_call(request, fds)
+        message.set_destination(BUS_NAME)
+        return self.submit(message)
+
+    def submit(self, message):
+        """Sends a call, without a time limit. Returns the future of the reply's body."""
+        future = concurrent.futures.Future()
+        self.connection.send_message_with_reply(
+            message, Gio.DBusSendMessageFlags.NONE, NO_TIME_LIMIT, None, self._take_reply, future)
+        return future
+
+    @staticmethod
+    def _take_reply(connection, result, future):
+        try:
+            reply = connection.send_message_with_reply_finish(result)
+            if reply.get_message_type() == Gio.DBusMessageType.ERROR:
+                raise RemoteError(reply)
+        except (GLib.Error, RemoteError) as problem:
+            future.set_exception(problem)
+        else:
+            future.set_result(reply.get_body())
+
+    def call(self, destination, object_path, interface, method, body=None):
+        """Makes any call and returns the body of the reply."""
+        message = Gio.DBusMessage.new_method_call(destination, object_path, interface, method)
+        if body is not None:
+            message.set_body(body)
+        return self.submit(message).result(DEADLINE)
+
+    def ask_daemon(self, method, body=None):
+        """Calls the bus itself and returns the one value of the reply."""
+        return self.call(*DAEMON, method, body).unpack()[0]
+
+    def ping_front(self):
+        """A round trip. When it is over, the front has taken all that this caller sent before."""
+        self.call(BUS_NAME, OBJECT, PEER_INTERFACE, "Ping")
+
+    def owner(self):
+        """The unique name of the front's connection, or None while nobody owns the name."""
+        name = GLib.Variant("(s)", [BUS_NAME])
+        return self.ask_daemon("GetNameOwner", name) if self.ask_daemon("NameHasOwner", name) else None
+
+    def front(self):
+        """The process that owns the name."""
+        return Process(self.ask_daemon("GetConnectionUnixProcessID", GLib.Variant("(s)", [BUS_NAME])))
+
+    def watch_owners(self):
+        """Returns a list to which each new owner of the front's name is added, '' for none."""
+        owners = []
+        self.connection.signal_subscribe(
+            DAEMON[0], DAEMON[2], "NameOwnerChanged", DAEMON[1], BUS_NAME,
+            Gio.DBusSignalFlags.NONE, lambda *arguments: owners.append(arguments[5].unpack()[2]))
+        self.ask_daemon("GetId")  # the match is in place
+        return owners
+
+
+class SessionBus:
+    """A dbus-daemon. `front` is the command that it starts for the front's name, if any; `services`
+    are other names with their command lines, and `environment` is added for all of them."""
+
+    def __init__(self, folder, front=(FRONT,), services=(), environment=None):
+        self.folder = Path(folder)
+        (self.folder / "services").mkdir()
+        if front:
+            services = [*services, (BUS_NAME, " ".join(f'"{part}"' for part in front))]
+        for name, command in services:
+            (self.folder / "services" / f"{name}.service").write_text(
+                ACTIVATION.format(name=name, command=command))
+        (self.folder / "bus.conf").write_text(CONFIGURATION.format(folder=self.folder))
+        self._callers = []
+        # By this the processes are known that the daemon has started, directly or not.
+        self._mark = f"{MARK}={folder}"
+        self._environment = {**os.environ, **(environment or {}), MARK: str(folder)}
+        self._start_daemon()
+
+    def _start_daemon(self):
+        with open(self.folder / "log", "a") as log:
+            self._daemon = subprocess.Popen(
+                ["dbus-daemon", "--nofork", "--nosyslog", "--print-address",
+                 f"--config-file={self.folder}/bus.conf"],
+                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, env=self._environment)
+        # Without the daemon's own number, so that the address is good for its successor too.
+        self.address = self._daemon.stdout.readline().decode().strip().partition(",guid=")[0]
+        if not self.address:
+            raise AssertionError(f"dbus-daemon does not start: {self.log()}")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def environment(self, **more):
+        """The environment of a program on this bus."""
+        return {**os.environ, "DBUS_SESSION_BUS_ADDRESS": self.address, **more}
+
+    def caller(self):
+        """A new connection, closed with the bus."""
+        self._callers.append(Caller(self.address))
+        return self._callers[-1]
+
+    def log(self):
+        """What the daemon and all that it has started have written to standard error."""
+        return (self.folder / "log").read_text(errors="backslashreplace")
+
+    def started(self):
+        """The running processes that the daemon has started, and what these have started."""
+        found = []
+        for entry in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                with open(f"/proc/{entry}/environ", "rb") as file:
+                    environment = os.fsdecode(file.read()).split("\0")
+                if self._mark in environment and int(entry) != self._daemon.pid:
+                    found.append(Process(int(entry)))
+            except (FileNotFoundError, ProcessLookupError, PermissionError):
+                pass  # ended meanwhile, or somebody else's
+        return found
+
+    def pause(self):
+        """Stops the daemon: what is sent from now on lies in wait for it."""
+        self._daemon.send_signal(signal.SIGSTOP)
+
+    def resume(self):
+        """Lets the daemon go on."""
+        self._daemon.send_signal(signal.SIGCONT)
+
+    def restart(self):
+        """Ends the daemon and all that it has started, and starts it again at the same place."""
+        self.close()
+        self._callers = []
+        self._start_daemon()
+
+    def close(self):
+        """Ends the daemon and waits for all that it has started to follow."""
+        if self._daemon.poll() is None:
+            started = self.started()
+            for caller in self._callers:
+                caller.close()
+            self._daemon.terminate()
+            self._daemon.wait(DEADLINE)
+            try:
+                for process in started:
+                    process.wait()
+            finally:
+                for process in started:
+                    process.send(signal.SIGKILL)
+        self._daemon.stdout.close()

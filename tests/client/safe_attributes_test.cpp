@@ -1,0 +1,89 @@
+// Safe mode: the file is another one afterwards, and nobody can tell by its attributes.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/client/client_test.h"
+#include "tests/client/file_state.h"
+
+namespace tagwriter::test {
+namespace {
+
+constexpr uid_t kSomebody = 12345;
+constexpr gid_t kSomeGroup = 23456;
+
+class SafeAttributes : public ClientTest {
+ protected:
+  /// Makes a safe edit; everything but content, inode and times must be as before.
+  void expectKept() {
+    const FileState before = stateOf(path_);
+    const std::string title = "Title " + std::to_string(++edits_);
+    ASSERT_STATUS(Status::kWritten, writer_.setField(path_, "title", title, {.safe = true}));
+    const FileState after = stateOf(path_);
+    EXPECT_NE(after.inode, before.inode);
+    EXPECT_EQ(titleOf(path_), title);
+    EXPECT_EQ(after.mode, before.mode);
+    EXPECT_EQ(after.owner, before.owner);
+    EXPECT_EQ(after.group, before.group);
+    EXPECT_EQ(after.attributes, before.attributes);
+  }
+
+  std::string path_ = folder_.copyOf("flac_plain.flac");
+  int edits_ = 0;
+};
+
+TEST_F(SafeAttributes, OfTheMode) {
+  for (const mode_t mode : {0600, 0644, 0666, 0755, 0777, 04755, 02775, 01666}) {
+    SCOPED_TRACE(mode);
+    ASSERT_EQ(::chmod(path_.c_str(), mode), 0);
+    expectKept();
+    EXPECT_EQ(stateOf(path_).mode & 07777, mode);
+  }
+}
+
+TEST_F(SafeAttributes, OfTheModeWhateverTheMask) {
+  ASSERT_EQ(::chmod(path_.c_str(), 0666), 0);
+  const mode_t before = ::umask(0077);
+  expectKept();
+  ::umask(before);
+  EXPECT_EQ(stateOf(path_).mode & 07777, 0666);
+}
+
+TEST_F(SafeAttributes, OfTheOwner) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give a file away";
+  ASSERT_EQ(::chown(path_.c_str(), kSomebody, kSomeGroup), 0);
+  ASSERT_EQ(::chmod(path_.c_str(), 06754), 0);
+  expectKept();
+  const FileState after = stateOf(path_);
+  EXPECT_EQ(after.owner, kSomebody);
+  EXPECT_EQ(after.group, kSomeGroup);
+  EXPECT_EQ(after.mode & 07777, 06754);
+}
+
+TEST_F(SafeAttributes, ThatAreExtended) {
+  if (!setAttribute(path_, "user.one", "1")) GTEST_SKIP() << "no extended attributes here";
+  ASSERT_TRUE(setAttribute(path_, "user.empty", ""));
+  ASSERT_TRUE(setAttribute(path_, "user.bytes", std::string("\0\xff", 2)));
+  ASSERT_TRUE(setAttribute(path_, "user.long", std::string(2000, 'x')));
+  expectKept();
+  EXPECT_EQ(stateOf(path_).attributes["user.bytes"], std::string("\0\xff", 2));
+}
+
+TEST_F(SafeAttributes, OfTheAccessList) {
+  if (!setAttribute(path_, kAccessList, accessListFor(kSomebody))) {
+    GTEST_SKIP() << "no access lists here";
+  }
+  expectKept();
+  EXPECT_EQ(stateOf(path_).attributes[kAccessList], accessListFor(kSomebody));
+}
+
+TEST_F(SafeAttributes, OfTheFolderAreNotTakenOver) {
+  // New files in this folder let somebody read them. This one does not.
+  ASSERT_EQ(::chmod(path_.c_str(), 0600), 0);
+  if (!setAttribute(folder_.path(), kDefaultAccessList, accessListFor(kSomebody))) {
+    GTEST_SKIP() << "no access lists here";
+  }
+  expectKept();
+}
+
+}  // namespace
+}  // namespace tagwriter::test

@@ -1,0 +1,133 @@
+// A worker that cannot be started, that dies, and what comes after it.
+#include <sys/wait.h>
+
+#include <chrono>
+#include <thread>
+
+#include "tests/client/client_test.h"
+#include "tests/client/file_state.h"
+#include "tests/client/system_calls.h"
+
+namespace tagwriter::test {
+namespace {
+
+class Worker : public ClientTest {
+ protected:
+  Outcome setTitle(TagWriter& writer, const std::string& title = "Title") {
+    return writer.setField(path_, "title", title);
+  }
+  /// The one worker that runs.
+  pid_t worker() {
+    const std::set<pid_t> found = children();
+    EXPECT_EQ(found.size(), 1);
+    return found.empty() ? -1 : *found.begin();
+  }
+
+  std::string path_ = folder_.copyOf("mp3_plain.mp3");
+  FileState before_ = stateOf(path_);
+};
+
+TEST_F(Worker, IsStartedAtTheFirstRequestAndKept) {
+  EXPECT_EQ(children().size(), 0);
+  EXPECT_STATUS(Status::kWritten, setTitle(writer_, "One"));
+  const pid_t first = worker();
+  EXPECT_STATUS(Status::kWritten, setTitle(writer_, "Two"));
+  EXPECT_EQ(worker(), first);
+}
+
+TEST_F(Worker, EndsWithItsWriter) {
+  {
+    TagWriter writer(TAGWRITER_WORKER);
+    EXPECT_STATUS(Status::kWritten, setTitle(writer));
+    TagWriter moved(std::move(writer));
+    EXPECT_STATUS(Status::kWritten, setTitle(moved));
+    EXPECT_EQ(children().size(), 1);
+  }
+  EXPECT_EQ(children().size(), 0);
+}
+
+TEST_F(Worker, IsFoundBesideTheProgram) {
+  TagWriter writer;
+  EXPECT_STATUS(Status::kWritten, setTitle(writer));
+  EXPECT_EQ(titleOf(path_), "Title");
+}
+
+TEST_F(Worker, ServesOneThreadAfterTheOther) {
+  EXPECT_STATUS(Status::kWritten, setTitle(writer_, "One"));
+  std::thread([this] { EXPECT_STATUS(Status::kWritten, setTitle(writer_, "Two")); }).join();
+  EXPECT_STATUS(Status::kWritten, setTitle(writer_, "Three"));
+  EXPECT_EQ(children().size(), 1);
+  EXPECT_EQ(titleOf(path_), "Three");
+}
+
+TEST_F(Worker, ThatCannotBeStartedIsSaid) {
+  for (const std::string& program :
+       {folder_.path().string() + "/missing", folder_.write("no program", "#!/bin/sh\n"),
+        folder_.path().string(), script("ends at once", "exit 1"),
+        script("is killed", "kill -9 $$"), script("does not speak", "exec true")}) {
+    SCOPED_TRACE(program);
+    TagWriter writer(program);
+    for (int i = 0; i < 2; ++i) {
+      const Outcome outcome = setTitle(writer);
+      EXPECT_STATUS(Status::kServiceUnavailable, outcome);
+      EXPECT_NE(outcome.detail, "");
+    }
+    EXPECT_STATUS(Status::kServiceUnavailable,
+                  writer.setField(path_, "title", std::string("Title"), {.safe = true}));
+  }
+  EXPECT_EQ(stateOf(path_), before_);
+  EXPECT_EQ(children().size(), 0);
+}
+
+TEST_F(Worker, ThatCouldNotBeStartedIsTriedAgain) {
+  const std::string once = script("once", "cd " + folder_.path().string() +
+                                              "\nmkdir tried 2>/dev/null && exit 1\n"
+                                              "exec $WORKER \"$@\"\n");
+  TagWriter writer(once);
+  EXPECT_STATUS(Status::kServiceUnavailable, setTitle(writer));
+  EXPECT_EQ(stateOf(path_), before_);
+  EXPECT_STATUS(Status::kWritten, setTitle(writer));
+  EXPECT_EQ(titleOf(path_), "Title");
+}
+
+TEST_F(Worker, ThatIsKilledInTheMiddleDoesNotAnswerAndHasASuccessor) {
+  const std::string ape = folder_.copyOf("ape_tagged.ape");
+  EXPECT_STATUS(Status::kWritten, writer_.setField(ape, "title", std::string(5000, 'x')));
+  const pid_t first = worker();
+  {
+    // While the worker waits for the player to shorten the file.
+    const Interception killing(Call::kFtruncate, [&] {
+      killChild(first);
+      return 0;
+    });
+    EXPECT_STATUS(Status::kNoAnswer, writer_.clearField(ape, "title"));
+  }
+  EXPECT_STATUS(Status::kWritten, setTitle(writer_));
+  EXPECT_EQ(titleOf(path_), "Title");
+  EXPECT_NE(worker(), first);
+}
+
+TEST_F(Worker, ThatDiesBetweenTwoRequestsIsNotMissed) {
+  EXPECT_STATUS(Status::kWritten, setTitle(writer_, "One"));
+  for (const char* title : {"Two", "Three", "Four"}) {
+    killChild(worker());
+    EXPECT_STATUS(Status::kWritten, setTitle(writer_, title));
+    EXPECT_EQ(titleOf(path_), title);
+  }
+}
+
+TEST_F(Worker, TakesARequestJustBelowTheLimit) {
+  // The largest image that the guard lets pass is larger than this by less than 2 KiB.
+  std::vector<std::byte> image((std::size_t{64} << 20) - 4096);
+  image.front() = std::byte{'F'};
+  image.back() = std::byte{'L'};
+  EXPECT_STATUS(Status::kWritten,
+                writer_.write(path_, Edit::setCover(image, ImageType::kPNG, true)));
+  const std::string written = bytesOf(path_);
+  const std::string content(reinterpret_cast<const char*>(image.data()), image.size());
+  EXPECT_NE(written.find(content), std::string::npos) << "the image is not in the file";
+  EXPECT_STATUS(Status::kWritten, setTitle(writer_));
+}
+
+}  // namespace
+}  // namespace tagwriter::test

@@ -1,0 +1,68 @@
+"""The manual pages are well-formed and say what the programs do."""
+
+import re
+import subprocess
+import unittest
+
+from staging import DEADLINE, SOURCE, StagingTest, run
+
+PAGES = ["man1/tagwriter.1", "man3/tagwriter.3", "man8/tagwriter-bus.8", "man8/tagwriterd.8"]
+
+
+class ManualTest(StagingTest):
+    def page(self, name):
+        return self.prefix / "share/man" / name
+
+    def rendered(self, name):
+        """A page as plain text on one line."""
+        text = run("mandoc", "-T", "utf8", self.page(name))
+        return re.sub(r"\s+", " ", re.sub(".\b", "", text))
+
+    def help_of(self, program, *arguments):
+        return run(self.prefix / program, *arguments, "--help")
+
+    def assert_describes_options(self, page, help_text):
+        options = re.findall(r"(?<![\w-])--[a-z][a-z-]*", help_text)
+        self.assertIn("--help", options)
+        rendered = self.rendered(page)
+        for option in set(options):
+            self.assertRegex(rendered, rf"(?<![\w-]){option}(?![\w-])", page)
+
+    def test_mandoc_finds_nothing_to_warn_of(self):
+        for name in PAGES:
+            run("mandoc", "-T", "lint", "-W", "warning,stop", self.page(name))
+
+    def test_the_command_page_describes_every_verb_and_option(self):
+        listed = self.help_of("bin/tagwriter").split("ubcommands:")[1].split("\n\n")[0]
+        verbs = re.findall(r"^  ([a-z]+) ", listed, re.MULTILINE)
+        self.assertIn("set", verbs)
+        for verb in verbs:
+            self.assertRegex(self.rendered(PAGES[0]), rf"tagwriter {verb}\b")
+            self.assert_describes_options(PAGES[0], self.help_of("bin/tagwriter", verb))
+
+    def test_the_service_pages_describe_every_option(self):
+        for page, program in {PAGES[2]: "tagwriter-bus", PAGES[3]: "tagwriterd"}.items():
+            self.assert_describes_options(page, self.help_of(f"libexec/tagwriter/{program}"))
+
+    def test_the_command_page_lists_every_field_with_its_type(self):
+        listed = dict(re.findall(r"^\.It Cm (\w+) Ta (.+)$", self.page(PAGES[0]).read_text(),
+                                 re.MULTILINE))
+        header = (SOURCE / "protocol/fields.h").read_text()
+        keys = re.findall(r'char k\w+\[\] = "(\w+)"', header)
+        self.assertGreater(len(keys), 20)
+        self.assertEqual(sorted(listed), sorted(keys))
+        self.assertEqual((listed["title"], listed["rating"], listed["compilation"], listed["year"]),
+                         ("text in UTF-8", "a decimal number", "yes or no", "a whole number"))
+
+    def test_the_exit_codes_are_those_of_the_page(self):
+        rendered = self.rendered(PAGES[0])
+        for arguments, code, meaning in [([], 2, "The command line was wrong"),
+                                         (["show", "/nowhere.mp3"], 1, "Something failed")]:
+            done = subprocess.run([self.prefix / "bin/tagwriter", *arguments], timeout=DEADLINE,
+                                  capture_output=True, check=False)
+            self.assertEqual(done.returncode, code, arguments)
+            self.assertIn(f"{code} {meaning}", rendered)
+
+
+if __name__ == "__main__":
+    unittest.main()
