@@ -40,8 +40,9 @@ File* DSFFileTypeResolver::createFileFromStream(
 
 void registerDSFFileTypeResolver() {
   // Never destroyed: the library keeps it to the end of the process.
-  static const auto* const kResolver = FileRef::addFileTypeResolver(new DSFFileTypeResolver);
-  (void)kResolver;
+  static const auto* const kResolver = new DSFFileTypeResolver;
+  static const auto* const kRegistered = FileRef::addFileTypeResolver(kResolver);
+  (void)kRegistered;
 }
 
 }  // namespace TagLib
