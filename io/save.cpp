@@ -1,5 +1,6 @@
 #include "io/save.h"
 
+#include <asftag.h>
 #include <flacpicture.h>
 #include <xiphcomment.h>
 
@@ -40,6 +41,18 @@ bool canSave(const TagLib::Ogg::FLAC::File& file) {
   return file.hasXiphComment() && fitsBlock(file.tag());
 }
 
+bool canSave(const TagLib::ASF::File& file) {
+  constexpr unsigned kMaxText = 0xffff;
+  constexpr unsigned kTerminator = 2;
+  const TagLib::ASF::Tag* tag = file.tag();
+  if (!tag) return true;
+  for (const TagLib::String& text :
+       {tag->title(), tag->artist(), tag->copyright(), tag->comment(), tag->rating()}) {
+    if (text.data(TagLib::String::UTF16LE).size() + kTerminator > kMaxText) return false;
+  }
+  return true;
+}
+
 /// The packet of the comment, if that is the last metadata block. Packet 0 is the stream's header,
 /// and every metadata block follows in a packet of its own (Ogg mapping of FLAC).
 std::optional<unsigned> lastBlockIfComment(TagLib::Ogg::FLAC::File& file) {
@@ -78,7 +91,14 @@ bool saveFile(TagLib::Ogg::FLAC::File& file) {
   return canSave(file) && saveKeepingLastBlock(file, [&] { return file.save(); });
 }
 
+bool saveFile(TagLib::ASF::File& file) {
+  return canSave(file) && file.save();
+}
+
 bool saveReference(TagLib::FileRef& reference) {
+  if (const auto* wma = dynamic_cast<TagLib::ASF::File*>(reference.file())) {
+    return canSave(*wma) && reference.save();
+  }
   if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(reference.file())) {
     return canSave(*flac) && reference.save();
   }

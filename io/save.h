@@ -1,6 +1,7 @@
 // Saving a file without the harm that the tag library's own save() can do.
 #pragma once
 
+#include <asffile.h>
 #include <fileref.h>
 #include <flacfile.h>
 #include <mpegfile.h>
@@ -29,7 +30,12 @@ bool saveFile(TagLib::FLAC::File& file);
 /// from then on.
 bool saveFile(TagLib::Ogg::FLAC::File& file);
 
-/// FileRef::save() with the refusals and the repair for FLAC and Ogg FLAC files.
+/// A WMA file whose title, artist, copyright, comment or rating does not fit 16 bits is refused:
+/// the library would write a length that is too short, and what follows would be lost (ASF
+/// specification, 3.10).
+bool saveFile(TagLib::ASF::File& file);
+
+/// FileRef::save() with the refusals and the repair for FLAC, Ogg FLAC and WMA files.
 bool saveReference(TagLib::FileRef& reference);
 
 }  // namespace tagwriter

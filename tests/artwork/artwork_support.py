@@ -8,7 +8,6 @@ import subprocess
 import sys
 
 import mutagen.aiff
-import mutagen.apev2
 import mutagen.asf
 import mutagen.dsf
 import mutagen.flac

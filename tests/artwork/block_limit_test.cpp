@@ -46,7 +46,7 @@ TEST_F(BlockLimit, OfAFLACPicture) {
 
 TEST_F(BlockLimit, IsFarExceeded) {
   expectRefused(folder_.copyOf("flac_plain.flac"), std::string(20000000, 'x'), 1);
-  expectRefused(plainCopy(folder_, kFormats[11]), std::string(20000000, 'x'), 1);
+  expectRefused(plainCopy(folder_, formatNamed("oga_flac")), std::string(20000000, 'x'), 1);
 }
 
 /// The comment's bytes without pictures (Vorbis I, 5.2.1), its framing bit not among them.
@@ -66,7 +66,7 @@ TEST_F(BlockLimit, OfAnOggFLACComment) {
   constexpr std::size_t kBase64Size = (kImageSize + 8 * 4 + 2) / 3 * 4;
   constexpr std::size_t kFieldSize = 4 + sizeof "METADATA_BLOCK_PICTURE=" - 1 + kBase64Size;
   for (const std::size_t excess : {1U, 0U}) {
-    const std::string path = plainCopy(folder_, kFormats[11]);
+    const std::string path = plainCopy(folder_, formatNamed("oga_flac"));
     {
       TagLib::Ogg::FLAC::File file(path.c_str(), false);
       const std::size_t others = sizeOf(*file.tag()) + 4 + sizeof "FILLER=" - 1;
@@ -89,7 +89,7 @@ TEST_F(BlockLimit, OfAnOggFLACComment) {
 
 TEST_F(BlockLimit, IsNoneInVorbisAndOpusFiles) {
   const std::string image = imageOf(20000000);
-  for (const Format& format : {kFormats[4], kFormats[12]}) {
+  for (const Format& format : {formatNamed("ogg"), formatNamed("opus")}) {
     const std::string path = plainCopy(folder_, format);
     EXPECT_TRUE(write(path, image, 1, true)) << format;
     EXPECT_EQ(picturesIn(format.kind, path), Pictures{frontCover(Family::kXiph, 1, image)});

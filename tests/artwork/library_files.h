@@ -18,6 +18,8 @@
 
 #include <ostream>
 #include <string>
+#include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "dsf/dsf_file.h"
@@ -71,6 +73,13 @@ inline constexpr Format kFormats[] = {
     {"dsf", Kind::kDSF, "dsf_plain.dsf", "dsf_tagged.dsf", "song.dsf"},
     {"mpc", Kind::kMPC, "mpc_plain.mpc", nullptr, "song.mpc"},
 };
+
+/// The format of this name, which must be there.
+constexpr const Format& formatNamed(std::string_view name) {
+  const Format* format = kFormats;
+  while (format->name != name) ++format;
+  return *format;
+}
 
 inline std::ostream& operator<<(std::ostream& out, const Format& format) {
   return out << format.name;
