@@ -43,8 +43,6 @@ void edit(TagLib::APE::Tag& tag, const char* field, const FieldValue& value) {
   cell.edit(tag, cell, {value, nullptr});
 }
 
-// Track numbers in text -------------------------------------------------------------------------
-
 /// A TRCK frame or a Track item before and after an edit.
 struct TrackCase {
   Text before;
@@ -154,8 +152,6 @@ TEST(TrackTotal, RemovesTheNumberAsWellWhenEitherIsZero) {
   }
 }
 
-// Pairs in MP4 ----------------------------------------------------------------------------------
-
 using MP4Pair = std::optional<std::pair<int, int>>;
 
 MP4Pair mp4After(const char* field, const char* item, MP4Pair before, const FieldValue& value) {
@@ -220,8 +216,6 @@ TEST(MP4Flags, AreAByte) {
   EXPECT_EQ(tag.item("cpil").toByte(), 0);
 }
 
-// Names that an edit only removes ---------------------------------------------------------------
-
 TEST(XiphNumbers, TakeTheOtherNameAway) {
   for (const std::int64_t value : {std::int64_t{0}, std::int64_t{120}}) {
     TagLib::Ogg::XiphComment comment;
@@ -272,8 +266,6 @@ TEST(ID3v2Ratings, TakeThePlaceOfAllPopularimeters) {
   EXPECT_EQ(frame->rating(), 0);
   EXPECT_EQ(frame->counter(), 0u);
 }
-
-// What the tag holds ----------------------------------------------------------------------------
 
 TEST(ReadID3v2FrameText, GivesTheFirstFrame) {
   TagLib::ID3v2::Tag tag;
