@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "transport/dbus/names.h"
@@ -16,6 +17,7 @@ namespace tagwriter::dbus {
 namespace {
 
 constexpr std::chrono::seconds kWorkerStartLimit(30);
+constexpr char kBusDaemon[] = "org.freedesktop.DBus";
 constexpr char kLocalInterface[] = "org.freedesktop.DBus.Local";
 
 /// Whether `message` answers `call`: the worker saw the call with the caller's own serial number.
@@ -90,7 +92,25 @@ int Front::connectToBus() {
   if ((r = sd_bus_attach_event(bus, event_.get(), SD_EVENT_PRIORITY_NORMAL)) < 0) return r;
   r = sd_bus_add_object_vtable(bus, nullptr, kWriteObject, kWriteInterface, kVtable, this);
   if (r < 0) return r;
+  r = sd_bus_match_signal(bus, nullptr, kBusDaemon, nullptr, kBusDaemon, "NameAcquired", onNamed,
+                          this);
+  if (r < 0) return r;
   return sd_bus_request_name(bus, kBusName, 0);
+}
+
+int Front::onNamed(sd_bus_message* signal, void* front, sd_bus_error*) noexcept {
+  const char* name = nullptr;
+  if (sd_bus_message_read(signal, "s", &name) >= 0 && std::string_view(name) == kBusName) {
+    static_cast<Front*>(front)->named();
+  }
+  return 0;
+}
+
+void Front::named() {
+  named_ = true;
+  forwardNext();
+  // Not here: inside its callback the connection processes no further messages.
+  if (leaving_) sd_event_source_set_time_relative(idleTimer_.get(), 0);
 }
 
 int Front::startWorker(std::string& error) {
@@ -123,7 +143,7 @@ void Front::takeCall(sd_bus_message* call) {
 }
 
 void Front::forwardNext() {
-  while (!inHand_ && !waiting_.empty()) {
+  while (named_ && !inHand_ && !waiting_.empty()) {
     inHand_ = std::move(waiting_.front());
     waiting_.pop_front();
     if (worker_ && hasHungUp(worker_->connection.get())) worker_.reset();
@@ -203,13 +223,19 @@ void Front::leave() {
 
 void Front::exitWhenDone() {
   // The name is kept as long as there is work, or a successor would write beside us.
-  if (!leaving_ || busy()) return;
+  if (!leaving_ || !named_ || busy()) return;
+  named_ = false;
+  sd_bus_release_name(bus_.get(), kBusName);
   // Every request that the bus routed here before the name was gone has arrived by the time of the
   // release's reply, and waits to be processed.
-  sd_bus_release_name(bus_.get(), kBusName);
   while (sd_bus_process(bus_.get(), nullptr) > 0) {
   }
-  if (!busy()) sd_event_exit(event_.get(), 0);
+  if (busy()) {
+    // Such a request has its turn when the name is ours again: at once, or behind a successor.
+    sd_bus_request_name(bus_.get(), kBusName, SD_BUS_NAME_QUEUE);
+  } else {
+    sd_event_exit(event_.get(), 0);
+  }
 }
 
 }  // namespace tagwriter::dbus

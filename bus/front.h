@@ -49,6 +49,7 @@ class Front {
 
   // Callbacks of the event loop; each hands over to the member below it.
   static int onWrite(sd_bus_message* call, void* front, sd_bus_error* error) noexcept;
+  static int onNamed(sd_bus_message* signal, void* front, sd_bus_error* error) noexcept;
   static int onWorkerMessage(sd_bus_message* message, void* front, sd_bus_error* error) noexcept;
   static int onWorkerGone(sd_event_source* source, void* front) noexcept;
   static int onIdle(sd_event_source* source, std::uint64_t now, void* front) noexcept;
@@ -56,6 +57,7 @@ class Front {
 
   int prepare();
   int connectToBus();
+  void named();
   int startWorker(std::string& error);
 
   void takeCall(sd_bus_message* call);
@@ -79,6 +81,7 @@ class Front {
   std::optional<Worker> worker_;
   MessageHandle inHand_;               ///< the call that the worker has
   std::deque<MessageHandle> waiting_;  ///< the calls behind it
+  bool named_ = false;                 ///< without the name nothing is forwarded
   bool leaving_ = false;
 };
 

@@ -8,10 +8,10 @@ import threading
 import unittest
 from pathlib import Path
 
-from session import (  # noqa: F401
-    BIN, BUS_NAME, DEADLINE, FRONT, WORKER, Process, SessionBus, children_of, wait_for)
+from processes import DEADLINE
+from session import FRONT, SessionBus
 
-from player import GLib, RemoteError, change, text  # noqa: F401
+from player import GLib, RemoteError, change, text
 from truncation import TruncationEndpoint, shorten
 
 if "TAGWRITER_DATA" not in os.environ:
@@ -30,7 +30,7 @@ def result(body):
 
 class HeldRequest:
     """A request that makes its file shorter, held in the middle of the work: the player does not
-    answer Truncate before it is let go."""
+    answer Truncate before it is let go. It is sent at once; `with` waits until it is held."""
 
     def __init__(self, caller, path, field="title"):
         self.let_go = threading.Event()
@@ -40,10 +40,10 @@ class HeldRequest:
         request["truncateconnection"] = GLib.Variant("h", 1)
         with open(path, "rb+") as file:
             self.future = caller.write_later(request, [file, self._endpoint.theirs])
-        if not self.is_held.wait(DEADLINE):
-            raise AssertionError("the request does not reach its truncation")
 
     def __enter__(self):
+        if not self.is_held.wait(DEADLINE):
+            raise AssertionError("the request does not reach its truncation")
         return self
 
     def __exit__(self, *_):

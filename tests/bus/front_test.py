@@ -7,7 +7,8 @@ import unittest
 
 import mutagen
 
-from session import BUS_NAME, DEADLINE, FRONT, Gio, GLib, children_of, wait_for
+from processes import DEADLINE, children_of, wait_for
+from session import BUS_NAME, FRONT, Gio, GLib
 from bus_support import BusTest, TruncationEndpoint, change, text
 from player import INTERFACE, OBJECT, dictionary, number, raw_bytes, write_call
 

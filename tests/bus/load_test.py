@@ -11,7 +11,7 @@ import mutagen
 
 from bus_support import BusTest
 from load_client import REQUESTS, value
-from session import DEADLINE, children_of, wait_for
+from processes import DEADLINE, children_of, wait_for
 
 CLIENTS = 4
 # Every second value makes them shorter.

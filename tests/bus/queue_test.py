@@ -5,7 +5,8 @@ import unittest
 import mutagen
 
 from bus_support import BusTest, HeldRequest, TruncationEndpoint, change, result
-from session import DEADLINE, FRONT, GLib, Process, children_of, wait_for
+from processes import DEADLINE, Process, children_of, wait_for
+from session import FRONT, GLib
 from truncation import shorten
 
 

@@ -6,9 +6,9 @@ import unittest
 
 import mutagen
 
-from bus_support import (
-    NO_REPLY, STAND_IN, BusTest, HeldRequest, Process, RemoteError, children_of, result, wait_for)
-from session import DEADLINE, GLib
+from bus_support import NO_REPLY, STAND_IN, BusTest, HeldRequest, RemoteError, result
+from processes import DEADLINE, Process, children_of, wait_for
+from session import GLib
 
 VICTIM = "org.tagwriter.Victim"
 

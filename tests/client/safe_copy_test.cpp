@@ -139,6 +139,27 @@ TEST_F(SafeCopyTest, DoesNotTakeItWhenTheSystemRefuses) {
   }
 }
 
+TEST_F(SafeCopyTest, DoesNotTakeItFromAnotherVersion) {
+  constexpr timespec kThen = {1'000'000'000, 5};
+  setTimes(path_, kThen, kThen);
+  SafeCopy copy;
+  ASSERT_STATUS(Status::kWritten, copy.make(file_.get(), path_));
+  const auto refused = [&] {
+    EXPECT_STATUS(Status::kReplaceFailed, copy.replaceOriginal(file_.get()));
+    setTimes(path_, kThen, kThen);
+  };
+  setTimes(path_, kThen, {kThen.tv_sec, kThen.tv_nsec + 1});
+  refused();
+  setTimes(path_, kThen, {kThen.tv_sec - 1, kThen.tv_nsec});
+  refused();
+  std::filesystem::resize_file(path_, content().size() - 1);
+  setTimes(path_, kThen, kThen);
+  refused();
+  std::filesystem::resize_file(path_, content().size());
+  setTimes(path_, kThen, kThen);
+  EXPECT_STATUS(Status::kWritten, copy.replaceOriginal(file_.get()));
+}
+
 TEST_F(SafeCopyTest, WithANameVanishesWithItsObject) {
   const Failing unnamed(Call::kOpenUnnamed, EOPNOTSUPP);
   {

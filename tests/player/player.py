@@ -197,7 +197,7 @@ class Player:
         return reply_values(self.write_later(request, fds).result(DEADLINE))
 
     def write_later(self, request, fds=()):
-        """Sends a request. Returns the future of the reply's body."""
+        """Sends a request, in no order with others. Returns the future of the reply's body."""
         return self.submit(write_call(request, fds))
 
     def submit(self, message):
