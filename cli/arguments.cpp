@@ -96,13 +96,12 @@ class CoverVerb final : public Verb {
   explicit CoverVerb(CLI::App& app)
       : Verb(app, "cover", "Store an image as the front cover of files, or remove all pictures") {
     auto* replace = command->add_flag("--replace", parsed_.replace,
-                                      "Replace the pictures that are there; without it they are "
-                                      "kept and the new one is refused");
-    auto* type = command
-                     ->add_option("--type", parsed_.type,
-                                  "The image's format, when its first bytes do not tell")
-                     ->transform(CLI::CheckedTransformer(kTypes).description(""))
-                     ->type_name("png|jpeg|tiff|gif|bmp");
+                                      "Replace the pictures that are there; without it a file "
+                                      "that has one is left alone and fails");
+    auto* type =
+        command->add_option("--type", type_, "The image's format, when its first bytes do not tell")
+            ->check(CLI::IsMember(&kTypes).description(""))
+            ->type_name("png|jpeg|tiff|gif|bmp");
     auto* clear = command->add_flag("--clear", parsed_.clear, "Remove all pictures");
     clear->excludes(replace)->excludes(type);
     addEditing(parsed_.options);
@@ -114,6 +113,7 @@ class CoverVerb final : public Verb {
   Arguments arguments() const override {
     CoverArguments result = parsed_;
     if (result.clear) return result;
+    if (!type_.empty()) result.type = kTypes.at(type_);
     std::vector<std::string>& paths = result.options.paths;
     if (paths.size() < 2) {
       throw CLI::ValidationError("cover: IMAGE and at least one FILE are needed");
@@ -130,6 +130,7 @@ class CoverVerb final : public Verb {
                                                                  {"gif", ImageType::kGIF},
                                                                  {"bmp", ImageType::kBMP}};
   CoverArguments parsed_;
+  std::string type_;
 };
 
 class ShowVerb final : public Verb {

@@ -7,6 +7,8 @@
 #include <cstring>
 
 #include "io/file_type.h"
+#include "protocol/keys.h"
+#include "reading/pictures.h"
 
 namespace tagwriter {
 namespace {
@@ -59,6 +61,10 @@ Outcome checkKind(int fd) {
   return {};
 }
 
+bool keepsPictures(const ValueDictionary& request) {
+  return request.values().contains(key::kArtwork) && !request.getBool(key::kReplaceArtwork);
+}
+
 /// The bytes of one value, its variant's signature and padding included.
 struct WireSize {
   static constexpr std::uint64_t kOverhead = 32;
@@ -94,6 +100,7 @@ Outcome checkRequest(int fd, const std::string& path, const ValueDictionary& req
   if (::fstat(fd, &status) != 0) return failed(Status::kNotFound, errno);
   const auto fileSize = static_cast<std::uint64_t>(status.st_size);
   if (has32BitSizes(path) && fileSize + size > kMax32Bit) return {Status::kFileTooLarge};
+  if (keepsPictures(request) && !readPictures(fd, path).empty()) return {Status::kHasPicture};
   return {};
 }
 

@@ -14,8 +14,9 @@ Outcome openForEdit(const AudioFile& file, UniqueFd& fd);
 
 /// Whether `request` can be sent for the file behind `fd` (lent) called `path`. It must stay below
 /// 64 MiB on the wire (D-Bus specification, maximum length of an array), or a caller on the session
-/// bus would lose its connection; and a WAV or AIFF file must not outgrow its 32-bit sizes (RIFF
-/// and AIFF chunk headers).
+/// bus would lose its connection; a WAV or AIFF file must not outgrow its 32-bit sizes (RIFF and
+/// AIFF chunk headers); and a picture that is not to be replaced must not be there, whatever the
+/// service makes of it in the file's format.
 Outcome checkRequest(int fd, const std::string& path, const ValueDictionary& request);
 
 /// An upper bound for the bytes of `request` on the wire.

@@ -8,8 +8,8 @@ const char* sentenceOf(Status status) {
     case Status::kWritten:
       return "written";
     case Status::kRefused:
-      return "not written: the file is not readable as audio of its type, or the type does not "
-             "take this";
+      return "not written: the file is not audio of its type, the type does not take this, or "
+             "there was nothing to remove";
     case Status::kNoAnswer:
       return "the service did not answer";
     case Status::kServiceUnavailable:
@@ -28,6 +28,8 @@ const char* sentenceOf(Status status) {
       return "the file would outgrow the 32-bit sizes of its format";
     case Status::kRequestTooLarge:
       return "the request would exceed 64 MiB";
+    case Status::kHasPicture:
+      return "has a picture already, which was not to be replaced";
     case Status::kCopyFailed:
       return "no faithful copy can be made";
     case Status::kCopyUnreadable:

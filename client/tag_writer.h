@@ -44,6 +44,7 @@ enum class Status {
   kOpenedForAppend,     ///< the caller's descriptor would write everything to the file's end
   kFileTooLarge,        ///< the file would outgrow the 32-bit sizes of its format
   kRequestTooLarge,     ///< the request would be 64 MiB or more, the limit of the wire
+  kHasPicture,          ///< a picture is there, which a new one was not to replace
   kCopyFailed,          ///< safe mode: no faithful copy could be made; the file is as it was
   kCopyUnreadable,  ///< safe mode: the edited copy does not open any more; the file is as it was
   kReplaceFailed,   ///< safe mode: the copy could not take the file's place
@@ -116,7 +117,7 @@ class TAGWRITER_API Edit {
   /// The disc's number and the number of discs; 0 stands for unknown.
   static Edit setDisc(std::int64_t number, std::int64_t total);
   /// The front cover. `image` (encoded bytes) is lent for the life of the edit. Pictures that are
-  /// there are replaced, or else kept and the new one refused.
+  /// there are replaced; without `replace` they are kept, and nothing is sent (kHasPicture).
   static Edit setCover(std::span<const std::byte> image, ImageType type, bool replace);
   /// All pictures go away.
   static Edit clearCovers();

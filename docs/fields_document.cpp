@@ -28,9 +28,10 @@ is the family of the file's format, the service answers false and the file is no
 | ASF | WMA |
 | APE | Monkey's Audio, WavPack, Musepack |
 
-An absent value removes the field. An empty text removes ID3v2 text frames; every other family is
-given the empty text as it is, and what the tag library makes of that stands: a Xiph field and an
-APE item without a value are not written.
+An absent text removes the field. An absent number, rating or flag is 0 or no, and what that leaves
+in the file is said with the kind of the cell. An empty text removes ID3v2 text frames; every other
+family is given the empty text as it is, and what the tag library makes of that stands: a Xiph field
+and an APE item without a value are not written.
 
 A name by itself stands for a *text* cell: one text, in the place of all that was there. Behind other
 names stands the kind of the cell; the kinds are explained below the table.

@@ -19,8 +19,9 @@ namespace cell {
 
 /// The track number of the library's generic tag.
 struct GenericTrack {
-  static constexpr Form kForm = {"generic track",
-                                 "where the tag library's own track setter puts it"};
+  static constexpr Form kForm = {
+      "generic track",
+      "where the tag library's own track setter puts it; 0 removes, but ASF keeps a text of \"0\""};
   template <typename Tag>
   static void edit(Tag& tag, const Cell<Tag>&, const FieldEdit& edit) {
     tag.setTrack(static_cast<unsigned>(low32(edit.value.number)));
@@ -32,7 +33,7 @@ struct NumberOfPair {
   static constexpr Form kForm = {
       "number of a pair",
       "the total that is there is kept; where there is none, the number alone, and 0 removes the "
-      "text"};
+      "text; MP4 has two integers and keeps them, 0 included"};
   static void edit(TagLib::ID3v2::Tag& tag, const Cell<TagLib::ID3v2::Tag>& cell,
                    const FieldEdit& edit);
   static void edit(TagLib::MP4::Tag& tag, const Cell<TagLib::MP4::Tag>& cell,
@@ -43,9 +44,10 @@ struct NumberOfPair {
 
 /// The second number of "number/total", the first kept.
 struct TotalOfPair {
-  static constexpr Form kForm = {
-      "total of a pair",
-      "the number that is there is kept; the text is removed, number and all, when either is 0"};
+  static constexpr Form kForm = {"total of a pair",
+                                 "the number that is there is kept; the text is removed, number "
+                                 "and all, when either is 0; MP4 "
+                                 "has two integers and keeps them, 0 included"};
   static void edit(TagLib::ID3v2::Tag& tag, const Cell<TagLib::ID3v2::Tag>& cell,
                    const FieldEdit& edit);
   static void edit(TagLib::MP4::Tag& tag, const Cell<TagLib::MP4::Tag>& cell,
@@ -65,8 +67,8 @@ struct Total {
 struct Pair {
   static constexpr Form kForm = {
       "pair",
-      "\"number/total\", or \"number\" when the total is 0; MP4 has two integers, removed "
-      "when both are 0"};
+      "\"number/total\", or \"number\" when the total is 0, and that is written when it is 0 too; "
+      "MP4 has two integers, removed when both are 0"};
   template <typename Tag>
   static void edit(Tag& tag, const Cell<Tag>& cell, const FieldEdit& edit) {
     setText(tag, cell.name, textOf(edit.value).c_str());
@@ -111,7 +113,7 @@ struct Rating {
       "rating",
       "ID3v2: one popularimeter frame in the place of all, 0 to 255 in uneven steps; MP4 and Xiph: "
       "20 a star, cut; ASF: 10 a half star as text, and 0 to 99 for whole stars; APE: the stars "
-      "with six decimals"};
+      "with six decimals; 0 is written like any other"};
   static void edit(TagLib::ID3v2::Tag& tag, const Cell<TagLib::ID3v2::Tag>& cell,
                    const FieldEdit& edit);
   static void edit(TagLib::MP4::Tag& tag, const Cell<TagLib::MP4::Tag>& cell,

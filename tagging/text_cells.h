@@ -40,7 +40,10 @@ struct Text {
 
 /// What the tag library's generic file reference writes; the name is the library's choice.
 struct Library {
-  static constexpr Form kForm = {"library", "written by the tag library's generic tag"};
+  static constexpr Form kForm = {"library",
+                                 "written by the tag library's generic tag; an empty text or a "
+                                 "year of 0 removes, but ASF keeps "
+                                 "an empty attribute or a text of \"0\""};
   static constexpr bool kHasNoEditor = true;
 };
 
@@ -52,8 +55,10 @@ struct CueSheet {
 
 /// The comment of the library's generic tag.
 struct GenericComment {
-  static constexpr Form kForm = {"generic comment",
-                                 "where the tag library's own comment setter puts it"};
+  static constexpr Form kForm = {
+      "generic comment",
+      "where the tag library's own comment setter puts it; in ASF that is the description of the "
+      "content, not the attribute of that name"};
   template <typename Tag>
   static void edit(Tag& tag, const Cell<Tag>&, const FieldEdit& edit) {
     tag.setComment(toTagString(edit.value.text));

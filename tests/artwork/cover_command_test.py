@@ -117,6 +117,15 @@ class StoreTest(CommandTest):
         self.assert_failed(tagwriter("cover", self.png, mp3), mp3)
         self.assertEqual(mp3.read_bytes(), (DATA / "mp3_id3v23.mp3").read_bytes())
 
+    def test_keeps_what_is_there_in_every_format(self):
+        for name in ("vorbis_plain.ogg", "opus_plain.opus", "ape_plain.ape", "m4a_plain.m4a"):
+            with self.subTest(name=name):
+                path = self.copy(name)
+                self.assert_done(tagwriter("cover", self.png, path))
+                before = path.read_bytes()
+                self.assert_failed(tagwriter("cover", DATA / "cover.gif", path), path, "picture")
+                self.assertEqual(path.read_bytes(), before)
+
     def test_replaces_when_told_to(self):
         mp3 = self.copy("mp3_id3v23.mp3")
         self.assertEqual(len(pictures(mp3)), 2)
@@ -186,6 +195,7 @@ class UsageTest(CommandTest):
                 (["cover", "--clear", "--type", "png", mp3], "--clear"),
                 (["cover", "--type", "webp", self.png, mp3], "--type"),
                 (["cover", "--type", "", self.png, mp3], "--type"),
+                (["cover", "--type", "1", self.png, mp3], "--type"),
                 (["cover", self.png, mp3, "--type"], "--type"),
                 (["cover", "--remove", mp3], "--remove")):
             with self.subTest(arguments=arguments):

@@ -96,7 +96,7 @@ TEST_F(Edits, SetAndClearCovers) {
                 writer_.write(path_, Edit::setCover(red, detectImageType(red), false)));
   EXPECT_TRUE(holds(red));
   // One is there, and it is to be kept.
-  EXPECT_STATUS(Status::kRefused,
+  EXPECT_STATUS(Status::kHasPicture,
                 writer_.write(path_, Edit::setCover(blue, detectImageType(blue), false)));
   EXPECT_TRUE(holds(red) && !holds(blue));
   EXPECT_STATUS(Status::kWritten,
@@ -104,6 +104,24 @@ TEST_F(Edits, SetAndClearCovers) {
   EXPECT_TRUE(!holds(red) && holds(blue));
   EXPECT_STATUS(Status::kWritten, writer_.write(path_, Edit::clearCovers()));
   EXPECT_TRUE(!holds(red) && !holds(blue));
+}
+
+TEST_F(Edits, KeepAPictureThatIsNotToBeReplaced) {
+  // Left to itself, the service replaces it in some formats and says true in others.
+  const std::vector<std::byte> red = imageBytes("cover_red.png");
+  for (const char* name :
+       {"mp3_plain.mp3", "m4a_plain.m4a", "flac_plain.flac", "vorbis_plain.ogg", "flac.oga",
+        "opus_plain.opus", "wma_plain.wma", "aiff_plain.aiff", "wav_plain.wav", "ape_plain.ape",
+        "wavpack_plain.wv", "mpc_plain.mpc", "dsf_plain.dsf"}) {
+    SCOPED_TRACE(name);
+    const std::string path = folder_.copyOf(name, std::string("cover_") + name);
+    const Edit cover = Edit::setCover(red, detectImageType(red), false);
+    EXPECT_STATUS(Status::kWritten, writer_.write(path, cover));
+    const std::string before = readFile(path);
+    EXPECT_STATUS(Status::kHasPicture, writer_.write(path, cover));
+    EXPECT_STATUS(Status::kHasPicture, writer_.write(path, cover, {.safe = true}));
+    EXPECT_EQ(readFile(path), before);
+  }
 }
 
 TEST(DetectImageType, GoesByTheFirstBytes) {

@@ -110,7 +110,7 @@ TEST(Outcome, HasASentenceForEachStatus) {
     EXPECT_EQ(Outcome({static_cast<Status>(status), "why"}).message(), sentence + ": why");
     EXPECT_TRUE(sentences.insert(sentence).second) << sentence << " stands for two";
   }
-  EXPECT_EQ(sentences.size(), 14);
+  EXPECT_EQ(sentences.size(), 15);
 }
 
 }  // namespace
