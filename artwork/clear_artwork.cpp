@@ -2,6 +2,7 @@
 
 #include "artwork/picture_stores.h"
 #include "io/audio_file.h"
+#include "io/owning_stream.h"
 #include "io/save.h"
 
 namespace tagwriter {
@@ -73,7 +74,7 @@ struct ArtworkClear {
 
 bool clearArtwork(int fd, const char* path, const Dictionary& request) {
   const TagFileType type = tagFileTypeForPath(path);
-  TagLib::FDFileStream stream(fd, path, &request);
+  OwningStream stream(fd, path, &request);
   return withAudioFile(type, fd, stream, ArtworkClear());
 }
 

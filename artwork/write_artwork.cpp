@@ -2,6 +2,7 @@
 
 #include "artwork/picture_stores.h"
 #include "io/audio_file.h"
+#include "io/owning_stream.h"
 #include "io/save.h"
 #include "protocol/keys.h"
 #include "protocol/unique_fd.h"
@@ -78,7 +79,7 @@ bool writeArtwork(int fd, const char* path, std::optional<std::span<const std::b
   const TagLib::ByteVector bytes(reinterpret_cast<const char*>(image->data()),
                                  static_cast<unsigned>(image->size()));
   const TagFileType type = tagFileTypeForPath(path);
-  TagLib::FDFileStream stream(fd, path, &request);
+  OwningStream stream(fd, path, &request);
   return withAudioFile(type, fd, stream,
                        ArtworkWrite(bytes, artworkFormatOf(artworkType), replace));
 }

@@ -56,7 +56,7 @@ TagFileType tagFileTypeForPath(const char* path) {
 }
 
 bool isWritableFileName(const char* path) {
-  const ExtensionRow* row = findRow(path);
+  const ExtensionRow* row = path ? findRow(path) : nullptr;
   if (!row) return false;
   switch (row->type) {
     case kTagFileGameMusic:

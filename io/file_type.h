@@ -30,7 +30,8 @@ enum TagFileType : unsigned {
 /// kTagFileMP3. The file is not touched.
 TagFileType tagFileTypeForPath(const char* path);
 
-/// Whether `path` has an extension of the table above, of a type that tags can be written into.
+/// Whether `path` has an extension that is known, of a type that tags can be written into; false
+/// for a null path.
 bool isWritableFileName(const char* path);
 
 }  // namespace tagwriter

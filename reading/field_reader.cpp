@@ -7,6 +7,7 @@
 
 #include "dsf/dsf_file_type_resolver.h"
 #include "io/audio_file.h"
+#include "io/owning_stream.h"
 #include "protocol/unique_fd.h"
 #include "tagging/field_table.h"
 #include "tagging/rating.h"
@@ -186,7 +187,7 @@ std::optional<ReadValue> readFieldValue(int fd, const std::string& path, const s
   if (!row) return std::nullopt;
 
   const int duplicate = duplicateFd(fd).release();
-  TagLib::FDFileStream stream(duplicate, path.c_str(), nullptr, true);
+  OwningStream stream(duplicate, path.c_str(), nullptr, true);
   if (is<cell::Library>(row->id3v2)) return readCoreField(stream, key);
 
   std::optional<Content> content;

@@ -11,6 +11,7 @@
 #include <iterator>
 
 #include "io/audio_file.h"
+#include "io/owning_stream.h"
 #include "protocol/unique_fd.h"
 
 namespace tagwriter {
@@ -152,7 +153,7 @@ std::vector<PictureInfo> readPictures(int fd, const std::string& path) {
   std::vector<PictureInfo> pictures;
   const TagFileType type = tagFileTypeForPath(path.c_str());
   const int duplicate = duplicateFd(fd).release();
-  TagLib::FDFileStream stream(duplicate, path.c_str(), nullptr, true);
+  OwningStream stream(duplicate, path.c_str(), nullptr, true);
   withAudioFile(type, duplicate, stream, PictureList(pictures));
   return pictures;
 }

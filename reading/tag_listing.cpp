@@ -7,7 +7,7 @@
 
 #include "dsf/dsf_file.h"
 #include "dsf/dsf_file_type_resolver.h"
-#include "io/fd_file_stream.h"
+#include "io/owning_stream.h"
 #include "protocol/unique_fd.h"
 #include "tagging/numbers.h"
 
@@ -34,7 +34,7 @@ const char* valueOf(const TagListing& tags, std::string_view name) {
 
 std::optional<TagListing> readTags(int fd, const std::string& path) {
   TagLib::registerDSFFileTypeResolver();
-  TagLib::FDFileStream stream(duplicateFd(fd).release(), path.c_str(), nullptr, true);
+  OwningStream stream(duplicateFd(fd).release(), path.c_str(), nullptr, true);
   const TagLib::FileRef file(&stream, false);
   if (file.isNull()) return std::nullopt;
 

@@ -1,5 +1,6 @@
 #include "service/request_handler.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,10 +16,11 @@
 namespace tagwriter {
 namespace {
 
-/// Reading from a pipe or a device could keep the one queue waiting for ever.
-bool isRegularFile(int fd) {
+/// Reading from a pipe or a device could keep the one queue waiting for ever, and a descriptor for
+/// append would put every write behind the file's end.
+bool isEditable(int fd) {
   struct stat status {};
-  return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+  return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && !(::fcntl(fd, F_GETFL) & O_APPEND);
 }
 
 /// Made once and never destroyed.
@@ -42,7 +44,7 @@ bool handleRequest(const Dictionary& request) {
   const int fd = request.duplicateDescriptor(key::kFd);
   // Zero counts as failure too, although it is a descriptor (kept).
   if (fd <= 0) return result;
-  if (!isRegularFile(fd)) {
+  if (!isEditable(fd)) {
     ::close(fd);
     return result;
   }

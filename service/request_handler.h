@@ -14,7 +14,8 @@ void setUpOnce();
 
 /// Does the work that `request` asks for and returns its result. The file's descriptor is
 /// duplicated and handed to the writer, which closes the duplicate; when the request has a
-/// descriptor but names no work, nothing closes it (kept). Exceptions of the writers pass through.
+/// descriptor but names no work, nothing closes it (kept). A descriptor of something other than a
+/// regular file, or for append, gives false. Exceptions of the writers pass through.
 /// May be called from several threads: one file is written at a time.
 bool handleRequest(const Dictionary& request);
 

@@ -44,6 +44,7 @@ int main(int argc, char** argv) {
   }
 
   ignoreWriteSignals();
+  setUpOnce();
   const int r = dbus::serveWrites(UniqueFd(fd),
                                   [](const Dictionary& request) { return handleRequest(request); });
   if (r < 0) {

@@ -3,8 +3,8 @@
 #include <fileref.h>
 #include <tag.h>
 
-#include "io/fd_file_stream.h"
 #include "io/log.h"
+#include "io/owning_stream.h"
 #include "io/save.h"
 #include "tagging/strings.h"
 
@@ -18,7 +18,7 @@ using TagLib::Tag;
 template <typename Edit>
 bool writeGenericTag(int fd, const char* path, const char* name, const Dictionary& request,
                      Edit edit) {
-  TagLib::FDFileStream stream(fd, path, &request);
+  OwningStream stream(fd, path, &request);
   TagLib::FileRef file(&stream, false, TagLib::AudioProperties::Average);
   if (file.isNull()) {
     logLine("Failed to write %s tag to file. TagLib could not read the file at %s", name,

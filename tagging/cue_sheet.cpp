@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "io/audio_file.h"
+#include "io/owning_stream.h"
 #include "io/save.h"
 #include "tagging/strings.h"
 
@@ -66,7 +67,7 @@ bool writeCueSheet(int fd, const char* path, const char* cueSheet, const Diction
   std::optional<TagLib::String> text;
   if (cueSheet) text = toTagString(cueSheet);
   const TagFileType type = tagFileTypeForPath(path);
-  TagLib::FDFileStream stream(fd, path, &request);
+  OwningStream stream(fd, path, &request);
   return withAudioFile(type, fd, stream, CueSheetWrite(text));
 }
 

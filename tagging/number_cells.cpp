@@ -140,7 +140,7 @@ void Rating::edit(ID3v2::Tag& tag, const Cell<ID3v2::Tag>& cell, const FieldEdit
     frame->setEmail(kEmail);
     tag.addFrame(frame.release());
   } catch (const std::exception&) {
-    // It speaks of lyrics, and players search their logs for it (kept).
+    // It speaks of lyrics (kept).
     logLine("Error writing lyrics id3 to track at path %s", edit.path ? edit.path : "(null)");
   }
 }

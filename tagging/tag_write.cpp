@@ -4,6 +4,7 @@
 
 #include "io/audio_file.h"
 #include "io/log.h"
+#include "io/owning_stream.h"
 #include "io/save.h"
 
 namespace tagwriter {
@@ -67,7 +68,7 @@ bool writeTagToFile(int fd, const char* path, const VQNTagWritingBlocks& editors
                     const Dictionary& request) {
   try {
     const TagFileType type = tagFileTypeForPath(path);
-    TagLib::FDFileStream stream(fd, path, &request);
+    OwningStream stream(fd, path, &request);
     return withAudioFile(type, fd, stream, TagWrite(editors));
   } catch (const std::exception& error) {
     logLine("writeTagToFile exception: %s", error.what());

@@ -35,7 +35,11 @@ class TruncateCall:
 
 
 class Refusal(Exception):
-    """Raised by an answering function to answer with a D-Bus error."""
+    """Raised by an answering function to answer with a D-Bus error of this name."""
+
+    def __init__(self, text, name="org.tagwriter.Test.Refused"):
+        super().__init__(text)
+        self.name = name
 
 
 def shorten(call):
@@ -126,7 +130,7 @@ class TruncationEndpoint:
         try:
             answer = self._answer_to(arguments.get_child_value(0), invocation.get_message())
         except Refusal as refusal:
-            invocation.return_dbus_error("org.tagwriter.Test.Refused", str(refusal))
+            invocation.return_dbus_error(refusal.name, str(refusal))
         except Exception as problem:  # GLib would only print it
             self._problems.append(problem)
             self.hang_up()

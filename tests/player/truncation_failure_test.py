@@ -11,7 +11,7 @@ import unittest
 
 from player import DEADLINE, GLib, change, text
 from support import PlayerTest
-from truncation import TruncationEndpoint, hang_up, keep_silent, refuse
+from truncation import Refusal, TruncationEndpoint, hang_up, keep_silent, refuse
 
 ERROR_LINE = re.compile(r"FDFileStream::truncate\(\) -- xpc error: (.+)\.")
 
@@ -80,6 +80,14 @@ class Answers(FailureTest):
     def test_error_twice(self):
         endpoint = self.check_two_calls(refuse)
         self.assertEqual(len(endpoint.calls), 2)
+
+    def test_error_called_a_timeout(self):
+        for name in ("org.freedesktop.DBus.Error.Timeout", "org.freedesktop.DBus.Error.NoReply",
+                     "System.Error.ETIMEDOUT"):
+            def refuse_as(_call, name=name):
+                raise Refusal("the player's disk says no", name)
+            with self.subTest(name=name):
+                self.assertEqual(len(self.check_two_calls(refuse_as).calls), 2)
 
     def test_no_dictionary(self):
         for answer in (text("done"), GLib.Variant("b", True), GLib.Variant("a{ss}", {"a": "b"}),

@@ -137,6 +137,40 @@ TEST_F(RequestHandler, RefusesWhatIsNoRegularFileAndClosesItsDuplicate) {
   EXPECT_EQ(countDescriptors(), before);
 }
 
+TEST_F(RequestHandler, RefusesADescriptorForAppendAndClosesItsDuplicate) {
+  const UniqueFd appending(::open(path_.c_str(), O_RDWR | O_APPEND | O_CLOEXEC));
+  const std::size_t before = countDescriptors();
+  ValueDictionary request = change("title", track("title", std::string(3000, 'x')));
+  request.set(key::kFd, BorrowedFd{appending.get()});
+  EXPECT_FALSE(handleRequest(request));
+  EXPECT_EQ(countDescriptors(), before);
+  EXPECT_TRUE(fileIsUnchanged());
+}
+
+TEST_F(RequestHandler, RefusesADescriptorForWritingOnlyAndClosesItsDuplicate) {
+  const LogCapture log;
+  const UniqueFd writing(::open(path_.c_str(), O_WRONLY | O_CLOEXEC));
+  const std::size_t before = countDescriptors();
+  const std::byte image[] = {std::byte{0x89}, std::byte{'P'}};
+  ValueDictionary cover;
+  cover.set(key::kPath, path_);
+  cover.set(key::kArtwork, std::span(image));
+  ValueDictionary clearing;
+  clearing.set(key::kPath, path_);
+  clearing.set(key::kClearArtwork, true);
+  for (ValueDictionary request :
+       {change("title", track("title", "New")), change("composer", track("composer", "New")),
+        change("cueSheet", track("cueSheet", "New")), std::move(cover), std::move(clearing)}) {
+    request.set(key::kFd, BorrowedFd{writing.get()});
+    for (const char* name : {"song.mp3", "song.oga", "song.xyz"}) {
+      request.set(key::kPath, std::string(name));
+      EXPECT_FALSE(handleRequest(request)) << name;
+      EXPECT_EQ(countDescriptors(), before) << name;
+    }
+  }
+  EXPECT_TRUE(fileIsUnchanged());
+}
+
 /// A dictionary that answers with a descriptor of the test's choice.
 class DescriptorRequest final : public Dictionary {
  public:

@@ -32,8 +32,9 @@ int ping(sd_bus* bus, const Deadline& deadline) {
   if (left == 0) return -ETIMEDOUT;
   BusError error;
   r = sd_bus_call(bus, message.get(), left, error.out(), nullptr);
-  // An error that the peer sent is an answer too: not everybody serves Ping.
-  return r < 0 && sd_bus_is_open(bus) > 0 && r != -ETIMEDOUT ? 0 : std::min(r, 0);
+  // An error that the peer sent is an answer too, whatever it is called: not everybody serves Ping.
+  const bool answered = deadline.microsecondsLeft() > 0 && sd_bus_is_open(bus) > 0;
+  return answered ? 0 : std::min(r, 0);
 }
 
 }  // namespace

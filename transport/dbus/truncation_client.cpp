@@ -49,7 +49,7 @@ class TruncationClient final : public TruncationConnection {
     sd_bus_message* rawReply = nullptr;
     r = sd_bus_call(bus_.get(), raw, left, error.out(), &rawReply);
     const MessageHandle reply(rawReply);
-    if (r < 0) return describe(r, error);
+    if (r < 0) return describe(r, error, deadline);
     // Any dictionary will do, but a dictionary it must be.
     if (sd_bus_message_has_signature(rawReply, kDictionarySignature) <= 0) {
       return "the reply is not a dictionary";
@@ -57,9 +57,11 @@ class TruncationClient final : public TruncationConnection {
     return std::nullopt;
   }
 
-  std::string describe(int r, const BusError& error) {
+  /// By the number alone an answered error cannot be told from silence: it may be called a timeout.
+  std::string describe(int r, const BusError& error, const Deadline& deadline) {
     std::string description = error.message() ? error.message() : std::strerror(-r);
-    if (r == -ETIMEDOUT || sd_bus_is_open(bus_.get()) <= 0) broken_ = description;
+    const bool silent = deadline.microsecondsLeft() == 0;
+    if (silent || sd_bus_is_open(bus_.get()) <= 0) broken_ = description;
     return description;
   }
 

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <system_error>
 #include <utility>
 
 #include "protocol/keys.h"
@@ -40,11 +41,15 @@ TruncationServer::TruncationServer() {
   SocketPair sockets = makeSocketPair();
   hangUp_ = duplicateFd(sockets.ours.get());
   if (!hangUp_) return;
+  try {
+    thread_ = std::thread([socket = std::move(sockets.ours)]() mutable {
+      servePeer(std::move(socket),
+                {kTruncationObject, kTruncationInterface, kTruncateMethod, answerTruncate});
+    });
+  } catch (const std::system_error&) {
+    return;  // no thread to be had
+  }
   theirs_ = std::move(sockets.theirs);
-  thread_ = std::thread([socket = std::move(sockets.ours)]() mutable {
-    servePeer(std::move(socket),
-              {kTruncationObject, kTruncationInterface, kTruncateMethod, answerTruncate});
-  });
 }
 
 TruncationServer::~TruncationServer() {

@@ -100,6 +100,10 @@ std::string findWorkerProgram() {
 std::optional<WorkerProcess> WorkerProcess::start(const std::string& program, UniqueFd& socket,
                                                   std::string& error) {
   SocketPair sockets = makeSocketPair();
+  if (!sockets.theirs) {
+    error = std::strerror(errno);
+    return std::nullopt;
+  }
   // dup2 of a descriptor onto itself would leave it close-on-exec, so it must not be kWorkerFd.
   const UniqueFd theirs(::fcntl(sockets.theirs.get(), F_DUPFD_CLOEXEC, kWorkerFd + 1));
   if (!theirs) {
