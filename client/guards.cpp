@@ -28,7 +28,7 @@ bool has32BitSizes(const std::string& path) {
 
 Outcome openPath(const std::string& path, UniqueFd& fd) {
   // A pipe without a writer must not keep us waiting.
-  fd.reset(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
+  fd = aboveStandardStreams(UniqueFd(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK)));
   if (fd) return {};
   switch (errno) {
     case EACCES:
@@ -83,8 +83,9 @@ struct WireSize {
 }  // namespace
 
 Outcome openForEdit(const AudioFile& file, UniqueFd& fd) {
-  if (file.fd() >= 0) {
-    fd = duplicateFd(file.fd());
+  if (file.path().find('\0') != std::string::npos) return failed(Status::kNotFound, EINVAL);
+  if (file.fd()) {
+    fd = duplicateFd(*file.fd());
     if (!fd) return failed(Status::kNotFound, errno);
   } else if (Outcome opened = openPath(file.path(), fd); !opened) {
     return opened;

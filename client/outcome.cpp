@@ -10,12 +10,16 @@ const char* sentenceOf(Status status) {
     case Status::kRefused:
       return "not written: the file is not audio of its type, the type does not take this, or "
              "there was nothing to remove";
+    case Status::kIncomplete:
+      return "not written completely";
     case Status::kNoAnswer:
       return "the service did not answer";
     case Status::kServiceUnavailable:
       return "the service cannot be started";
     case Status::kUnknownField:
       return "no such field";
+    case Status::kInvalidText:
+      return "the text is not UTF-8, or holds a zero byte";
     case Status::kNotFound:
       return "cannot be opened";
     case Status::kNotRegularFile:
@@ -36,6 +40,8 @@ const char* sentenceOf(Status status) {
       return "the edited copy cannot be read, so the file was left as it is";
     case Status::kReplaceFailed:
       return "the edited copy cannot take the file's place";
+    case Status::kTimesNotKept:
+      return "written, but its modification time could not be kept";
   }
   return "";
 }

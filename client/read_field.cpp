@@ -8,8 +8,8 @@ namespace tagwriter {
 
 std::optional<TrackValue> readField(const AudioFile& file, std::string_view key) {
   const UniqueFd fd =
-      file.fd() >= 0 ? duplicateFd(file.fd())
-                     : UniqueFd(::open(file.path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+      file.fd() ? duplicateFd(*file.fd())
+                : UniqueFd(::open(file.path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (!fd) return std::nullopt;
   return readFieldValue(fd.get(), file.path(), std::string(key));
 }

@@ -11,6 +11,18 @@ namespace {
 
 constexpr std::chrono::seconds kStartLimit(30);
 
+Outcome outcomeOf(const dbus::CallError& failure) {
+  switch (failure.kind) {
+    case dbus::CallError::Kind::kNotEncodable:
+      return {Status::kInvalidText};
+    case dbus::CallError::Kind::kNotDelivered:
+      return {Status::kServiceUnavailable, failure.message};
+    case dbus::CallError::Kind::kNoAnswer:
+      break;
+  }
+  return {Status::kNoAnswer, failure.message};
+}
+
 }  // namespace
 
 std::unique_ptr<TagWriter::Service> TagWriter::Service::embedded(std::string workerProgram) {
@@ -31,7 +43,10 @@ bool TagWriter::Service::startWorker(std::string& error) {
   auto worker = dbus::WorkerProcess::start(program, socket, error);
   if (!worker) return false;
   client_ = dbus::WriteClient::join(std::move(socket), kStartLimit, error);
-  if (!client_) return false;
+  if (!client_) {
+    worker->kill();  // whatever it is, it need not leave because we hang up
+    return false;
+  }
   worker_.emplace(std::move(*worker));
   return true;
 }
@@ -55,12 +70,12 @@ Outcome TagWriter::Service::send(int fd, const std::string& path, ValueDictionar
   if (truncations.endpoint() >= 0) {
     request.set(key::kTruncateConnection, BorrowedFd{truncations.endpoint()});
   }
-  const auto answer = client_->write(request);
-  if (const auto* failure = std::get_if<dbus::CallError>(&answer)) {
-    return {failure->serviceUnavailable() ? Status::kServiceUnavailable : Status::kNoAnswer,
-            failure->message};
-  }
-  return {std::get<bool>(answer) ? Status::kWritten : Status::kRefused};
+  const auto reply = client_->write(request);
+  if (const auto* failure = std::get_if<dbus::CallError>(&reply)) return outcomeOf(*failure);
+  const auto& answer = std::get<Answer>(reply);
+  if (answer.incomplete) return {Status::kIncomplete, "a write failed"};
+  if (truncations.failed()) return {Status::kIncomplete, "the file could not be shortened"};
+  return {answer.result ? Status::kWritten : Status::kRefused};
 }
 
 }  // namespace tagwriter

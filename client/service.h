@@ -19,7 +19,8 @@ class TagWriter::Service {
   static std::unique_ptr<Service> onSessionBus();
 
   /// Sends a request for the file behind `fd` (lent) called `path`, serves the truncations that it
-  /// causes, and waits for the answer: kWritten, kRefused, kNoAnswer or kServiceUnavailable.
+  /// causes, and waits for the answer: kWritten, kRefused, kIncomplete, kNoAnswer, kInvalidText or
+  /// kServiceUnavailable.
   Outcome send(int fd, const std::string& path, ValueDictionary request);
 
  private:

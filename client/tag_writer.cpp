@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include "client/guards.h"
@@ -18,10 +20,10 @@ class KeptTimes {
  public:
   explicit KeptTimes(int fd) { known_ = ::fstat(fd, &before_) == 0; }
 
-  void restore(int fd) const {
-    if (!known_) return;
+  /// Returns false with errno set when it cannot.
+  bool restore(int fd) const {
     const timespec times[] = {{0, UTIME_OMIT}, before_.st_mtim};
-    ::futimens(fd, times);
+    return known_ && ::futimens(fd, times) == 0;
   }
 
  private:
@@ -52,11 +54,17 @@ Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
                          const WriteOptions& options) {
   UniqueFd fd;
   if (Outcome opened = openForEdit(file, fd); !opened) return opened;
+  if (edits.empty()) return {};
   if (options.safe) return writeSafely(fd.get(), file.path(), edits, options.keepTimes);
 
   const KeptTimes times(fd.get());
   Outcome outcome = send(fd.get(), file.path(), edits);
-  if (options.keepTimes) times.restore(fd.get());
+  // A file that may be damaged must look changed, to a backup for one.
+  const bool keeps = options.keepTimes && outcome.status != Status::kIncomplete &&
+                     outcome.status != Status::kNoAnswer;
+  if (keeps && !times.restore(fd.get()) && outcome) {
+    return {Status::kTimesNotKept, std::strerror(errno)};
+  }
   return outcome;
 }
 
@@ -80,7 +88,7 @@ Outcome TagWriter::writeSafely(int fd, const std::string& path, std::span<const 
   if (Outcome made = copy.make(fd, path); !made) return made;
   if (Outcome written = send(copy.fd(), path, edits); !written) return written;
   if (!readTags(copy.fd(), path)) return {Status::kCopyUnreadable};
-  if (keepTimes) times.restore(copy.fd());
+  if (keepTimes && !times.restore(copy.fd())) return {Status::kCopyFailed, std::strerror(errno)};
   return copy.replaceOriginal(fd);
 }
 

@@ -9,6 +9,10 @@
 // readField. This header needs the standard library only.
 #pragma once
 
+#if __cplusplus < 202002L
+#error "tagwriter/tag_writer.h needs C++20 (-std=c++20)"
+#endif
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -32,12 +36,15 @@ using TrackValue = std::variant<std::string, std::int64_t, double, bool>;
 
 /// What came of a request.
 enum class Status {
-  kWritten,             ///< the service said true
-  kRefused,             ///< the service said false: not audio of the file's type, or a type that
-                        ///< does not take the change; in-place, the file may have been touched
-  kNoAnswer,            ///< the service went away in the middle; in-place, the file may be damaged
+  kWritten,     ///< the service said true
+  kRefused,     ///< the service said false: not audio of the file's type, or a type that
+                ///< does not take the change; in-place, the file may have been touched
+  kIncomplete,  ///< bytes were lost on the way to the file, as on a full disk; in-place, the
+                ///< file is damaged
+  kNoAnswer,    ///< the service went away in the middle; in-place, the file may be damaged
   kServiceUnavailable,  ///< the service could not be reached; nothing was sent
   kUnknownField,        ///< no such field, or a value of another type than the field's
+  kInvalidText,         ///< a text is not UTF-8, or holds a zero byte
   kNotFound,            ///< the file cannot be opened
   kNotRegularFile,      ///< a folder, a device, a pipe
   kNotWritable,         ///< the file, or the caller's descriptor, cannot be written
@@ -48,6 +55,7 @@ enum class Status {
   kCopyFailed,          ///< safe mode: no faithful copy could be made; the file is as it was
   kCopyUnreadable,  ///< safe mode: the edited copy does not open any more; the file is as it was
   kReplaceFailed,   ///< safe mode: the copy could not take the file's place
+  kTimesNotKept,    ///< in-place: written, but the modification time is new
 };
 
 /// The status of a request with what the system said about it.
@@ -71,12 +79,12 @@ class TAGWRITER_API AudioFile {
   /// `fd` stays the caller's; its offset moves.
   AudioFile(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
 
-  /// The caller's descriptor, or -1 when there is only a path.
-  int fd() const { return fd_; }
+  /// The caller's descriptor, or none when there is only a path.
+  std::optional<int> fd() const { return fd_; }
   const std::string& path() const { return path_; }
 
  private:
-  int fd_ = -1;
+  std::optional<int> fd_;
   std::string path_;
 };
 
@@ -86,7 +94,7 @@ struct WriteOptions {
   /// has gone well. Whatever happens before that, the file is as it was. The file gets a new inode:
   /// hard links and descriptors that are open keep the old content.
   bool safe = false;
-  /// The modification time is what it was before.
+  /// The modification time is what it was before, unless bytes were lost or nobody knows.
   bool keepTimes = false;
 };
 
@@ -132,7 +140,9 @@ class TAGWRITER_API Edit {
 };
 
 /// Writes tags through the service. The calls block until the file is written. One object may be
-/// used from several threads, by one at a time.
+/// used from several threads, by one at a time; one that was moved from can be assigned to or
+/// destroyed. Nothing here throws but std::bad_alloc. A worker that dies between two requests is
+/// waited for at the next one.
 class TAGWRITER_API TagWriter {
  public:
   /// With a worker process of one's own, started at the first request and again after its death.

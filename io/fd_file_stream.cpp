@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "io/log.h"
+#include "io/lost_writes.h"
 #include "protocol/dictionary.h"
 #include "protocol/keys.h"
 
@@ -50,6 +51,11 @@ class FDFileStream::FDFileStreamPrivate {
   explicit FDFileStreamPrivate(const char* path)
       : name(path ? String(path, String::Latin1) : String()) {}
 
+  /// Before the error mark goes.
+  void noteErrors() const {
+    if (!readOnly && std::ferror(file)) tagwriter::noteLostWrite();
+  }
+
   std::FILE* file = nullptr;
   String name;
   bool readOnly = true;
@@ -72,7 +78,9 @@ FDFileStream::FDFileStream(int fd, const char* path, const tagwriter::Dictionary
 }
 
 FDFileStream::~FDFileStream() {
-  if (d->file) std::fclose(d->file);
+  if (!d->file) return;
+  d->noteErrors();
+  if (std::fclose(d->file) != 0 && !d->readOnly) tagwriter::noteLostWrite();
 }
 
 FileName FDFileStream::name() const {
@@ -207,7 +215,9 @@ void FDFileStream::seek(long offset, Position position) {
 }
 
 void FDFileStream::clear() {
-  if (isOpen()) std::clearerr(d->file);
+  if (!isOpen()) return;
+  d->noteErrors();
+  std::clearerr(d->file);
 }
 
 long FDFileStream::tell() const {

@@ -17,9 +17,9 @@ class TruncationConnection;
 
 namespace TagLib {
 
-/// A stream over an open descriptor. No operation throws or reports failure: what goes wrong is
-/// printed to standard error and looks like a short read to the library. On a stream that could not
-/// be opened every operation does nothing.
+/// A stream over an open descriptor. No operation throws or reports failure: what goes wrong looks
+/// like a short read to the library; failed writes are counted (io/lost_writes.h). On a stream that
+/// could not be opened every operation does nothing.
 class FDFileStream : public IOStream {
  public:
   /// Opens `fd` for update, or for reading when it cannot be written or `openReadOnly` is set, and
@@ -54,6 +54,7 @@ class FDFileStream : public IOStream {
 
   /// True unless the descriptor was opened for update.
   bool readOnly() const override;
+  /// False when the descriptor could not be opened.
   bool isOpen() const override;
 
   /// Moves to `offset` bytes from `position`. An unknown position is reported and changes nothing.

@@ -4,8 +4,8 @@
 //   artwork         kArtwork, kArtworkType, kReplaceArtwork
 //   clear artwork   kClearArtwork
 //   one track field kChangedTag, and kTrack with the track's values under the field keys
-// The reply echoes kPath and carries kResult. The truncation request, from the service back to the
-// player, carries kFd and kTruncateSize.
+// The reply echoes kPath and carries kResult, and kIncomplete when bytes were lost. The truncation
+// request, from the service back to the player, carries kFd and kTruncateSize.
 #pragma once
 
 namespace tagwriter::key {
@@ -21,5 +21,6 @@ inline constexpr char kTrack[] = "track";
 inline constexpr char kTruncateConnection[] = "truncateconnection";
 inline constexpr char kTruncateSize[] = "truncatesize";
 inline constexpr char kResult[] = "result";
+inline constexpr char kIncomplete[] = "incomplete";
 
 }  // namespace tagwriter::key

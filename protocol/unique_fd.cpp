@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <utility>
+
 namespace tagwriter {
 
 void UniqueFd::reset(int fd) {
@@ -11,7 +13,11 @@ void UniqueFd::reset(int fd) {
 }
 
 UniqueFd duplicateFd(int fd) {
-  return UniqueFd(::fcntl(fd, F_DUPFD_CLOEXEC, 3));
+  return UniqueFd(::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+UniqueFd aboveStandardStreams(UniqueFd fd) {
+  return fd && fd.get() <= STDERR_FILENO ? duplicateFd(fd.get()) : std::move(fd);
 }
 
 }  // namespace tagwriter

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "io/lost_writes.h"
 #include "protocol/unique_fd.h"
 #include "service/request_handler.h"
 #include "transport/dbus/peer_connection.h"
@@ -15,10 +16,12 @@ namespace {
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 
-/// A full disk or a limit on the size of files must look like a short write, not end the process.
+/// A full disk or a limit on the size of files must look like a short write, not end the process;
+/// and a log line must not stop it that goes to a terminal where other processes may not write.
 void ignoreWriteSignals() {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGTTOU, SIG_IGN);
 }
 
 }  // namespace
@@ -45,8 +48,11 @@ int main(int argc, char** argv) {
 
   ignoreWriteSignals();
   setUpOnce();
-  const int r = dbus::serveWrites(UniqueFd(fd),
-                                  [](const Dictionary& request) { return handleRequest(request); });
+  const int r = dbus::serveWrites(UniqueFd(fd), [](const Dictionary& request) {
+    const std::uint64_t lostBefore = lostWrites();
+    const bool result = handleRequest(request);
+    return Answer{result, lostWrites() != lostBefore};
+  });
   if (r < 0) {
     std::fprintf(stderr, "tagwriterd: the connection failed: %s\n", std::strerror(-r));
     return kExitFailed;

@@ -46,6 +46,20 @@ TEST_F(OpenForEdit, TakesAFileByPath) {
   EXPECT_GE(opened_, 3);
 }
 
+TEST_F(OpenForEdit, LeavesTheNumbersOfTheStandardStreamsAlone) {
+  const UniqueFd input = duplicateFd(STDIN_FILENO);
+  ASSERT_EQ(::close(STDIN_FILENO), 0);
+  UniqueFd fd;
+  const Outcome outcome = openForEdit(path_, fd);
+  const dbus::SocketPair sockets = dbus::makeSocketPair();
+  EXPECT_FALSE(isOpen(STDIN_FILENO));
+  ASSERT_EQ(::dup2(input.get(), STDIN_FILENO), STDIN_FILENO);
+  EXPECT_STATUS(Status::kWritten, outcome);
+  EXPECT_GT(fd.get(), STDERR_FILENO);
+  EXPECT_GT(sockets.ours.get(), STDERR_FILENO);
+  EXPECT_GT(sockets.theirs.get(), STDERR_FILENO);
+}
+
 TEST_F(OpenForEdit, DuplicatesTheCallersDescriptor) {
   const UniqueFd file = openFile(path_);
   EXPECT_STATUS(Status::kWritten, open({file.get(), path_}));

@@ -82,6 +82,31 @@ TEST_F(Refusal, OfRequestsThatTheWireDoesNotTake) {
   EXPECT_EQ(children().size(), 0) << "a worker was started for nothing";
 }
 
+TEST_F(Refusal, OfTextsThatWouldArriveAsOthers) {
+  const std::string withZero("a\0b", 3);
+  for (const std::string& text :
+       {withZero, std::string("\0", 1), std::string("T\xe4"), std::string("\xed\xa0\x80")}) {
+    EXPECT_STATUS(Status::kInvalidText, writer_.setField(path_, "title", text));
+    EXPECT_STATUS(Status::kInvalidText, writer_.setField(path_, "title", text, {.safe = true}));
+  }
+  EXPECT_STATUS(Status::kNotFound, setTitle(path_ + std::string("\0.flac", 6)));
+  const UniqueFd file = openFile(path_);
+  EXPECT_STATUS(Status::kNotFound, setTitle({file.get(), path_ + std::string("\0.flac", 6)}));
+  EXPECT_EQ(stateOf(path_), before_);
+}
+
+TEST_F(Refusal, OfADescriptorThatIsNone) {
+  EXPECT_STATUS(Status::kNotFound, setTitle({-1, path_}));
+  EXPECT_STATUS(Status::kNotFound, setTitle({987, path_}));
+  EXPECT_FALSE(readField({-1, path_}, "title").has_value());
+  EXPECT_EQ(stateOf(path_), before_);
+}
+
+TEST_F(Refusal, OfNoEditIsNone) {
+  EXPECT_STATUS(Status::kWritten, writer_.write(path_, std::span<const Edit>(), {.safe = true}));
+  EXPECT_EQ(stateOf(path_), before_);
+}
+
 TEST_F(Refusal, ByTheService) {
   const std::string noise = folder_.write("noise.flac", "no audio at all");
   EXPECT_STATUS(Status::kRefused, setTitle(noise));
@@ -95,14 +120,14 @@ TEST_F(Refusal, ByTheService) {
 }
 
 TEST(Outcome, IsTrueForOneStatusOnly) {
-  for (int status = 0; status <= static_cast<int>(Status::kReplaceFailed); ++status) {
+  for (int status = 0; status <= static_cast<int>(Status::kTimesNotKept); ++status) {
     EXPECT_EQ(static_cast<bool>(Outcome{static_cast<Status>(status)}), status == 0) << status;
   }
 }
 
 TEST(Outcome, HasASentenceForEachStatus) {
   std::set<std::string> sentences;
-  for (int status = 0; status <= static_cast<int>(Status::kReplaceFailed); ++status) {
+  for (int status = 0; status <= static_cast<int>(Status::kTimesNotKept); ++status) {
     const std::string sentence = Outcome{static_cast<Status>(status)}.message();
     EXPECT_GT(sentence.size(), 5) << status;
     EXPECT_TRUE(std::islower(static_cast<unsigned char>(sentence.front()))) << sentence;
@@ -110,7 +135,7 @@ TEST(Outcome, HasASentenceForEachStatus) {
     EXPECT_EQ(Outcome({static_cast<Status>(status), "why"}).message(), sentence + ": why");
     EXPECT_TRUE(sentences.insert(sentence).second) << sentence << " stands for two";
   }
-  EXPECT_EQ(sentences.size(), 15);
+  EXPECT_EQ(sentences.size(), 18);
 }
 
 }  // namespace

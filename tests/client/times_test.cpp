@@ -31,6 +31,17 @@ TEST_P(Times, AreKeptOnDemand) {
   EXPECT_EQ(titleOf(path_), "T");
 }
 
+TEST_P(Times, ThatCannotBeKeptAreSaid) {
+  // Whoever may write the file need not be allowed to set its time.
+  std::filesystem::permissions(path_, std::filesystem::perms(0666));
+  const int status = unprivileged(folder_, [this] {
+    TagWriter writer(TAGWRITER_WORKER);
+    return static_cast<int>(writer.setField(path_, "title", std::string("T"), keeping()).status);
+  });
+  EXPECT_EQ(static_cast<Status>(status), GetParam() ? Status::kCopyFailed : Status::kTimesNotKept);
+  EXPECT_EQ(titleOf(path_), GetParam() ? "-" : "T");
+}
+
 TEST_P(Times, AreKeptThroughADescriptor) {
   const UniqueFd file = openFile(path_);
   EXPECT_STATUS(Status::kWritten,

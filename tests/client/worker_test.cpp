@@ -1,7 +1,14 @@
 // A worker that cannot be started, that dies, and what comes after it.
+#include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/time.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <thread>
 
 #include "tests/client/client_test.h"
@@ -64,7 +71,8 @@ TEST_F(Worker, ThatCannotBeStartedIsSaid) {
   for (const std::string& program :
        {folder_.path().string() + "/missing", folder_.write("no program", "#!/bin/sh\n"),
         folder_.path().string(), script("ends at once", "exit 1"),
-        script("is killed", "kill -9 $$"), script("does not speak", "exec true")}) {
+        script("is killed", "kill -9 $$"), script("does not speak", "exec true"),
+        script("speaks nonsense and stays", "echo nonsense >&3; exec sleep 3600")}) {
     SCOPED_TRACE(program);
     TagWriter writer(program);
     for (int i = 0; i < 2; ++i) {
@@ -114,6 +122,73 @@ TEST_F(Worker, ThatDiesBetweenTwoRequestsIsNotMissed) {
     EXPECT_STATUS(Status::kWritten, setTitle(writer_, title));
     EXPECT_EQ(titleOf(path_), title);
   }
+}
+
+TEST_F(Worker, IsNotDisturbedByThePlayersSignals) {
+  // As a terminal program gets them: handled, and often.
+  static std::atomic<int> signals;
+  static std::atomic<int> elsewhere;
+  static pthread_t player;
+  signals = elsewhere = 0;
+  player = ::pthread_self();
+  struct sigaction old {};
+  struct sigaction handled {};
+  handled.sa_handler = [](int) {
+    ++(::pthread_equal(::pthread_self(), player) ? signals : elsewhere);
+  };
+  handled.sa_flags = SA_RESTART;
+  ASSERT_EQ(::sigaction(SIGALRM, &handled, &old), 0);
+  const itimerval often = {{0, 300}, {0, 300}};
+  const itimerval never = {};
+  const std::string ape = folder_.copyOf("ape_tagged.ape");
+  const auto size = std::filesystem::file_size(ape);
+  ::setitimer(ITIMER_REAL, &often, nullptr);
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_STATUS(Status::kWritten, writer_.setField(ape, "composer", std::string(5000, 'x')));
+    EXPECT_STATUS(Status::kWritten, writer_.clearField(ape, "composer"));
+    EXPECT_LE(std::filesystem::file_size(ape), size);
+  }
+  ::setitimer(ITIMER_REAL, &never, nullptr);
+  ::sigaction(SIGALRM, &old, nullptr);
+  EXPECT_GT(signals, 20);
+  EXPECT_EQ(elsewhere, 0) << "a handler of the player's ran on a thread of the library's";
+}
+
+TEST_F(Worker, EndsAlsoWhenAForkedChildHoldsItsSocket) {
+  pid_t child = -1;
+  {
+    TagWriter writer(TAGWRITER_WORKER);
+    EXPECT_STATUS(Status::kWritten, setTitle(writer));
+    child = ::fork();
+    if (child == 0) {
+      while (true) ::pause();
+    }
+  }
+  EXPECT_EQ(::waitpid(child, nullptr, WNOHANG), 0) << "the child was waited for";
+  ::kill(child, SIGKILL);
+  ::waitpid(child, nullptr, 0);
+}
+
+TEST_F(Worker, InheritsNothingButItsSocket) {
+  const UniqueFd inheritable(::open(path_.c_str(), O_RDONLY));
+  ASSERT_TRUE(inheritable);
+  struct sigaction old {};
+  struct sigaction ignored {};
+  ignored.sa_handler = SIG_IGN;
+  ASSERT_EQ(::sigaction(SIGTERM, &ignored, &old), 0);
+  const std::string other = folder_.copyOf("flac_plain.flac");
+  EXPECT_STATUS(Status::kWritten, writer_.setField(other, "title", std::string("T")));
+  ::sigaction(SIGTERM, &old, nullptr);
+  const std::string open = "/proc/" + std::to_string(worker()) + "/fd/";
+  for (const std::string& fd : namesIn(open)) {
+    std::error_code closedMeanwhile;
+    EXPECT_NE(std::filesystem::read_symlink(open + fd, closedMeanwhile), path_);
+  }
+  const pid_t pid = worker();
+  ::kill(pid, SIGTERM);
+  siginfo_t ended = {};
+  EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(pid), &ended, WEXITED | WNOWAIT), 0);
+  EXPECT_EQ(ended.si_status, SIGTERM);
 }
 
 TEST_F(Worker, TakesARequestJustBelowTheLimit) {

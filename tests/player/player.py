@@ -115,14 +115,16 @@ def reply_values(body):
 
 
 class Service:
-    """A tagwriterd of our own. `socket` is the player's end of its socketpair."""
+    """A tagwriterd of our own. `socket` is the player's end of its socketpair. `prepare` is shell text
+    that runs in its process before it starts."""
 
-    def __init__(self):
+    def __init__(self, prepare=""):
         self.socket, theirs = socket.socketpair()
         self._log = tempfile.TemporaryFile()
         with theirs:
             self._process = subprocess.Popen(
-                [TAGWRITERD, f"--fd={theirs.fileno()}"], pass_fds=[theirs.fileno()],
+                ["sh", "-c", f'{prepare}\nexec "$@"', "sh", TAGWRITERD, f"--fd={theirs.fileno()}"],
+                pass_fds=[theirs.fileno()],
                 stdin=subprocess.DEVNULL, stderr=self._log)
 
     def __enter__(self):
@@ -166,8 +168,8 @@ class Service:
 class Player:
     """A service with a GLib connection to it."""
 
-    def __init__(self):
-        self.service = Service()
+    def __init__(self, prepare=""):
+        self.service = Service(prepare)
         self._callers = concurrent.futures.ThreadPoolExecutor()
         ours = Gio.Socket.new_from_fd(self.service.socket.detach())
         self._connection = Gio.DBusConnection.new_sync(

@@ -65,9 +65,9 @@ class ScratchTest(unittest.TestCase):
         self.addCleanup(service.close)
         return service
 
-    def start_player(self):
+    def start_player(self, prepare=""):
         """A service with a connection, closed at the end of the test."""
-        player = Player()
+        player = Player(prepare)
         self.addCleanup(player.close)
         return player
 

@@ -2,6 +2,11 @@
 // handler sees.
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+#include <signal.h>
+
+#include <atomic>
+#include <functional>
 #include <thread>
 
 #include "protocol/keys.h"
@@ -23,7 +28,10 @@ class Write : public testing::Test {
     if (thread_.joinable()) thread_.join();
   }
 
-  void serve(dbus::RequestHandler handler) {
+  void serve(std::function<bool(const Dictionary&)> handler) {
+    serveAnswers([handler](const Dictionary& request) { return Answer{handler(request)}; });
+  }
+  void serveAnswers(dbus::RequestHandler handler) {
     dbus::SocketPair sockets = dbus::makeSocketPair();
     thread_ = std::thread([this, handler, socket = std::move(sockets.theirs)]() mutable {
       served_ = dbus::serveWrites(std::move(socket), handler);
@@ -35,9 +43,9 @@ class Write : public testing::Test {
 
   bool write(const ValueDictionary& request) {
     const auto answer = client_->write(request);
-    const bool* result = std::get_if<bool>(&answer);
-    EXPECT_NE(result, nullptr);
-    return result && *result;
+    const Answer* ours = std::get_if<Answer>(&answer);
+    EXPECT_NE(ours, nullptr);
+    return ours && ours->result && !ours->incomplete;
   }
 
   std::unique_ptr<dbus::WriteClient> client_;
@@ -91,6 +99,60 @@ TEST_F(Write, ReturnsTheHandlersResult) {
   EXPECT_FALSE(write(request));
   request.set("wanted", true);
   EXPECT_TRUE(write(request));
+}
+
+TEST_F(Write, SaysWhenBytesWereLost) {
+  for (const bool result : {false, true}) {
+    serveAnswers([result](const Dictionary&) { return Answer{result, true}; });
+    const auto answer = client_->write(ValueDictionary());
+    ASSERT_TRUE(std::holds_alternative<Answer>(answer));
+    EXPECT_EQ(std::get<Answer>(answer).result, result);
+    EXPECT_TRUE(std::get<Answer>(answer).incomplete);
+    client_.reset();
+    thread_.join();
+  }
+}
+
+TEST_F(Write, SendsNoTextThatWouldArriveAsAnother) {
+  using Kind = dbus::CallError::Kind;
+  bool called = false;
+  serve([&](const Dictionary&) { return called = true; });
+  const std::string withZero("a\0b", 3);
+  ValueDictionary track;
+  track.set("title", withZero);
+  ValueDictionary nested;
+  nested.set(key::kTrack, std::move(track));
+  ValueDictionary latin1;
+  latin1.set("title", "T\xe4");
+  for (const ValueDictionary& request : {nested, latin1}) {
+    const auto answer = client_->write(request);
+    ASSERT_TRUE(std::holds_alternative<dbus::CallError>(answer));
+    EXPECT_EQ(std::get<dbus::CallError>(answer).kind, Kind::kNotEncodable);
+  }
+  EXPECT_FALSE(called);
+  EXPECT_TRUE(write(ValueDictionary()));
+}
+
+TEST_F(Write, IsNotCutShortBySignals) {
+  // A handled signal interrupts whatever the thread waits in, restartable or not.
+  struct sigaction old {};
+  struct sigaction handled {};
+  static std::atomic<int> signals;
+  signals = 0;
+  handled.sa_handler = [](int) { ++signals; };
+  handled.sa_flags = SA_RESTART;
+  ASSERT_EQ(::sigaction(SIGUSR1, &handled, &old), 0);
+  const pthread_t player = ::pthread_self();
+  serve([player](const Dictionary&) {
+    for (int i = 0; i < 20; ++i) {
+      ::pthread_kill(player, SIGUSR1);
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+  });
+  EXPECT_TRUE(write(ValueDictionary()));
+  EXPECT_GT(signals, 0);
+  ::sigaction(SIGUSR1, &old, nullptr);
 }
 
 TEST_F(Write, GivesTheHandlerATruncationConnection) {

@@ -106,6 +106,8 @@ struct VariantAppender {
   sd_bus_message* message;
 
   int operator()(const std::string& string) const {
+    // Behind a zero byte the rest would be lost.
+    if (string.find('\0') != std::string::npos) return -EINVAL;
     return sd_bus_message_append(message, "v", "s", string.c_str());
   }
   int operator()(const ByteString& string) const {

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "transport/dbus/call.h"
+
 namespace tagwriter::dbus {
 namespace {
 
@@ -28,13 +30,10 @@ int ping(sd_bus* bus, const Deadline& deadline) {
       sd_bus_message_new_method_call(bus, &raw, nullptr, "/", "org.freedesktop.DBus.Peer", "Ping");
   if (r < 0) return r;
   const MessageHandle message(raw);
-  const std::uint64_t left = deadline.microsecondsLeft();
-  if (left == 0) return -ETIMEDOUT;
-  BusError error;
-  r = sd_bus_call(bus, message.get(), left, error.out(), nullptr);
-  // An error that the peer sent is an answer too, whatever it is called: not everybody serves Ping.
-  const bool answered = deadline.microsecondsLeft() > 0 && sd_bus_is_open(bus) > 0;
-  return answered ? 0 : std::min(r, 0);
+  // An error is an answer too: not everybody serves Ping.
+  MessageHandle answer;
+  if ((r = callAndWait(bus, message.get(), deadline, answer)) < 0) return r;
+  return sd_bus_is_open(bus) > 0 ? 0 : -ECONNRESET;
 }
 
 }  // namespace
@@ -42,7 +41,7 @@ int ping(sd_bus* bus, const Deadline& deadline) {
 SocketPair makeSocketPair() {
   int ends[2] = {-1, -1};
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return {};
-  return {UniqueFd(ends[0]), UniqueFd(ends[1])};
+  return {aboveStandardStreams(UniqueFd(ends[0])), aboveStandardStreams(UniqueFd(ends[1]))};
 }
 
 bool isPeerSocket(int fd) {

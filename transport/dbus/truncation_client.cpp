@@ -1,12 +1,12 @@
 #include "transport/dbus/truncation_client.h"
 
-#include <cerrno>
 #include <cstring>
 #include <utility>
 
 #include "protocol/keys.h"
 #include "protocol/unique_fd.h"
 #include "protocol/value_dictionary.h"
+#include "transport/dbus/call.h"
 #include "transport/dbus/dictionary_codec.h"
 #include "transport/dbus/names.h"
 #include "transport/dbus/peer_connection.h"
@@ -43,26 +43,20 @@ class TruncationClient final : public TruncationConnection {
     const MessageHandle message(raw);
     if ((r = appendDictionary(raw, request)) < 0) return std::strerror(-r);
 
-    const std::uint64_t left = deadline.microsecondsLeft();
-    if (left == 0) return broken_ = std::strerror(ETIMEDOUT);
-    BusError error;
-    sd_bus_message* rawReply = nullptr;
-    r = sd_bus_call(bus_.get(), raw, left, error.out(), &rawReply);
-    const MessageHandle reply(rawReply);
-    if (r < 0) return describe(r, error, deadline);
+    MessageHandle reply;
+    if ((r = callAndWait(bus_.get(), raw, deadline, reply)) < 0) {
+      return broken_ = std::strerror(-r);
+    }
+    if (const sd_bus_error* error = sd_bus_message_get_error(reply.get())) {
+      std::string description = error->message ? error->message : error->name;
+      if (sd_bus_is_open(bus_.get()) <= 0) broken_ = description;
+      return description;
+    }
     // Any dictionary will do, but a dictionary it must be.
-    if (sd_bus_message_has_signature(rawReply, kDictionarySignature) <= 0) {
+    if (sd_bus_message_has_signature(reply.get(), kDictionarySignature) <= 0) {
       return "the reply is not a dictionary";
     }
     return std::nullopt;
-  }
-
-  /// By the number alone an answered error cannot be told from silence: it may be called a timeout.
-  std::string describe(int r, const BusError& error, const Deadline& deadline) {
-    std::string description = error.message() ? error.message() : std::strerror(-r);
-    const bool silent = deadline.microsecondsLeft() == 0;
-    if (silent || sd_bus_is_open(bus_.get()) <= 0) broken_ = description;
-    return description;
   }
 
   UniqueFd socket_;

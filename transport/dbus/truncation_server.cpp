@@ -1,5 +1,7 @@
 #include "transport/dbus/truncation_server.h"
 
+#include <pthread.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -18,7 +20,7 @@
 namespace tagwriter::dbus {
 namespace {
 
-int answerTruncate(sd_bus_message* call, sd_bus_error* error) {
+int shorten(sd_bus_message* call, sd_bus_error* error) {
   ValueDictionary request;
   if (readDictionary(call, request) < 0) {
     return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, "The request does not decode");
@@ -35,21 +37,47 @@ int answerTruncate(sd_bus_message* call, sd_bus_error* error) {
   return sd_bus_reply_method_return(call, kDictionarySignature, 0);
 }
 
+/// While it lives, threads are born with all signals blocked: the player's handlers are the
+/// player's and must not run on a thread of ours.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
 }  // namespace
 
 TruncationServer::TruncationServer() {
   SocketPair sockets = makeSocketPair();
   hangUp_ = duplicateFd(sockets.ours.get());
   if (!hangUp_) return;
+  const SignalsBlocked blocked;
   try {
-    thread_ = std::thread([socket = std::move(sockets.ours)]() mutable {
-      servePeer(std::move(socket),
-                {kTruncationObject, kTruncationInterface, kTruncateMethod, answerTruncate});
+    thread_ = std::thread([this, socket = std::move(sockets.ours)]() mutable {
+      servePeer(std::move(socket), {kTruncationObject, kTruncationInterface, kTruncateMethod,
+                                    [this](sd_bus_message* call, sd_bus_error* error) {
+                                      return answer(call, error);
+                                    }});
     });
   } catch (const std::system_error&) {
     return;  // no thread to be had
   }
   theirs_ = std::move(sockets.theirs);
+}
+
+int TruncationServer::answer(sd_bus_message* call, sd_bus_error* error) {
+  const int r = shorten(call, error);
+  if (r < 0) failed_ = true;
+  return r;
 }
 
 TruncationServer::~TruncationServer() {

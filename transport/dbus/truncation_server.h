@@ -1,6 +1,9 @@
 // The player's end of the truncation channel.
 #pragma once
 
+#include <systemd/sd-bus.h>
+
+#include <atomic>
 #include <thread>
 
 #include "protocol/unique_fd.h"
@@ -22,7 +25,14 @@ class TruncationServer {
   /// The service's end, to be sent as "truncateconnection". Stays owned here.
   int endpoint() const { return theirs_.get(); }
 
+  /// Whether a file could not be shortened as the service asked, so that old bytes are left behind
+  /// its new end.
+  bool failed() const { return failed_; }
+
  private:
+  int answer(sd_bus_message* call, sd_bus_error* error);
+
+  std::atomic<bool> failed_ = false;
   UniqueFd theirs_;
   UniqueFd hangUp_;
   std::thread thread_;

@@ -25,21 +25,25 @@ namespace fs = std::filesystem;
 constexpr char kProgram[] = "tagwriterd";
 constexpr int kWorkerFd = 3;
 
-/// What the new process inherits: the standard streams and, at kWorkerFd, its socket. Everything
-/// else of ours is close-on-exec.
+/// What the new process inherits: the standard streams and, at kWorkerFd, its socket.
 class SpawnPlan {
  public:
   explicit SpawnPlan(int socket) {
     ::posix_spawn_file_actions_init(&actions_);
     ::posix_spawn_file_actions_adddup2(&actions_, socket, kWorkerFd);
+    // Whatever the player has open without close-on-exec is not the worker's.
+    ::posix_spawn_file_actions_addclosefrom_np(&actions_, kWorkerFd + 1);
     ::posix_spawnattr_init(&attributes_);
     // A group of its own: Ctrl-C at a terminal is for the player, who finishes the file in hand.
-    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
+    ::posix_spawnattr_setflags(
+        &attributes_, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     ::posix_spawnattr_setpgroup(&attributes_, 0);
-    // And whatever signals we block, the worker can be ended.
-    sigset_t none;
-    sigemptyset(&none);
-    ::posix_spawnattr_setsigmask(&attributes_, &none);
+    // And whatever signals we block or ignore, the worker can be ended.
+    sigset_t signals;
+    sigemptyset(&signals);
+    ::posix_spawnattr_setsigmask(&attributes_, &signals);
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) sigaddset(&signals, number);
+    ::posix_spawnattr_setsigdefault(&attributes_, &signals);
   }
   ~SpawnPlan() {
     ::posix_spawnattr_destroy(&attributes_);
@@ -122,6 +126,10 @@ std::optional<WorkerProcess> WorkerProcess::start(const std::string& program, Un
 
 WorkerProcess::WorkerProcess(WorkerProcess&& other) noexcept
     : pid_(std::exchange(other.pid_, -1)) {}
+
+void WorkerProcess::kill() const {
+  if (pid_ > 0) ::kill(pid_, SIGKILL);
+}
 
 WorkerProcess::~WorkerProcess() {
   if (pid_ <= 0) return;

@@ -27,6 +27,10 @@ class WorkerProcess {
   /// Waits for the process to end: close its socket first.
   ~WorkerProcess();
 
+  /// Ends it at once, for one that may not leave by itself.
+  void kill() const;
+
+  /// Its number; the process is waited for by this object only.
   pid_t pid() const { return pid_; }
 
  private:

@@ -1,10 +1,12 @@
 #include "transport/dbus/write_client.h"
 
-#include <cstdint>
+#include <cerrno>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "protocol/keys.h"
+#include "transport/dbus/call.h"
 #include "transport/dbus/dictionary_codec.h"
 #include "transport/dbus/names.h"
 #include "transport/dbus/peer_connection.h"
@@ -12,16 +14,24 @@
 namespace tagwriter::dbus {
 namespace {
 
-CallError localError(int r) {
-  return {"", std::strerror(-r)};
+using Kind = CallError::Kind;
+
+CallError localError(Kind kind, int r) {
+  return {kind, std::strerror(-r)};
+}
+
+/// Whether the bus says that it could not start the service.
+bool saysUnavailable(std::string_view errorName) {
+  return errorName == SD_BUS_ERROR_SERVICE_UNKNOWN || errorName == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
+         errorName.starts_with("org.freedesktop.DBus.Error.Spawn.");
+}
+
+CallError remoteError(const sd_bus_error& error) {
+  return {saysUnavailable(error.name) ? Kind::kNotDelivered : Kind::kNoAnswer,
+          error.message ? error.message : error.name};
 }
 
 }  // namespace
-
-bool CallError::serviceUnavailable() const {
-  return name == SD_BUS_ERROR_SERVICE_UNKNOWN || name == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
-         name.starts_with("org.freedesktop.DBus.Error.Spawn.");
-}
 
 std::unique_ptr<WriteClient> WriteClient::join(UniqueFd socket, std::chrono::microseconds limit,
                                                std::string& error) {
@@ -51,25 +61,23 @@ bool WriteClient::connected() {
   return sd_bus_is_open(bus_.get()) > 0;
 }
 
-std::variant<bool, CallError> WriteClient::write(const ValueDictionary& request) {
+std::variant<Answer, CallError> WriteClient::write(const ValueDictionary& request) {
   sd_bus_message* raw = nullptr;
   int r = sd_bus_message_new_method_call(bus_.get(), &raw, destination_, kWriteObject,
                                          kWriteInterface, kWriteMethod);
-  if (r < 0) return localError(r);
+  if (r < 0) return localError(Kind::kNotDelivered, r);
   const MessageHandle message(raw);
-  if ((r = appendDictionary(raw, request)) < 0) return localError(r);
-
-  BusError error;
-  sd_bus_message* rawReply = nullptr;
-  r = sd_bus_call(bus_.get(), raw, UINT64_MAX, error.out(), &rawReply);
-  const MessageHandle reply(rawReply);
-  if (r < 0) {
-    if (!error.isSet()) return localError(r);
-    return CallError{error.name(), error.message() ? error.message() : error.name()};
+  if ((r = appendDictionary(raw, request)) < 0) {
+    return localError(r == -EINVAL ? Kind::kNotEncodable : Kind::kNotDelivered, r);
   }
+  MessageHandle reply;
+  if ((r = callAndWait(bus_.get(), raw, Deadline::never(), reply)) < 0) {
+    return localError(Kind::kNoAnswer, r);
+  }
+  if (const sd_bus_error* error = sd_bus_message_get_error(reply.get())) return remoteError(*error);
   ValueDictionary answer;
-  if ((r = readDictionary(rawReply, answer)) < 0) return localError(r);
-  return answer.getBool(key::kResult);
+  if ((r = readDictionary(reply.get(), answer)) < 0) return localError(Kind::kNoAnswer, r);
+  return Answer{answer.getBool(key::kResult), answer.getBool(key::kIncomplete)};
 }
 
 }  // namespace tagwriter::dbus

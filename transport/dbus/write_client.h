@@ -6,19 +6,22 @@
 #include <string>
 #include <variant>
 
+#include "protocol/answer.h"
 #include "protocol/unique_fd.h"
 #include "protocol/value_dictionary.h"
 #include "transport/dbus/handles.h"
 
 namespace tagwriter::dbus {
 
-/// Why there is no answer: the D-Bus error's name (empty for a local failure) and text.
+/// Why there is no answer.
 struct CallError {
-  std::string name;
+  enum class Kind {
+    kNotEncodable,  ///< a text is not UTF-8 or holds a zero byte; nothing was sent
+    kNotDelivered,  ///< nobody has seen the request
+    kNoAnswer,      ///< nobody knows how far the service came
+  };
+  Kind kind;
   std::string message;
-
-  /// Whether the bus could not start the service, so that nobody has seen the request.
-  bool serviceUnavailable() const;
 };
 
 /// A connection to the service. Used by one thread at a time.
@@ -34,8 +37,8 @@ class WriteClient {
   static std::unique_ptr<WriteClient> openSessionBus(std::string& error);
 
   /// Sends `request` and waits, without a time limit, for the work to be done. Data and descriptors
-  /// in it are only read. Returns the reply's "result", or why there is none.
-  std::variant<bool, CallError> write(const ValueDictionary& request);
+  /// in it are only read. Returns what the reply says, or why there is none.
+  std::variant<Answer, CallError> write(const ValueDictionary& request);
 
   /// False once the service has hung up.
   bool connected();

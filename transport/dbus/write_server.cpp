@@ -24,7 +24,9 @@ int answerWrite(sd_bus_message* call, sd_bus_error* error, const RequestHandler&
   if (path != request.values().end() && request.getString(key::kPath)) {
     reply.set(key::kPath, path->second);
   }
-  reply.set(key::kResult, handler(request));
+  const Answer answer = handler(request);
+  reply.set(key::kResult, answer.result);
+  if (answer.incomplete) reply.set(key::kIncomplete, true);
 
   sd_bus_message* raw = nullptr;
   int r = sd_bus_message_new_method_return(call, &raw);
