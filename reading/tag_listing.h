@@ -14,7 +14,8 @@ namespace tagwriter {
 using TagListing = std::vector<std::pair<std::string, std::string>>;
 
 /// Reads the tags of the file behind `fd`, which stays the caller's (its offset moves); `path`
-/// names it and is not opened. Returns nothing when the tag library cannot read the file.
+/// names it and is not opened. Returns nothing when the tag library cannot read the file or `fd`
+/// cannot be duplicated. Makes DSF files known to the tag library for the life of the process.
 std::optional<TagListing> readTags(int fd, const std::string& path);
 
 /// A disc's number and the number of discs; 0 where the file does not say.

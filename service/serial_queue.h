@@ -16,6 +16,7 @@ class SerialQueue {
   /// `label` names the queue for people who debug.
   explicit SerialQueue(std::string label) : label_(std::move(label)) {}
 
+  /// The queue's name.
   const std::string& label() const { return label_; }
 
   /// Runs `work` when every item that came before has ended, and returns when it has ended itself.

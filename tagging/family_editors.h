@@ -42,16 +42,18 @@ TagLib::ID3v2::CommentsFrame* findMainID3v2Comment(const TagLib::ID3v2::Tag& tag
 /// logged with `path` and goes no further.
 void setID3v2Lyrics(TagLib::ID3v2::Tag& tag, const char* value, const char* path);
 
-/// Sets an item of the "ilst" atom to one string.
+/// Sets an item of the "ilst" atom to one string; null removes the item.
 void setMP4TextItem(TagLib::MP4::Tag& tag, const char* name, const char* value);
 
-/// Sets a field to one value in the place of all its values (Vorbis comment specification).
+/// Sets a field to one value in the place of all its values; null removes all of them (Vorbis
+/// comment specification).
 void setXiphTextField(TagLib::Ogg::XiphComment& comment, const char* name, const char* value);
 
-/// Sets an attribute to one Unicode string (ASF specification, 3.10 and 3.11).
+/// Sets an attribute to one Unicode string; null removes the attribute (ASF specification, 3.10 and
+/// 3.11).
 void setASFTextAttribute(TagLib::ASF::Tag& tag, const char* name, const char* value);
 
-/// Sets an item to one text (APEv2 specification).
+/// Sets an item to one text; null removes the item (APEv2 specification).
 void setAPETextItem(TagLib::APE::Tag& tag, const char* key, const char* value);
 
 }  // namespace tagwriter

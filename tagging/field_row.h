@@ -46,6 +46,7 @@ bool generic(const FieldRow&, int fd, const char* path, const FieldValue& value,
              const Dictionary& request) {
   return Write(fd, path, value.text, request);
 }
+/// The same for a writer of numbers.
 template <bool (*Write)(int fd, const char* path, std::int64_t value, const Dictionary& request)>
 bool generic(const FieldRow&, int fd, const char* path, const FieldValue& value,
              const Dictionary& request) {

@@ -94,6 +94,7 @@ struct Number {
                    const FieldEdit& edit);
 };
 
+/// Yes or no.
 struct Flag {
   static constexpr Form kForm = {
       "flag", "\"1\" or removed; MP4 has a byte and ASF a boolean, which say no as well"};

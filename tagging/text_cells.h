@@ -65,6 +65,7 @@ struct GenericComment {
   }
 };
 
+/// The comment frame that players show as the comment; the cell's name only tells its kind.
 struct MainComment {
   static constexpr Form kForm = {
       "main comment",
@@ -76,6 +77,7 @@ struct MainComment {
   }
 };
 
+/// A frame that is told from others of its kind by its description, the cell's name.
 struct UserText {
   static constexpr Form kForm = {"user text",
                                  "the TXXX frame with this description, which keeps its encoding"};
@@ -85,6 +87,7 @@ struct UserText {
   }
 };
 
+/// The unsynchronised lyrics; the cell's name only tells the frame's kind.
 struct Lyrics {
   static constexpr Form kForm = {
       "lyrics", "one English frame in the place of all; an empty text leaves an empty frame"};

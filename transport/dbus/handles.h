@@ -8,6 +8,7 @@
 
 namespace tagwriter::dbus {
 
+/// Closes a connection without waiting for what it still has to send.
 struct BusCloser {
   void operator()(sd_bus* bus) const {
     // A forked child may hold the socket too, and the other end would not hear of the end.
@@ -15,10 +16,12 @@ struct BusCloser {
     sd_bus_close_unref(bus);
   }
 };
+/// Gives a reference to a message back.
 struct MessageReleaser {
   void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
 };
 
+/// Takes a callback away from its connection.
 struct SlotReleaser {
   void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
 };
