@@ -3,8 +3,10 @@
 #include <poll.h>
 #include <sys/signalfd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -17,7 +19,11 @@ namespace tagwriter::dbus {
 namespace {
 
 constexpr std::chrono::seconds kWorkerStartLimit(30);
+/// How many calls may wait here. Each holds two descriptors, of which a process may have a thousand
+/// or a few, and perhaps a cover of some megabytes. The bus daemon has room for more.
+constexpr std::size_t kMostWaiting = 64;
 constexpr char kBusDaemon[] = "org.freedesktop.DBus";
+constexpr std::uint32_t kNameExists = 3;  ///< the answer that the name is somebody else's
 constexpr char kLocalInterface[] = "org.freedesktop.DBus.Local";
 
 /// Whether `message` answers `call`: the worker saw the call with the caller's own serial number.
@@ -90,12 +96,35 @@ int Front::connectToBus() {
   bus_.reset(bus);
   if ((r = sd_bus_set_exit_on_disconnect(bus, 1)) < 0) return r;
   if ((r = sd_bus_attach_event(bus, event_.get(), SD_EVENT_PRIORITY_NORMAL)) < 0) return r;
+  reading_ = true;
   r = sd_bus_add_object_vtable(bus, nullptr, kWriteObject, kWriteInterface, kVtable, this);
   if (r < 0) return r;
   r = sd_bus_match_signal(bus, nullptr, kBusDaemon, nullptr, kBusDaemon, "NameAcquired", onNamed,
                           this);
   if (r < 0) return r;
-  return sd_bus_request_name(bus, kBusName, 0);
+  // Answers stand behind all calls that have come before them, and those may take their time.
+  if ((r = sd_bus_set_method_call_timeout(bus, UINT64_MAX)) < 0) return r;
+  return askForName(0);
+}
+
+int Front::askForName(std::uint64_t flags) {
+  // Not a call that waits: with the name come the calls for which we were started, before the
+  // answer, and it would take them all in.
+  return sd_bus_request_name_async(bus_.get(), nullptr, kBusName, flags, onNameAnswer, this);
+}
+
+int Front::onNameAnswer(sd_bus_message* answer, void* front, sd_bus_error*) noexcept {
+  static_cast<Front*>(front)->nameAnswered(answer);
+  return 1;
+}
+
+void Front::nameAnswered(sd_bus_message* answer) {
+  if (named_) return;
+  std::uint32_t how = 0;
+  int r = -sd_bus_message_get_errno(answer);
+  if (r == 0) r = std::min(sd_bus_message_read(answer, "u", &how), 0);
+  if (r == 0 && how == kNameExists) r = -EEXIST;
+  if (r < 0) sd_event_exit(event_.get(), r);
 }
 
 int Front::onNamed(sd_bus_message* signal, void* front, sd_bus_error*) noexcept {
@@ -123,7 +152,8 @@ int Front::startWorker(std::string& error) {
   if (r >= 0) r = sd_bus_attach_event(connection.get(), event_.get(), SD_EVENT_PRIORITY_NORMAL);
   if (r < 0) {
     error = std::strerror(-r);
-    connection.reset();  // before the process is waited for
+    connection.reset();
+    process->kill();  // it has no work, and need not notice that we are gone
     return r;
   }
   worker_.emplace(Worker{std::move(*process), std::move(connection)});
@@ -143,7 +173,8 @@ void Front::takeCall(sd_bus_message* call) {
 }
 
 void Front::forwardNext() {
-  while (named_ && !inHand_ && !waiting_.empty()) {
+  // Without the bus nobody is left who would hear of a result.
+  while (named_ && !inHand_ && !waiting_.empty() && sd_bus_is_open(bus_.get()) > 0) {
     inHand_ = std::move(waiting_.front());
     waiting_.pop_front();
     if (worker_ && hasHungUp(worker_->connection.get())) worker_.reset();
@@ -153,6 +184,21 @@ void Front::forwardNext() {
     if (r < 0) failInHand(error.empty() ? std::strerror(-r) : error);
   }
   restartIdleTimer();
+  readOrPause();
+}
+
+void Front::readOrPause() {
+  sd_bus* bus = bus_.get();
+  // Without the name nothing more comes until it is ours, and only reading tells when it is. That
+  // the bus is gone is to be read as well.
+  const bool read = !named_ || waiting_.size() < kMostWaiting || sd_bus_is_open(bus) <= 0;
+  if (read == reading_) return;
+  if (read) {
+    reading_ = sd_bus_attach_event(bus, event_.get(), SD_EVENT_PRIORITY_NORMAL) >= 0;
+  } else {
+    sd_bus_flush(bus);  // what is still to be sent, nobody sends during the pause
+    reading_ = sd_bus_detach_event(bus) < 0;
+  }
 }
 
 int Front::forward(sd_bus_message* call) {
@@ -223,7 +269,11 @@ void Front::leave() {
 
 void Front::exitWhenDone() {
   // The name is kept as long as there is work, or a successor would write beside us.
-  if (!leaving_ || !named_ || busy()) return;
+  if (!leaving_ || !named_) return;
+  // What lies in wait is work too; the release would take it all in, however much it is.
+  while (!busy() && sd_bus_process(bus_.get(), nullptr) > 0) {
+  }
+  if (busy()) return;
   named_ = false;
   sd_bus_release_name(bus_.get(), kBusName);
   // Every request that the bus routed here before the name was gone has arrived by the time of the
@@ -232,7 +282,7 @@ void Front::exitWhenDone() {
   }
   if (busy()) {
     // Such a request has its turn when the name is ours again: at once, or behind a successor.
-    sd_bus_request_name(bus_.get(), kBusName, SD_BUS_NAME_QUEUE);
+    askForName(SD_BUS_NAME_QUEUE);
   } else {
     sd_event_exit(event_.get(), 0);
   }

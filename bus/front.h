@@ -4,11 +4,15 @@
 // start programs outside any sandbox. So each Write call goes, unparsed and with its descriptors,
 // over a socketpair to a worker, one at a time in the order of arrival. The worker's reply goes
 // back to the caller as it is: both messages carry the caller's name and serial number.
+//
+// Behind the call that the worker has, only so many wait here; the rest waits in the bus daemon,
+// which has the room for it.
 #pragma once
 
 #include <systemd/sd-event.h>
 
 #include <chrono>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -49,6 +53,7 @@ class Front {
 
   // Callbacks of the event loop; each hands over to the member below it.
   static int onWrite(sd_bus_message* call, void* front, sd_bus_error* error) noexcept;
+  static int onNameAnswer(sd_bus_message* answer, void* front, sd_bus_error* error) noexcept;
   static int onNamed(sd_bus_message* signal, void* front, sd_bus_error* error) noexcept;
   static int onWorkerMessage(sd_bus_message* message, void* front, sd_bus_error* error) noexcept;
   static int onWorkerGone(sd_event_source* source, void* front) noexcept;
@@ -57,12 +62,15 @@ class Front {
 
   int prepare();
   int connectToBus();
+  int askForName(std::uint64_t flags);
+  void nameAnswered(sd_bus_message* answer);
   void named();
   int startWorker(std::string& error);
 
   void takeCall(sd_bus_message* call);
   void forwardNext();
   int forward(sd_bus_message* call);
+  void readOrPause();
   void takeWorkerMessage(sd_bus_message* message);
   void failInHand(const std::string& reason);
   void workerGone();
@@ -82,6 +90,7 @@ class Front {
   MessageHandle inHand_;               ///< the call that the worker has
   std::deque<MessageHandle> waiting_;  ///< the calls behind it
   bool named_ = false;                 ///< without the name nothing is forwarded
+  bool reading_ = false;               ///< whether the event loop has the connection to the bus
   bool leaving_ = false;
 };
 

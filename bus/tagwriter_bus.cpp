@@ -1,5 +1,7 @@
 // tagwriter-bus: the front on the session bus, started on demand by D-Bus activation.
 
+#include <sys/resource.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstring>
@@ -11,6 +13,16 @@ namespace {
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 constexpr int kIdleSeconds = 30;
+
+/// Allows this process and its worker as many descriptors as the system lets them have. Nobody may
+/// send one while more than that are on their way between all processes of the user, and the bus
+/// may hold hundreds of requests for us.
+void raiseDescriptorLimit() {
+  rlimit limit = {};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
 
 }  // namespace
 
@@ -38,6 +50,7 @@ int main(int argc, char** argv) {
         stderr);
     return kExitFailed;
   }
+  raiseDescriptorLimit();
   const int r = dbus::Front(worker, std::chrono::seconds(idleSeconds)).run();
   if (r < 0) {
     std::fprintf(stderr, "tagwriter-bus: %s\n", std::strerror(-r));

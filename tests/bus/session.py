@@ -43,8 +43,11 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Con
   </policy>
   <!-- As every session bus has them. -->
   <limit name="max_incoming_bytes">1000000000</limit>
+  <limit name="max_incoming_unix_fds">250000000</limit>
   <limit name="max_outgoing_bytes">1000000000</limit>
+  <limit name="max_outgoing_unix_fds">250000000</limit>
   <limit name="max_message_size">1000000000</limit>
+  <limit name="max_pending_service_starts">10000</limit>
   <limit name="max_replies_per_connection">50000</limit>
 </busconfig>
 """

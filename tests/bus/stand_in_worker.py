@@ -3,12 +3,14 @@
 what STAND_IN says:
 
   answers-once  answers the first request, hears nothing from then on, and ends
+  babbles       speaks no D-Bus at all, hears nothing, and stays
   calls         answers with a call to the bus, to start whatever service STAND_IN_TARGET names
   dies          ends when a request comes
   refuses       answers with an error
 """
 
 import os
+import signal
 import socket
 import sys
 
@@ -31,7 +33,14 @@ class Worker:
             sys.exit(0)
         self._buffer += piece
 
+    def babble(self):
+        self._socket.sendall(b"ready\r\n" * 100)
+        while True:
+            signal.pause()
+
     def serve(self):
+        if os.environ["STAND_IN"] == "babbles":
+            self.babble()
         while b"BEGIN\r\n" not in self._buffer:
             self._receive()
         self._buffer = self._buffer.split(b"BEGIN\r\n", 1)[1]

@@ -114,6 +114,12 @@ class StandInTest(BusTest):
             self.caller.ask_daemon("StartServiceByName", GLib.Variant("(su)", (VICTIM, 0)))
         self.assertTrue(started.exists())
 
+    def test_that_do_not_speak_and_do_not_leave(self):
+        self.start("babbles")
+        futures = [self.caller.write_later({}) for _ in range(2)]
+        self.assertEqual(self.answers(futures), [NO_REPLY] * 2)
+        self.assertEqual(children_of(self.caller.front().pid), {})
+
     def test_that_cannot_be_started(self):
         self.start("dies")
         (self.folder / "programs" / "tagwriterd").write_text("no program")

@@ -40,9 +40,10 @@ class LibraryTest(StagingTest):
         return build / "player"
 
     def pkg_config(self, *arguments):
-        path = self.prefix / LIBDIR / "pkgconfig"
-        return run("pkg-config", *arguments, "tagwriter",
-                   env={**os.environ, "PKG_CONFIG_PATH": str(path)}).split()
+        """Asks pkg-config, on a machine that has no other package's development files."""
+        environment = {**os.environ, "PKG_CONFIG_PATH": "",
+                       "PKG_CONFIG_LIBDIR": str(self.prefix / LIBDIR / "pkgconfig")}
+        return run("pkg-config", "--print-errors", *arguments, "tagwriter", env=environment).split()
 
     def compile(self, *flags):
         program = self.folder / "player"
@@ -109,6 +110,14 @@ class LibraryTest(StagingTest):
         self.assertIn(f"{text}: ", str(failure.exception))
         self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "T")
         self.assertEqual(text.read_text(), "no audio")
+
+    def test_pkg_config_needs_no_other_package(self):
+        self.assertEqual(self.pkg_config("--exists"), [])
+        # The folders as they are, whatever dots are in the way to them.
+        flags = [f"{flag[:2]}{os.path.realpath(flag[2:])}" if flag[:2] in ("-I", "-L") else flag
+                 for flag in self.pkg_config("--cflags", "--libs")]
+        self.assertEqual(flags, [f"-I{self.prefix}/include", f"-L{self.prefix / LIBDIR}",
+                                 "-ltagwriter"])
 
     def test_pkg_config_tells_version_and_service(self):
         self.assertEqual(self.pkg_config("--modversion"), [VERSION])

@@ -13,10 +13,13 @@ class ManualTest(StagingTest):
     def page(self, name):
         return self.prefix / "share/man" / name
 
+    def lines(self, name):
+        """A page as a terminal shows it, without bold and underlined."""
+        return re.sub(".\b", "", run("mandoc", "-T", "utf8", self.page(name))).splitlines()
+
     def rendered(self, name):
         """A page as plain text on one line."""
-        text = run("mandoc", "-T", "utf8", self.page(name))
-        return re.sub(r"\s+", " ", re.sub(".\b", "", text))
+        return " ".join(" ".join(self.lines(name)).split())
 
     def help_of(self, program, *arguments):
         return run(self.prefix / program, *arguments, "--help")
@@ -31,6 +34,18 @@ class ManualTest(StagingTest):
     def test_mandoc_finds_nothing_to_warn_of(self):
         for name in PAGES:
             run("mandoc", "-T", "lint", "-W", "warning,stop", self.page(name))
+
+    def test_the_headings_are_shown_as_they_are_written(self):
+        for name in PAGES:
+            # "\&" keeps a word from being taken for a command, and shows nothing.
+            written = [line[len(".Sh "):].replace(r"\&", "")
+                       for line in self.page(name).read_text().splitlines()
+                       if line.startswith((".Sh ", ".Ss "))]
+            # The text of a page is indented by more than its headings.
+            shown = [line.strip() for line in self.lines(name)[1:-1]
+                     if re.match(r" {0,3}\S", line)]
+            self.assertEqual(shown, written, name)
+            self.assertEqual(shown[0], "NAME", name)
 
     def test_the_command_page_describes_every_verb_and_option(self):
         listed = self.help_of("bin/tagwriter").split("ubcommands:")[1].split("\n\n")[0]
