@@ -74,23 +74,29 @@ std::string fieldKeys(const char* suffix) {
   return joined(keys);
 }
 
+/// Bash splits words at "=", and its own completion of file names knows how to quote them.
 std::string forBash(const std::vector<VerbWords>& verbs) {
   std::ostringstream out;
   out << "_tagwriter() {\n"
          "  local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} "
          "verb=${COMP_WORDS[1]}\n"
+      << "  local fields='" << fieldKeys("")
+      << "'\n"
          "  COMPREPLY=()\n"
+         "  if [[ $word == = ]]; then\n"
+         "    word=\n"
+         "  elif [[ $previous == = ]]; then\n"
+         "    previous=${COMP_WORDS[COMP_CWORD-2]}\n"
+         "  fi\n"
          "  if ((COMP_CWORD == 1)); then\n"
       << "    COMPREPLY=($(compgen -W '" << verbNames(verbs)
       << " --help' -- \"$word\"))\n"
          "  elif [[ $previous == -t || $previous == --tag ]]; then\n"
          "    if [[ $verb == clear ]]; then\n"
-      << "      COMPREPLY=($(compgen -W '" << fieldKeys("")
-      << "' -- \"$word\"))\n"
+         "      COMPREPLY=($(compgen -W \"$fields\" -- \"$word\"))\n"
          "    else\n"
          "      compopt -o nospace\n"
-      << "      COMPREPLY=($(compgen -W '" << fieldKeys("=")
-      << "' -- \"$word\"))\n"
+         "      COMPREPLY=($(compgen -W \"${fields// /= }=\" -- \"$word\"))\n"
          "    fi\n"
          "  elif [[ $word == -* ]]; then\n"
          "    case $verb in\n";
@@ -100,8 +106,7 @@ std::string forBash(const std::vector<VerbWords>& verbs) {
   }
   out << "    esac\n"
          "  else\n"
-         "    compopt -o filenames\n"
-         "    COMPREPLY=($(compgen -f -- \"$word\"))\n"
+         "    compopt -o default\n"
          "  fi\n"
          "}\n"
          "complete -F _tagwriter tagwriter\n";
@@ -152,8 +157,9 @@ std::string forZsh(const std::vector<VerbWords>& verbs) {
                           : verb.name == "clear" ? ":field:_tagwriter_keys"
                                                  : ":field:_tagwriter_fields";
       for (const std::string& name : option.names) {
-        out << " \\\n        '*" << name << "[" << zshText(option.description) << "]" << value
-            << "'";
+        const char* equals = option.takesValue && name.starts_with("--") ? "=" : "";
+        out << " \\\n        '*" << name << equals << "[" << zshText(option.description) << "]"
+            << value << "'";
       }
     }
     out << " \\\n        '*:file:_files' ;;\n";

@@ -7,6 +7,7 @@
 #include "cli/commands.h"
 #include "cli/edit_files.h"
 #include "cli/field_edits.h"
+#include "cli/printable.h"
 
 namespace tagwriter {
 namespace {
@@ -29,13 +30,13 @@ ImageType typeOf(const CoverArguments& arguments, std::span<const std::byte> ima
 int storeCover(const CoverArguments& arguments) {
   const auto file = readImage(arguments.image);
   if (!file) {
-    std::cerr << arguments.image << ": cannot be read, or is empty\n";
+    std::cerr << printable(arguments.image) << ": cannot be read, or is empty\n";
     return kExitFailed;
   }
   const auto image = std::as_bytes(std::span(*file));
   const ImageType type = typeOf(arguments, image);
   if (type == ImageType::kOther) {
-    std::cerr << arguments.image
+    std::cerr << printable(arguments.image)
               << ": not a PNG, JPEG, TIFF, GIF or BMP image; --type says what it is\n";
     return kExitFailed;
   }

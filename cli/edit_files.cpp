@@ -3,6 +3,7 @@
 #include "cli/file_list.h"
 #include "cli/interruption.h"
 #include "cli/report.h"
+#include "client/guards.h"
 
 namespace tagwriter {
 namespace {
@@ -14,6 +15,8 @@ bool concernsFile(Status status) {
     case Status::kNotRegularFile:
     case Status::kNotWritable:
     case Status::kServiceUnavailable:
+    case Status::kNoAnswer:
+    case Status::kIncomplete:
     case Status::kCopyFailed:
     case Status::kCopyUnreadable:
     case Status::kReplaceFailed:
@@ -34,7 +37,7 @@ class FileEditor {
 
   void edit(const std::string& path) {
     if (options_.dryRun) {
-      for (const NamedEdit& edit : edits_) report_.planned(path, edit.name, edit.plan(path).what);
+      plan(path);
     } else if (options_.safe) {
       editTogether(path);
     } else {
@@ -45,6 +48,14 @@ class FileEditor {
  private:
   WriteOptions writeOptions() const {
     return {.safe = options_.safe, .keepTimes = options_.keepTimes};
+  }
+
+  void plan(const std::string& path) {
+    UniqueFd fd;
+    if (const Outcome opened = openForEdit(path, fd); !opened) {
+      return report_.failed(path, opened.message());
+    }
+    for (const NamedEdit& edit : edits_) report_.planned(path, edit.name, edit.plan(path).what);
   }
 
   void editOneByOne(const std::string& path) {

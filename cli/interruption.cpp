@@ -10,17 +10,23 @@ namespace {
 
 std::atomic<bool> interrupted = false;
 
-sigset_t interruptSignal() {
+/// The signals that ask for an end, but for those that the process was told to ignore, as a
+/// background job of a script ignores SIGINT and nohup SIGHUP.
+sigset_t interruptSignals() {
   sigset_t signals;
   sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction action {};
+    if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+      sigaddset(&signals, number);
+    }
+  }
   return signals;
 }
 
-void waitForInterrupts() {
-  const sigset_t signals = interruptSignal();
+void waitForInterrupt(const sigset_t& signals) {
   int number = 0;
-  ::sigwait(&signals, &number);
+  if (::sigwait(&signals, &number) != 0) return;
   interrupted = true;
   // The next one has its usual effect.
   ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
@@ -29,11 +35,11 @@ void waitForInterrupts() {
 }  // namespace
 
 Interruption::Interruption() {
-  const sigset_t signals = interruptSignal();
+  const sigset_t signals = interruptSignals();
   ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   // It waits for as long as the process lives.
-  std::thread([] {
-    waitForInterrupts();
+  std::thread([signals] {
+    waitForInterrupt(signals);
     while (true) ::pause();
   }).detach();
 }

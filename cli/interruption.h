@@ -3,9 +3,10 @@
 
 namespace tagwriter {
 
-/// From its construction on, the first SIGINT only asks for an end; a second one ends the process.
-/// The signal is taken by a thread of its own, so that no call in another thread is broken off. One
-/// object a process.
+/// From its construction on, the first SIGINT, SIGTERM or SIGHUP only asks for an end; a second one
+/// ends the process. What the process was started to ignore it goes on ignoring. The signals are
+/// taken by a thread of its own, so that no call in another thread is broken off. One object a
+/// process.
 class Interruption {
  public:
   Interruption();

@@ -1,5 +1,6 @@
 // tagwriter: the command line, a complete player's side.
 
+#include <iostream>
 #include <variant>
 
 #include "cli/arguments.h"
@@ -7,6 +8,9 @@
 
 int main(int argc, char** argv) {
   using namespace tagwriter;
-  return std::visit([](const auto& arguments) { return run(arguments); },
-                    parseArguments(argc, argv));
+  const int code =
+      std::visit([](const auto& arguments) { return run(arguments); }, parseArguments(argc, argv));
+  if (std::cout.flush()) return code;
+  std::cerr << "tagwriter: standard output cannot be written\n";
+  return code == kExitDone ? kExitFailed : code;
 }

@@ -29,7 +29,8 @@ void Progress::hide() {
 void Progress::show(std::size_t done) {
   if (!enabled_) return;
   const std::chrono::duration<double> elapsed = Clock::now() - start_;
-  std::fprintf(stderr, "%s%s", kClearLine, progressText(done, files_, elapsed.count()).c_str());
+  // The cursor goes back to the beginning, so that a line of the service's own covers this one.
+  std::fprintf(stderr, "%s%s\r", kClearLine, progressText(done, files_, elapsed.count()).c_str());
   std::fflush(stderr);
   visible_ = true;
 }

@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "cli/json_line.h"
+#include "cli/printable.h"
 
 namespace tagwriter {
 
@@ -10,7 +11,7 @@ void Report::planned(const std::string& path, const std::string& edit, const std
   if (json_) {
     printJson({{"file", path}, {"edit", edit}, {"result", "planned"}, {"what", what}});
   } else if (!quiet_) {
-    std::cout << path << ": " << what << '\n';
+    std::cout << printable(path + ": " + what) << '\n';
   }
 }
 
@@ -23,6 +24,7 @@ void Report::done(const std::string& path, const std::string& edit, const Outcom
   nlohmann::json line = {{"file", path}, {"edit", edit}};
   line["result"] = outcome ? "written" : "failed";
   if (!outcome) line["error"] = outcome.message();
+  hideProgress();
   printJson(line);
 }
 
@@ -37,8 +39,12 @@ void Report::note(const std::string& text) {
 }
 
 void Report::printError(const std::string& text) {
+  hideProgress();
+  std::cerr << printable(text) << '\n';
+}
+
+void Report::hideProgress() {
   if (progress_) progress_->hide();
-  std::cerr << text << '\n';
 }
 
 }  // namespace tagwriter

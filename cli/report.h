@@ -13,7 +13,7 @@ class Report {
  public:
   Report(bool json, bool quiet) : json_(json), quiet_(quiet) {}
 
-  /// Errors take this line away before they are printed; null for none.
+  /// What is printed takes this line away first; null for none.
   void setProgress(Progress* progress) { progress_ = progress; }
 
   /// What would be written.
@@ -29,6 +29,7 @@ class Report {
 
  private:
   void printError(const std::string& text);
+  void hideProgress();
 
   bool json_;
   bool quiet_;

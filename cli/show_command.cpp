@@ -8,6 +8,7 @@
 #include "cli/commands.h"
 #include "cli/file_list.h"
 #include "cli/json_line.h"
+#include "cli/printable.h"
 #include "cli/report.h"
 #include "protocol/unique_fd.h"
 #include "reading/pictures.h"
@@ -28,7 +29,7 @@ std::string indented(const std::string& value) {
 
 void printText(const PictureInfo& picture) {
   std::cout << "  picture: " << (picture.role.empty() ? "Cover" : picture.role) << ", "
-            << (picture.mimeType.empty() ? "unknown format" : picture.mimeType);
+            << (picture.mimeType.empty() ? "unknown format" : printable(picture.mimeType));
   if (picture.dimensions) {
     std::cout << ", " << picture.dimensions->width << "x" << picture.dimensions->height;
   }
@@ -37,9 +38,9 @@ void printText(const PictureInfo& picture) {
 
 void printText(const std::string& path, const TagListing& tags,
                const std::vector<PictureInfo>& pictures) {
-  std::cout << path << '\n';
+  std::cout << printable(path) << '\n';
   for (const auto& [name, value] : tags)
-    std::cout << "  " << name << ": " << indented(value) << '\n';
+    std::cout << "  " << printable(name) << ": " << indented(printable(value, true)) << '\n';
   for (const PictureInfo& picture : pictures) printText(picture);
   if (tags.empty() && pictures.empty()) std::cout << "  (no tags)\n";
 }
@@ -100,8 +101,7 @@ int run(const ShowArguments& arguments) {
       listFiles(options.paths, options.recursive,
                 [&](const std::string& path, const std::string& why) { report.failed(path, why); });
   for (const std::string& path : files) showFile(path, options.json, report);
-  std::cout.flush();
-  return report.anyFailed() || !std::cout ? kExitFailed : kExitDone;
+  return report.anyFailed() ? kExitFailed : kExitDone;
 }
 
 }  // namespace tagwriter
