@@ -163,6 +163,26 @@ class CompletionVerb final : public Verb {
   std::string shell_;
 };
 
+/// The words of the command line, last one first, as the parser takes them. It has a meaning of its
+/// own for a few that are names of files here ("[2001]", "++", "%%"): these get a path.
+std::vector<std::string> wordsOf(int argc, const char* const* argv) {
+  std::vector<std::string> words;
+  for (int i = argc - 1; i > 0; --i) {
+    std::string word = argv[i];
+    const bool bracketed = word.starts_with('[') && word.ends_with(']');
+    if (bracketed || word == "++" || word == "%%") word.insert(0, "./");
+    words.push_back(std::move(word));
+  }
+  return words;
+}
+
+/// What is wrong; the parser does not name a verb that it does not know.
+std::string textOf(const CLI::App& app, const CLI::Error& error) {
+  const std::vector<std::string> unknown = app.remaining();
+  if (!app.get_subcommands().empty() || unknown.empty()) return error.what();
+  return unknown.front() + ": no such " + (unknown.front().starts_with('-') ? "option" : "verb");
+}
+
 }  // namespace
 
 Arguments parseArguments(int argc, const char* const* argv) {
@@ -170,8 +190,8 @@ Arguments parseArguments(int argc, const char* const* argv) {
   app.require_subcommand(1);
   app.footer(kHelpFooter);
   app.get_formatter()->column_width(28);
-  app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return std::string("tagwriter: ") + error.what() + "\nRun with --help for more information.\n";
+  app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
+    return "tagwriter: " + textOf(*failed, error) + "\nRun with --help for more information.\n";
   });
 
   const SetVerb set(app);
@@ -182,7 +202,7 @@ Arguments parseArguments(int argc, const char* const* argv) {
   const Verb* const verbs[] = {&set, &clear, &cover, &show, &completion};
 
   try {
-    app.parse(argc, argv);
+    app.parse(wordsOf(argc, argv));
     for (const Verb* verb : verbs) {
       if (verb->chosen()) return verb->arguments();
     }

@@ -57,6 +57,7 @@ bool TagWriter::Service::connect(std::string& error) {
   worker_.reset();
   if (!onBus_) return startWorker(error);
   client_ = dbus::WriteClient::openSessionBus(error);
+  if (!client_) error.insert(0, "the session bus: ");
   return client_ != nullptr;
 }
 

@@ -3,6 +3,8 @@
 import re
 import unittest
 
+import mutagen
+
 from cli_support import FIELDS, VERBS, CommandTest, tagwriter
 
 WRITING = {"--safe", "--keep-times", "--bus", "-n", "--dry-run", "-q", "--quiet"}
@@ -66,9 +68,10 @@ class WrongUsageTest(CommandTest):
         mp3 = self.copy("mp3_plain.mp3")
         for arguments, text in (
                 ([], "subcommand"),
-                (["frobnicate"], "subcommand"),
-                (["frobnicate", mp3], "subcommand"),
-                (["Set", "-t", "title=T", mp3], "subcommand"),
+                (["frobnicate"], "frobnicate: no such verb"),
+                (["frobnicate", mp3], "frobnicate: no such verb"),
+                (["Set", "-t", "title=T", mp3], "Set: no such verb"),
+                (["--frobnicate"], "--frobnicate: no such option"),
                 (["--safe", "set", "-t", "title=T", mp3], "--safe"),
                 (["set", "-t", "title=T"], "FILE is required"),
                 (["clear", "-t", "title"], "FILE is required"),
@@ -107,6 +110,20 @@ class WrongUsageTest(CommandTest):
             run = tagwriter(*arguments, self.copy("mp3_plain.mp3"))
             self.assertEqual(run.stderr.splitlines()[0],
                              "tagwriter: Title: no such field; the fields are " + ", ".join(FIELDS))
+
+    def test_every_name_of_a_file_is_taken_as_it_is(self):
+        names = ["[2001]", "[a,b]", "[]", "[[x]]", "++", "%%", "{}", "set", "=", "@x", "'x'", '"x"']
+        for name in names:
+            self.copy("mp3_plain.mp3", name)
+        # What the first three must not be taken for.
+        others = [self.copy("mp3_plain.mp3", name) for name in ("2001", "a", "b", "x")]
+        for arguments in (names, ["--", *names]):
+            run = tagwriter("set", "-t", "title=[T]", *arguments, cwd=self.folder)
+            self.assert_run(run, 0)
+        for name in names:
+            self.assertEqual(str(mutagen.File(self.folder / name).tags["TIT2"]), "[T]")
+        for path in others:
+            self.assert_as_it_was(path)
 
     def test_names_may_begin_with_a_dash_behind_two_dashes(self):
         mp3 = self.copy("mp3_plain.mp3", "-n.mp3")
