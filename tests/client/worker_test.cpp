@@ -72,7 +72,8 @@ TEST_F(Worker, ThatCannotBeStartedIsSaid) {
        {folder_.path().string() + "/missing", folder_.write("no program", "#!/bin/sh\n"),
         folder_.path().string(), script("ends at once", "exit 1"),
         script("is killed", "kill -9 $$"), script("does not speak", "exec true"),
-        script("speaks nonsense and stays", R"(printf 'no\r\nno\r\nno\r\n' >&3; exec sleep 3600)")}) {
+        script("speaks nonsense and stays",
+               R"(printf 'no\r\nno\r\nno\r\n' >&3; exec sleep 3600)")}) {
     SCOPED_TRACE(program);
     TagWriter writer(program);
     for (int i = 0; i < 2; ++i) {
