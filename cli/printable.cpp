@@ -27,11 +27,10 @@ std::string printable(const std::string& text, bool keepLines) {
   std::string result;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto c = static_cast<unsigned char>(text[i]);
-    if (c == '\t' || (c == '\n' && keepLines)) {
-      result += text[i];
-    } else if (isC1(text, i)) {
+    const bool kept = c == '\t' || (c == '\n' && keepLines);
+    if (isC1(text, i)) {
       result += escaped(static_cast<unsigned char>(text[++i]));
-    } else if (isControl(c)) {
+    } else if (isControl(c) && !kept) {
       result += escaped(c);
     } else {
       result += text[i];

@@ -1,16 +1,27 @@
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include "client/tag_writer.h"
 #include "protocol/unique_fd.h"
 #include "reading/field_reader.h"
 
 namespace tagwriter {
+namespace {
+
+UniqueFd openForReading(const AudioFile& file) {
+  if (file.fd()) return duplicateFd(*file.fd());
+  // A pipe without a writer must not keep us waiting.
+  return UniqueFd(::open(file.path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+}
+
+}  // namespace
 
 std::optional<TrackValue> readField(const AudioFile& file, std::string_view key) {
-  const UniqueFd fd =
-      file.fd() ? duplicateFd(*file.fd())
-                : UniqueFd(::open(file.path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!fd) return std::nullopt;
+  if (file.path().find('\0') != std::string::npos) return std::nullopt;
+  const UniqueFd fd = openForReading(file);
+  struct stat status {};
+  // Of a pipe or a device, reading takes something away, or never ends.
+  if (!fd || ::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
   return readFieldValue(fd.get(), file.path(), std::string(key));
 }
 

@@ -15,12 +15,15 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace tagwriter {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr mode_t kAllBits = 07777;
 
 Outcome failed(Status status, const char* what) {
   const int error = errno;
@@ -31,45 +34,99 @@ Outcome copyFailed(const char* what) {
   return failed(Status::kCopyFailed, what);
 }
 
+/// Opens in a folder, never as a standard stream.
+UniqueFd openIn(const UniqueFd& folder, const char* name, int flags, mode_t mode = 0) {
+  return aboveStandardStreams(UniqueFd(::openat(folder.get(), name, flags | O_CLOEXEC, mode)));
+}
+
+bool sameFile(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+bool sameTime(const timespec& a, const timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+/// The time of change tells of everything, of attributes too, and nobody can set it; but not every
+/// file system keeps it.
 bool sameVersion(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
-         a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+  return sameFile(a, b) && a.st_size == b.st_size && sameTime(a.st_mtim, b.st_mtim) &&
+         sameTime(a.st_ctim, b.st_ctim);
 }
 
-/// Copies what is left of `from`, by the kernel where it can.
-bool copyBytes(int from, int to) {
-  constexpr std::size_t kAtOnce = std::size_t{1} << 20;
-  ssize_t count = 0;
-  while ((count = ::copy_file_range(from, nullptr, to, nullptr, kAtOnce, 0)) > 0) {
-  }
-  if (count == 0) return true;
-  std::vector<char> buffer(kAtOnce);
-  while ((count = ::read(from, buffer.data(), buffer.size())) > 0) {
-    for (ssize_t done = 0; done < count;) {
-      const ssize_t written =
-          ::write(to, buffer.data() + done, static_cast<std::size_t>(count - done));
-      if (written < 0) return false;
-      done += written;
-    }
-  }
-  return count == 0;
+bool sameOwner(const struct stat& a, const struct stat& b) {
+  return a.st_uid == b.st_uid && a.st_gid == b.st_gid;
 }
 
+bool sameMode(const struct stat& a, const struct stat& b) {
+  return (a.st_mode & kAllBits) == (b.st_mode & kAllBits);
+}
+
+/// Makes a system call until no signal interrupts it.
+template <typename Call>
+auto uninterrupted(const Call& call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+bool writeAll(int fd, const char* bytes, std::size_t size) {
+  while (size > 0) {
+    const ssize_t written = uninterrupted([&] { return ::write(fd, bytes, size); });
+    if (written <= 0) return false;
+    bytes += written;
+    size -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+/// Appends the first `size` bytes of `from` to `to`, or as many as there are; by the kernel where
+/// it can. The offset of `from`, which others may share, is not used.
+bool copyBytes(int from, int to, off_t size) {
+  constexpr off_t kAtOnce = off_t{1} << 20;
+  off_t at = 0;
+  const auto next = [&] { return static_cast<std::size_t>(std::min(kAtOnce, size - at)); };
+  const auto copyByKernel = [&] { return ::copy_file_range(from, &at, to, nullptr, next(), 0); };
+  while (at < size && uninterrupted(copyByKernel) > 0) {
+  }
+  std::vector<char> buffer(next());
+  while (at < size) {
+    const ssize_t count = uninterrupted([&] { return ::pread(from, buffer.data(), next(), at); });
+    if (count <= 0) return count == 0;
+    if (!writeAll(to, buffer.data(), static_cast<std::size_t>(count))) return false;
+    at += count;
+  }
+  return true;
+}
+
+/// An extended attribute's value; nothing, with errno set, when it cannot be read.
+std::optional<std::string> attributeOf(int fd, const char* name) {
+  const ssize_t size = ::fgetxattr(fd, name, nullptr, 0);
+  if (size < 0) return std::nullopt;
+  std::string value(static_cast<std::size_t>(size) + 1, '\0');  // into nothing nothing is read
+  const ssize_t read = ::fgetxattr(fd, name, value.data(), value.size());
+  if (read < 0) return std::nullopt;
+  value.resize(static_cast<std::size_t>(read));
+  return value;
+}
+
+/// Sets only what is another: some attributes have the right value from the start and can be set by
+/// nobody.
 bool copyAttribute(int from, int to, const char* name) {
-  const ssize_t size = ::fgetxattr(from, name, nullptr, 0);
-  if (size < 0) return false;
-  std::vector<char> value(static_cast<std::size_t>(size));
-  if (::fgetxattr(from, name, value.data(), value.size()) != size) return false;
-  return ::fsetxattr(to, name, value.data(), value.size(), 0) == 0;
+  const auto value = attributeOf(from, name);
+  return value && (attributeOf(to, name) == value ||
+                   ::fsetxattr(to, name, value->data(), value->size(), 0) == 0);
 }
 
-/// The names of a file's extended attributes; nothing when they cannot be listed.
+/// The names of a file's extended attributes; nothing, with errno set, when they cannot be listed.
 std::optional<std::vector<std::string>> attributeNames(int fd) {
   const ssize_t size = ::flistxattr(fd, nullptr, 0);
   if (size < 0 && errno == ENOTSUP) return std::vector<std::string>();
   if (size < 0) return std::nullopt;
-  std::string list(static_cast<std::size_t>(size), '\0');
-  if (::flistxattr(fd, list.data(), list.size()) != size) return std::nullopt;
+  std::string list(static_cast<std::size_t>(size) + 1, '\0');
+  const ssize_t read = ::flistxattr(fd, list.data(), list.size());
+  if (read < 0) return std::nullopt;
+  list.resize(static_cast<std::size_t>(read));
   std::vector<std::string> names;
   for (std::size_t at = 0; at < list.size(); at += names.back().size() + 1) {
     names.emplace_back(list.c_str() + at);
@@ -85,7 +142,8 @@ bool copyExtendedAttributes(int from, int to) {
   if (!wanted || !inherited) return false;
   for (const std::string& name : *inherited) {
     const bool stays = std::find(wanted->begin(), wanted->end(), name) != wanted->end();
-    if (!stays && ::fremovexattr(to, name.c_str()) != 0) return false;
+    // One that is shown under two names goes with the other.
+    if (!stays && ::fremovexattr(to, name.c_str()) != 0 && errno != ENODATA) return false;
   }
   return std::all_of(wanted->begin(), wanted->end(), [&](const std::string& name) {
     return copyAttribute(from, to, name.c_str());
@@ -94,42 +152,59 @@ bool copyExtendedAttributes(int from, int to) {
 
 /// Makes a rename survive a power failure. Where folders cannot be flushed, nothing more can be
 /// done.
-void flushFolder(const fs::path& folder) {
-  const UniqueFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (fd) ::fsync(fd.get());
+void flush(const UniqueFd& folder) {
+  const UniqueFd fd = openIn(folder, ".", O_RDONLY | O_DIRECTORY);
+  if (fd) uninterrupted([&] { return ::fsync(fd.get()); });
+}
+
+bool startsCharacter(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
 }
 
 }  // namespace
 
 SafeCopy::~SafeCopy() {
-  if (!temporary_.empty()) ::unlink(temporary_.c_str());
+  if (!temporary_.empty()) ::unlinkat(folder_.get(), temporary_.c_str(), 0);
 }
 
 Outcome SafeCopy::make(int original, const std::string& path) {
+  if (Outcome found = find(original, path); !found) return found;
+  if (Outcome created = create(); !created) return created;
+  if (Outcome copied = copyContent(original); !copied) return copied;
+  return copyAttributes(original, Status::kCopyFailed);
+}
+
+/// Everything by name happens in the folder that is opened here, whatever its path names later.
+Outcome SafeCopy::find(int original, const std::string& path) {
+  if (path.find('\0') != std::string::npos) {
+    return {Status::kCopyFailed, "the path has a zero byte"};
+  }
   const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
                                                          &std::free);
   if (!real) return copyFailed("the file's real path");
-  target_ = real.get();
+  const fs::path target(real.get());
+  name_ = target.filename();
+  folder_.reset(::open(target.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!folder_) return copyFailed("the file's folder");
 
   struct stat named {};
-  if (::fstat(original, &before_) != 0 || ::stat(target_.c_str(), &named) != 0) {
+  if (::fstat(original, &before_) != 0 ||
+      ::fstatat(folder_.get(), name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
     return copyFailed("the file's status");
   }
-  if (named.st_dev != before_.st_dev || named.st_ino != before_.st_ino) {
+  if (!sameFile(named, before_)) {
     return {Status::kCopyFailed, "the path names another file than the descriptor"};
   }
-  if (Outcome created = create(); !created) return created;
-  if (Outcome copied = copyContent(original); !copied) return copied;
-  return copyAttributes(original);
+  return {};
 }
 
 Outcome SafeCopy::create() {
-  const fs::path folder = fs::path(target_).parent_path();
-  copy_.reset(::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  constexpr mode_t kOwnersOnly = S_IRUSR | S_IWUSR;
+  copy_ = openIn(folder_, ".", O_TMPFILE | O_RDWR, kOwnersOnly);
   if (copy_) return {};
   // Not every file system has files without a name.
   std::string name = newName();
-  copy_.reset(::open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  copy_ = openIn(folder_, name.c_str(), O_CREAT | O_EXCL | O_RDWR, kOwnersOnly);
   if (!copy_) return copyFailed("a new file beside it");
   temporary_ = std::move(name);
   return {};
@@ -141,55 +216,81 @@ std::string SafeCopy::newName() const {
   char suffix[32];
   std::snprintf(suffix, sizeof suffix, ".tagwriter-%016llx",
                 static_cast<unsigned long long>(random));
-  const fs::path target(target_);
-  // Cut, so that the name does not grow beyond what a file system takes.
-  constexpr std::size_t kKept = 200;
-  std::string name = ".";
-  name.append(target.filename().string(), 0, kKept).append(suffix);
-  return target.parent_path() / name;
+  // Cut, so that the name does not grow beyond what a file system takes: with the rest of it, 143
+  // bytes in an encrypted folder.
+  constexpr std::size_t kMost = 100;
+  std::size_t kept = std::min(name_.size(), kMost);
+  while (kept < name_.size() && kept > 0 && !startsCharacter(name_[kept])) --kept;
+  return "." + name_.substr(0, kept) + suffix;
 }
 
 Outcome SafeCopy::copyContent(int original) {
-  if (::ioctl(copy_.get(), FICLONE, original) == 0) return {};
-  if (::lseek(original, 0, SEEK_SET) != 0 || !copyBytes(original, copy_.get())) {
+  if (::ioctl(copy_.get(), FICLONE, original) != 0 &&
+      !copyBytes(original, copy_.get(), before_.st_size)) {
     return copyFailed("the copy's content");
+  }
+  struct stat copied {};
+  if (::fstat(copy_.get(), &copied) != 0) return copyFailed("the copy's status");
+  if (copied.st_size != before_.st_size) {
+    return {Status::kCopyFailed, "the file has changed while it was copied"};
   }
   return {};
 }
 
-Outcome SafeCopy::copyAttributes(int original) {
+/// Sets only what is another: not every file system lets an owner or a mode be set.
+Outcome SafeCopy::copyAttributes(int original, Status otherwise) {
+  struct stat copy {};
+  if (::fstat(copy_.get(), &copy) != 0) return failed(otherwise, "the copy's status");
   // The owner first: changing it takes set-user-ID marks and capabilities away.
-  if (::fchown(copy_.get(), before_.st_uid, before_.st_gid) != 0) {
-    return copyFailed("the copy's owner");
+  if (!sameOwner(copy, before_) && ::fchown(copy_.get(), before_.st_uid, before_.st_gid) != 0) {
+    return failed(otherwise, "the copy's owner");
   }
-  if (::fchmod(copy_.get(), before_.st_mode & 07777) != 0) return copyFailed("the copy's mode");
+  // The mode last: it would open the copy to those whom the folder's access list names, and it may
+  // keep the owner from setting attributes.
   if (!copyExtendedAttributes(original, copy_.get())) {
-    return copyFailed("the copy's extended attributes");
+    return failed(otherwise, "the copy's extended attributes");
+  }
+  if (::fstat(copy_.get(), &copy) != 0) return failed(otherwise, "the copy's status");
+  if (!sameMode(copy, before_) && ::fchmod(copy_.get(), before_.st_mode & kAllBits) != 0) {
+    return failed(otherwise, "the copy's mode");
+  }
+  // A mark for a group that the user is not in is left out without a word.
+  if (::fstat(copy_.get(), &copy) != 0) return failed(otherwise, "the copy's status");
+  if (!sameOwner(copy, before_) || !sameMode(copy, before_)) {
+    return {otherwise, "the system does not keep the file's owner or mode"};
   }
   return {};
+}
+
+bool SafeCopy::isOriginalUnchanged() const {
+  struct stat now {};
+  return ::fstatat(folder_.get(), name_.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+         sameVersion(now, before_);
 }
 
 Outcome SafeCopy::replaceOriginal(int original) {
-  if (::fsync(copy_.get()) != 0) return failed(Status::kReplaceFailed, "flushing the copy");
+  // Each write of a user without privileges has taken marks away, and any write capabilities.
+  if (Outcome kept = copyAttributes(original, Status::kReplaceFailed); !kept) return kept;
+  if (uninterrupted([this] { return ::fsync(copy_.get()); }) != 0) {
+    return failed(Status::kReplaceFailed, "flushing the copy");
+  }
   // After the flush, which may have taken seconds.
-  struct stat now {};
-  if (::fstat(original, &now) != 0 || !sameVersion(now, before_) ||
-      ::stat(target_.c_str(), &now) != 0 || !sameVersion(now, before_)) {
+  if (!isOriginalUnchanged()) {
     return {Status::kReplaceFailed, "the file has changed in the meantime"};
   }
   if (temporary_.empty()) {
     std::string name = newName();
     const std::string self = "/proc/self/fd/" + std::to_string(copy_.get());
-    if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+    if (::linkat(AT_FDCWD, self.c_str(), folder_.get(), name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
       return failed(Status::kReplaceFailed, "naming the copy");
     }
     temporary_ = std::move(name);
   }
-  if (::rename(temporary_.c_str(), target_.c_str()) != 0) {
+  if (::renameat(folder_.get(), temporary_.c_str(), folder_.get(), name_.c_str()) != 0) {
     return failed(Status::kReplaceFailed, "renaming the copy");
   }
   temporary_.clear();
-  flushFolder(fs::path(target_).parent_path());
+  flush(folder_);
   return {};
 }
 

@@ -28,19 +28,23 @@ class SafeCopy {
   /// The copy, open for reading and writing; owned here.
   int fd() const { return copy_.get(); }
 
-  /// Flushes the copy to disk and puts it in the original's place, atomically. Fails with
-  /// kReplaceFailed when that does not work or the original has changed since the copy was made.
+  /// Gives the copy again what of the original's attributes it has lost by being written to,
+  /// flushes it to disk and puts it in the original's place, atomically. Fails with kReplaceFailed
+  /// when that does not work or anything of the original has changed since the copy was made.
   Outcome replaceOriginal(int original);
 
  private:
+  Outcome find(int original, const std::string& path);
   Outcome create();
   Outcome copyContent(int original);
-  Outcome copyAttributes(int original);
+  Outcome copyAttributes(int original, Status otherwise);
+  bool isOriginalUnchanged() const;
   std::string newName() const;
 
   UniqueFd copy_;
-  std::string target_;     ///< the original's real path
-  std::string temporary_;  ///< the copy's name while it has one
+  UniqueFd folder_;        ///< the original's, for names only
+  std::string name_;       ///< the original's in the folder
+  std::string temporary_;  ///< the copy's name in the folder while it has one
   struct stat before_ {};
 };
 

@@ -1,5 +1,10 @@
 // Every field into every kind of container, and back out of it.
 #include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
 
 #include "protocol/fields.h"
 #include "tests/client/client_test.h"
@@ -164,6 +169,56 @@ TEST_F(ReadField, SaysNothingOfFilesThatCannotBeRead) {
     EXPECT_FALSE(readField(path, "composer").has_value()) << path;
   }
   EXPECT_FALSE(readField(AudioFile(12345, "song.mp3"), "title").has_value());
+}
+
+/// How many bytes wait in a pipe.
+int waitingIn(const UniqueFd& pipe) {
+  int count = -1;
+  EXPECT_EQ(::ioctl(pipe.get(), FIONREAD, &count), 0);
+  return count;
+}
+
+TEST_F(ReadField, TakesNothingOutOfAPipe) {
+  const std::string fifo = in(folder_, "fifo.mp3");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  const UniqueFd writer = openFile(fifo, O_RDWR);
+  ASSERT_EQ(::write(writer.get(), "ID3", 3), 3);
+  // By the path, by a descriptor that says so when there is nothing more, and by one that waits.
+  for (const int flags : {-1, O_RDONLY | O_NONBLOCK, O_RDONLY}) {
+    for (const char* key : {"title", "composer"}) {
+      const UniqueFd reader = openFile(fifo, flags < 0 ? O_RDONLY : flags);
+      const AudioFile file = flags < 0 ? AudioFile(fifo) : AudioFile(reader.get(), fifo);
+      EXPECT_FALSE(readField(file, key).has_value());
+      ASSERT_EQ(waitingIn(writer), 3) << flags;
+    }
+  }
+}
+
+TEST_F(ReadField, DoesNotWaitForThePipesWriter) {
+  const std::string fifo = in(folder_, "fifo.mp3");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_FALSE(readField(fifo, "title").has_value());
+}
+
+TEST_F(ReadField, ReadsRegularFilesOnly) {
+  const UniqueFd zero = openFile("/dev/zero", O_RDWR);
+  const UniqueFd folder = openFile(folder_.path(), O_RDONLY | O_DIRECTORY);
+  const std::string device = in(folder_, "zero.mp3");
+  std::filesystem::create_symlink("/dev/zero", device);
+  for (const AudioFile& file : {AudioFile(device), AudioFile(zero.get(), "zero.mp3"),
+                                AudioFile(folder.get(), "folder.mp3")}) {
+    EXPECT_FALSE(readField(file, "title").has_value()) << file.path();
+    EXPECT_FALSE(readField(file, "composer").has_value()) << file.path();
+  }
+}
+
+TEST_F(ReadField, TakesNoPathWithAZeroByte) {
+  const std::string path = folder_.copyOf("mp3_id3v23.mp3");
+  const UniqueFd file = openFile(path, O_RDONLY);
+  ASSERT_TRUE(readField(path, "title").has_value());
+  const std::string longer = path + std::string("\0.mp3", 5);
+  EXPECT_FALSE(readField(longer, "title").has_value());
+  EXPECT_FALSE(readField(AudioFile(file.get(), longer), "title").has_value());
 }
 
 TEST_F(ReadField, NeedsNoRightToWrite) {

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <utility>
 
 #include "tests/support/temporary_folder.h"
 
@@ -68,6 +69,17 @@ FileState stateOf(const std::string& path) {
   return state;
 }
 
+void waitForLaterTime(const std::string& path) {
+  const auto changed = [](const std::string& file) {
+    struct stat status {};
+    EXPECT_EQ(::stat(file.c_str(), &status), 0) << file;
+    return std::pair(status.st_ctim.tv_sec, status.st_ctim.tv_nsec);
+  };
+  const TemporaryFolder folder;
+  while (changed(folder.write("clock", "tick")) <= changed(path)) {
+  }
+}
+
 std::vector<std::string> namesIn(const std::filesystem::path& folder) {
   std::vector<std::string> names;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
@@ -75,6 +87,12 @@ std::vector<std::string> namesIn(const std::filesystem::path& folder) {
   }
   std::sort(names.begin(), names.end());
   return names;
+}
+
+std::string capability() {
+  std::string bytes;  // version 2 and "effective"; then permitted and inheritable, twice
+  for (const std::uint32_t word : {0x0200'0001U, 1U << 10, 0U, 0U, 0U}) append(bytes, word);
+  return bytes;
 }
 
 std::string accessListFor(uid_t uid) {

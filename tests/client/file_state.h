@@ -33,8 +33,16 @@ std::ostream& operator<<(std::ostream& out, const FileState& state);
 /// Reads the state of the file itself, no symbolic link followed for anything but the content.
 FileState stateOf(const std::string& path);
 
+/// Waits until a change of a file gets a later time than the last change of `path`: the clock for
+/// files may go in steps of some milliseconds.
+void waitForLaterTime(const std::string& path);
+
 /// The names in a folder, hidden ones included, sorted.
 std::vector<std::string> namesIn(const std::filesystem::path& folder);
+
+/// The program's mark that lets it open network sockets: one that every write takes away.
+std::string capability();
+inline constexpr char kCapability[] = "security.capability";
 
 /// The extended attribute that holds an access list which lets the user `uid` read.
 std::string accessListFor(uid_t uid);

@@ -145,6 +145,7 @@ TEST_P(SafeRace, IsNotWon) {
                                                     GetParam().second + "\nexec $WORKER \"$@\"\n");
   // Old enough for any change to show.
   setTimes(path_, {1'000'000'000, 0}, {1'000'000'000, 0});
+  waitForLaterTime(path_);
   TagWriter writer(program);
   const Outcome outcome = setTitle(writer, path_);
   EXPECT_STATUS(Status::kReplaceFailed, outcome);
@@ -162,6 +163,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(std::pair("Append", "printf x >> flac_plain.flac"),
                     std::pair("Overwrite",
                               "printf x | dd of=flac_plain.flac bs=1 conv=notrunc 2>&-"),
+                    std::pair("OverwriteInSecret",
+                              "printf x | dd of=flac_plain.flac bs=1 conv=notrunc 2>&-; "
+                              "touch -d @1000000000 flac_plain.flac"),
+                    std::pair("Mode", "chmod 640 flac_plain.flac"),
                     std::pair("Touch", "touch flac_plain.flac"),
                     std::pair("Replace", "cp -p flac_plain.flac new; mv new flac_plain.flac"),
                     std::pair("Remove", "rm flac_plain.flac"),

@@ -1,10 +1,14 @@
 #include "tests/client/system_calls.h"
 
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <sys/types.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -15,6 +19,7 @@ namespace {
 struct State {
   std::mutex mutex;
   std::map<Call, std::function<int()>> before;
+  std::atomic<std::size_t> mostBytes = SIZE_MAX;
   bool recorded = false;
   std::vector<std::string> calls;
 };
@@ -39,6 +44,10 @@ bool permits(Call call, const char* name) {
   return error == 0;
 }
 
+std::size_t shortened(std::size_t size, std::size_t parts = 1) {
+  return std::min(size, state().mostBytes / parts);
+}
+
 }  // namespace
 
 Interception::Interception(Call call, std::function<int()> before) : call_(call) {
@@ -49,6 +58,14 @@ Interception::Interception(Call call, std::function<int()> before) : call_(call)
 Interception::~Interception() {
   const std::lock_guard lock(state().mutex);
   state().before.erase(call_);
+}
+
+ShortCalls::ShortCalls(std::size_t most) {
+  state().mostBytes = most;
+}
+
+ShortCalls::~ShortCalls() {
+  state().mostBytes = SIZE_MAX;
 }
 
 CallRecord::CallRecord() {
@@ -75,9 +92,10 @@ extern "C" {
 
 using tagwriter::test::Call;
 using tagwriter::test::permits;
+using tagwriter::test::shortened;
 
-int __real_open(const char* path, int flags, ...);
-int __wrap_open(const char* path, int flags, ...) {
+int __real_openat(int folder, const char* path, int flags, ...);
+int __wrap_openat(int folder, const char* path, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
   const bool makes = (flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE;
@@ -85,7 +103,7 @@ int __wrap_open(const char* path, int flags, ...) {
   va_end(arguments);
   if ((flags & O_TMPFILE) == O_TMPFILE && !permits(Call::kOpenUnnamed, "open unnamed")) return -1;
   if ((flags & O_EXCL) && !permits(Call::kOpenNew, "open new")) return -1;
-  return __real_open(path, flags, mode);
+  return __real_openat(folder, path, flags, mode);
 }
 
 int __real_ftruncate(int fd, off_t size);
@@ -104,9 +122,9 @@ int __wrap_linkat(int fromFolder, const char* from, int toFolder, const char* to
                                           : -1;
 }
 
-int __real_rename(const char* from, const char* to);
-int __wrap_rename(const char* from, const char* to) {
-  return permits(Call::kRename, "rename") ? __real_rename(from, to) : -1;
+int __real_renameat(int fromFolder, const char* from, int toFolder, const char* to);
+int __wrap_renameat(int fromFolder, const char* from, int toFolder, const char* to) {
+  return permits(Call::kRename, "rename") ? __real_renameat(fromFolder, from, toFolder, to) : -1;
 }
 
 int __real_fchown(int fd, uid_t user, gid_t group);
@@ -125,13 +143,38 @@ int __wrap_fsetxattr(int fd, const char* name, const void* value, size_t size, i
                                                 : -1;
 }
 
+int __real_fremovexattr(int fd, const char* name);
+int __wrap_fremovexattr(int fd, const char* name) {
+  return permits(Call::kFremovexattr, "fremovexattr") ? __real_fremovexattr(fd, name) : -1;
+}
+
+int __real_ioctl(int fd, unsigned long request, ...);
+int __wrap_ioctl(int fd, unsigned long request, ...) {
+  va_list arguments;
+  va_start(arguments, request);
+  auto* const argument = va_arg(arguments, void*);
+  va_end(arguments);
+  if (request == FICLONE && !permits(Call::kClone, "clone")) return -1;
+  return __real_ioctl(fd, request, argument);
+}
+
 ssize_t __real_copy_file_range(int from, off_t* fromOffset, int to, off_t* toOffset, size_t size,
                                unsigned flags);
 ssize_t __wrap_copy_file_range(int from, off_t* fromOffset, int to, off_t* toOffset, size_t size,
                                unsigned flags) {
   return permits(Call::kCopyFileRange, "copy_file_range")
-             ? __real_copy_file_range(from, fromOffset, to, toOffset, size, flags)
+             ? __real_copy_file_range(from, fromOffset, to, toOffset, shortened(size), flags)
              : -1;
+}
+
+ssize_t __real_pread(int fd, void* buffer, size_t size, off_t offset);
+ssize_t __wrap_pread(int fd, void* buffer, size_t size, off_t offset) {
+  return permits(Call::kRead, "read") ? __real_pread(fd, buffer, shortened(size), offset) : -1;
+}
+
+ssize_t __real_write(int fd, const void* bytes, size_t size);
+ssize_t __wrap_write(int fd, const void* bytes, size_t size) {
+  return permits(Call::kWrite, "write") ? __real_write(fd, bytes, shortened(size, 2)) : -1;
 }
 
 }  // extern "C"

@@ -2,6 +2,7 @@
 // of the calls below passes through here on its way to the system (--wrap).
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -9,16 +10,20 @@
 namespace tagwriter::test {
 
 enum class Call {
-  kOpenUnnamed,  ///< open with O_TMPFILE
-  kOpenNew,      ///< open with O_EXCL
+  kOpenUnnamed,  ///< openat with O_TMPFILE
+  kOpenNew,      ///< openat with O_EXCL
   kFtruncate,
   kFsync,
   kLinkat,
-  kRename,
+  kRename,  ///< renameat
   kFchown,
   kFchmod,
   kFsetxattr,
+  kFremovexattr,
+  kClone,  ///< ioctl with FICLONE
   kCopyFileRange,
+  kRead,  ///< pread
+  kWrite,
 };
 
 /// For its life, `before` runs before each `call`, on the caller's thread. It returns 0 to let the
@@ -32,6 +37,16 @@ class Interception {
 
  private:
   Call call_;
+};
+
+/// For its life, no call reads or copies more than `most` bytes at once, or writes more than half
+/// of that.
+class ShortCalls {
+ public:
+  explicit ShortCalls(std::size_t most);
+  ~ShortCalls();
+  ShortCalls(const ShortCalls&) = delete;
+  ShortCalls& operator=(const ShortCalls&) = delete;
 };
 
 /// For its life, keeps the names of the calls that were made, in order, whether they failed or not.
