@@ -4,30 +4,17 @@
 #include <iostream>
 #include <string>
 
+#include "cli/field_value.h"
 #include "protocol/fields.h"
 
 namespace {
 
 using namespace tagwriter;
 
-const char* nameOf(field::Type type) {
-  switch (type) {
-    case field::Type::kString:
-      return "text in UTF-8";
-    case field::Type::kInt64:
-      return "a whole number";
-    case field::Type::kDouble:
-      return "a decimal number";
-    case field::Type::kBool:
-      return "yes or no";
-  }
-  return "";
-}
-
 void printFields() {
   std::cout << ".Bl -column \"totalNumberOfTracks\" \"a decimal number\" -compact\n";
   for (const field::Field& field : field::kAll) {
-    std::cout << ".It Cm " << field.key << " Ta " << nameOf(field.type) << '\n';
+    std::cout << ".It Cm " << field.key << " Ta " << whatFieldTakes(field) << '\n';
   }
   std::cout << ".El\n";
 }
