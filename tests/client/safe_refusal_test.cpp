@@ -34,6 +34,13 @@ class SafeRefusal : public ClientTest {
     EXPECT_EQ(namesIn(folder_.path()), names_);
   }
   /// Whatever is in the folder now belongs there.
+  /// What comes of an edit by somebody without privileges.
+  Status statusWithoutPrivileges() {
+    return static_cast<Status>(unprivileged(folder_, [this] {
+      TagWriter writer(TAGWRITER_WORKER);
+      return static_cast<int>(setTitle(writer, path_).status);
+    }));
+  }
   void settle() { names_ = namesIn(folder_.path()); }
 
   std::string path_ = folder_.copyOf("flac_plain.flac");
@@ -112,12 +119,7 @@ TEST_F(SafeRefusal, BecauseTheFolderTakesNoCopy) {
   fs::permissions(path_, fs::perms(0666));
   fs::permissions(folder_.path(), fs::perms(0555));
   before_ = stateOf(path_);
-  EXPECT_EQ(unprivileged(folder_,
-                         [this] {
-                           TagWriter writer(TAGWRITER_WORKER);
-                           return static_cast<int>(setTitle(writer, path_).status);
-                         }),
-            static_cast<int>(Status::kCopyFailed));
+  EXPECT_EQ(statusWithoutPrivileges(), Status::kCopyFailed);
   expectUntouched();
   fs::permissions(folder_.path(), fs::perms(0700));
 }
@@ -127,12 +129,7 @@ TEST_F(SafeRefusal, BecauseTheOwnerCannotBeKept) {
   fs::permissions(path_, fs::perms(0666));
   fs::permissions(folder_.path(), fs::perms(0777));
   before_ = stateOf(path_);
-  EXPECT_EQ(unprivileged(folder_,
-                         [this] {
-                           TagWriter writer(TAGWRITER_WORKER);
-                           return static_cast<int>(setTitle(writer, path_).status);
-                         }),
-            static_cast<int>(Status::kCopyFailed));
+  EXPECT_EQ(statusWithoutPrivileges(), Status::kCopyFailed);
   expectUntouched();
 }
 
