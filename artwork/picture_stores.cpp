@@ -6,7 +6,7 @@
 #include <exception>
 #include <memory>
 
-#include "io/log.h"
+#include "base/log.h"
 
 namespace tagwriter {
 namespace {

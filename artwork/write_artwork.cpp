@@ -1,11 +1,11 @@
 #include "artwork/write_artwork.h"
 
 #include "artwork/picture_stores.h"
+#include "base/unique_fd.h"
 #include "io/audio_file.h"
 #include "io/owning_stream.h"
 #include "io/save.h"
 #include "protocol/keys.h"
-#include "protocol/unique_fd.h"
 
 namespace tagwriter {
 namespace {

@@ -46,7 +46,7 @@ int main(int argc, char** argv) {
   const std::string worker = dbus::findWorkerProgram();
   if (worker.empty()) {
     std::fputs(
-        "tagwriter-bus: tagwriterd is neither beside this program nor in its libexec folder\n",
+        "tagwriter-bus: tagwriterd is neither beside this program nor in its libexec directory\n",
         stderr);
     return kExitFailed;
   }

@@ -27,7 +27,7 @@ class Verb {
  protected:
   void addFiles(FileOptions& options, const char* name = "FILE", const char* what = "Audio files") {
     command->add_option(name, options.paths, what)->required();
-    command->add_flag("-r,--recursive", options.recursive, "Go into folders, for audio files");
+    command->add_flag("-r,--recursive", options.recursive, "Go into directories, for audio files");
     command->add_flag("--json", options.json, "Print one JSON object a line");
   }
   void addEditing(EditOptions& options) {

@@ -18,7 +18,7 @@ inline constexpr int kExitUsage = 2;   ///< the command line was wrong; nothing 
 /// The files that a verb works through, and how it talks about them.
 struct FileOptions {
   std::vector<std::string> paths;
-  bool recursive = false;  ///< go into folders
+  bool recursive = false;  ///< go into directories
   bool json = false;       ///< one JSON object a line on standard output
 };
 

@@ -5,8 +5,8 @@
 #include <optional>
 #include <sstream>
 
+#include "base/unique_fd.h"
 #include "protocol/fields.h"
-#include "protocol/unique_fd.h"
 #include "reading/tag_listing.h"
 
 namespace tagwriter {

@@ -11,20 +11,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void addFolder(const fs::path& folder, std::vector<std::string>& files, const PathError& report) {
+void addDirectory(const fs::path& directory, std::vector<std::string>& files,
+                  const PathError& report) {
   std::vector<fs::path> entries;
   std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+  for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
        entry.increment(error)) {
     entries.push_back(entry->path());
   }
-  if (error) report(folder, error.message());
+  if (error) report(directory, error.message());
   std::sort(entries.begin(), entries.end());
 
   for (const fs::path& entry : entries) {
     const fs::file_status status = fs::symlink_status(entry, error);
     if (fs::is_directory(status)) {
-      addFolder(entry, files, report);
+      addDirectory(entry, files, report);
     } else if (isWritableFileName(entry.c_str()) && fs::is_regular_file(entry, error)) {
       files.push_back(entry);
     }
@@ -41,9 +42,9 @@ std::vector<std::string> listFiles(const std::vector<std::string>& paths, bool r
     if (!fs::is_directory(path, error)) {
       files.push_back(path);
     } else if (recursive) {
-      addFolder(path, files, report);
+      addDirectory(path, files, report);
     } else {
-      report(path, "is a folder; --recursive goes into it");
+      report(path, "is a directory; --recursive goes into it");
     }
   }
   return files;

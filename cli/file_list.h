@@ -10,9 +10,9 @@ namespace tagwriter {
 /// Reports a path that cannot be used, with the reason.
 using PathError = std::function<void(const std::string& path, const std::string& reason)>;
 
-/// Returns `paths` with every folder replaced, when `recursive` is set, by the audio files below
-/// it, in the order of their names; links to folders are not followed. Without `recursive` a folder
-/// is reported; so is one that cannot be read.
+/// Returns `paths` with every directory replaced, when `recursive` is set, by the audio files below
+/// it, in the order of their names; links to directories are not followed. Without `recursive` a
+/// directory is reported; so is one that cannot be read.
 std::vector<std::string> listFiles(const std::vector<std::string>& paths, bool recursive,
                                    const PathError& report);
 

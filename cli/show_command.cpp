@@ -5,12 +5,12 @@
 #include <cstring>
 #include <iostream>
 
+#include "base/unique_fd.h"
 #include "cli/commands.h"
 #include "cli/file_list.h"
 #include "cli/json_line.h"
 #include "cli/printable.h"
 #include "cli/report.h"
-#include "protocol/unique_fd.h"
 #include "reading/pictures.h"
 #include "reading/tag_listing.h"
 

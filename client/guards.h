@@ -1,8 +1,8 @@
 // What can be known to go wrong before a request is sent.
 #pragma once
 
+#include "base/unique_fd.h"
 #include "client/tag_writer.h"
-#include "protocol/unique_fd.h"
 #include "protocol/value_dictionary.h"
 
 namespace tagwriter {

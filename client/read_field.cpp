@@ -1,8 +1,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "base/unique_fd.h"
 #include "client/tag_writer.h"
-#include "protocol/unique_fd.h"
 #include "reading/field_reader.h"
 
 namespace tagwriter {

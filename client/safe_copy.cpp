@@ -34,9 +34,9 @@ Outcome copyFailed(const char* what) {
   return failed(Status::kCopyFailed, what);
 }
 
-/// Opens in a folder, never as a standard stream.
-UniqueFd openIn(const UniqueFd& folder, const char* name, int flags, mode_t mode = 0) {
-  return aboveStandardStreams(UniqueFd(::openat(folder.get(), name, flags | O_CLOEXEC, mode)));
+/// Opens in a directory, never as a standard stream.
+UniqueFd openIn(const UniqueFd& directory, const char* name, int flags, mode_t mode = 0) {
+  return aboveStandardStreams(UniqueFd(::openat(directory.get(), name, flags | O_CLOEXEC, mode)));
 }
 
 bool sameFile(const struct stat& a, const struct stat& b) {
@@ -135,7 +135,7 @@ std::optional<std::vector<std::string>> attributeNames(int fd) {
 }
 
 /// Gives `to` the extended attributes of `from` and no others: a new file may have an access
-/// control list from its folder.
+/// control list from its directory.
 bool copyExtendedAttributes(int from, int to) {
   const auto wanted = attributeNames(from);
   const auto inherited = attributeNames(to);
@@ -150,10 +150,10 @@ bool copyExtendedAttributes(int from, int to) {
   });
 }
 
-/// Makes a rename survive a power failure. Where folders cannot be flushed, nothing more can be
+/// Makes a rename survive a power failure. Where directories cannot be flushed, nothing more can be
 /// done.
-void flush(const UniqueFd& folder) {
-  const UniqueFd fd = openIn(folder, ".", O_RDONLY | O_DIRECTORY);
+void flush(const UniqueFd& directory) {
+  const UniqueFd fd = openIn(directory, ".", O_RDONLY | O_DIRECTORY);
   if (fd) uninterrupted([&] { return ::fsync(fd.get()); });
 }
 
@@ -164,7 +164,7 @@ bool startsCharacter(char byte) {
 }  // namespace
 
 SafeCopy::~SafeCopy() {
-  if (!temporary_.empty()) ::unlinkat(folder_.get(), temporary_.c_str(), 0);
+  if (!temporary_.empty()) ::unlinkat(directory_.get(), temporary_.c_str(), 0);
 }
 
 Outcome SafeCopy::make(int original, const std::string& path) {
@@ -174,7 +174,7 @@ Outcome SafeCopy::make(int original, const std::string& path) {
   return copyAttributes(original, Status::kCopyFailed);
 }
 
-/// Everything by name happens in the folder that is opened here, whatever its path names later.
+/// Everything by name happens in the directory that is opened here, whatever its path names later.
 Outcome SafeCopy::find(int original, const std::string& path) {
   if (path.find('\0') != std::string::npos) {
     return {Status::kCopyFailed, "the path has a zero byte"};
@@ -184,12 +184,12 @@ Outcome SafeCopy::find(int original, const std::string& path) {
   if (!real) return copyFailed("the file's real path");
   const fs::path target(real.get());
   name_ = target.filename();
-  folder_.reset(::open(target.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  if (!folder_) return copyFailed("the file's folder");
+  directory_.reset(::open(target.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!directory_) return copyFailed("the file's directory");
 
   struct stat named {};
   if (::fstat(original, &before_) != 0 ||
-      ::fstatat(folder_.get(), name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
+      ::fstatat(directory_.get(), name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
     return copyFailed("the file's status");
   }
   if (!sameFile(named, before_)) {
@@ -200,11 +200,11 @@ Outcome SafeCopy::find(int original, const std::string& path) {
 
 Outcome SafeCopy::create() {
   constexpr mode_t kOwnersOnly = S_IRUSR | S_IWUSR;
-  copy_ = openIn(folder_, ".", O_TMPFILE | O_RDWR, kOwnersOnly);
+  copy_ = openIn(directory_, ".", O_TMPFILE | O_RDWR, kOwnersOnly);
   if (copy_) return {};
   // Not every file system has files without a name.
   std::string name = newName();
-  copy_ = openIn(folder_, name.c_str(), O_CREAT | O_EXCL | O_RDWR, kOwnersOnly);
+  copy_ = openIn(directory_, name.c_str(), O_CREAT | O_EXCL | O_RDWR, kOwnersOnly);
   if (!copy_) return copyFailed("a new file beside it");
   temporary_ = std::move(name);
   return {};
@@ -217,7 +217,7 @@ std::string SafeCopy::newName() const {
   std::snprintf(suffix, sizeof suffix, ".tagwriter-%016llx",
                 static_cast<unsigned long long>(random));
   // Cut, so that the name does not grow beyond what a file system takes: with the rest of it, 143
-  // bytes in an encrypted folder.
+  // bytes in an encrypted directory.
   constexpr std::size_t kMost = 100;
   std::size_t kept = std::min(name_.size(), kMost);
   while (kept < name_.size() && kept > 0 && !startsCharacter(name_[kept])) --kept;
@@ -245,8 +245,8 @@ Outcome SafeCopy::copyAttributes(int original, Status otherwise) {
   if (!sameOwner(copy, before_) && ::fchown(copy_.get(), before_.st_uid, before_.st_gid) != 0) {
     return failed(otherwise, "the copy's owner");
   }
-  // The mode last: it would open the copy to those whom the folder's access list names, and it may
-  // keep the owner from setting attributes.
+  // The mode last: it would open the copy to those whom the directory's access list names, and it
+  // may keep the owner from setting attributes.
   if (!copyExtendedAttributes(original, copy_.get())) {
     return failed(otherwise, "the copy's extended attributes");
   }
@@ -264,7 +264,7 @@ Outcome SafeCopy::copyAttributes(int original, Status otherwise) {
 
 bool SafeCopy::isOriginalUnchanged() const {
   struct stat now {};
-  return ::fstatat(folder_.get(), name_.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+  return ::fstatat(directory_.get(), name_.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
          sameVersion(now, before_);
 }
 
@@ -281,16 +281,16 @@ Outcome SafeCopy::replaceOriginal(int original) {
   if (temporary_.empty()) {
     std::string name = newName();
     const std::string self = "/proc/self/fd/" + std::to_string(copy_.get());
-    if (::linkat(AT_FDCWD, self.c_str(), folder_.get(), name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+    if (::linkat(AT_FDCWD, self.c_str(), directory_.get(), name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
       return failed(Status::kReplaceFailed, "naming the copy");
     }
     temporary_ = std::move(name);
   }
-  if (::renameat(folder_.get(), temporary_.c_str(), folder_.get(), name_.c_str()) != 0) {
+  if (::renameat(directory_.get(), temporary_.c_str(), directory_.get(), name_.c_str()) != 0) {
     return failed(Status::kReplaceFailed, "renaming the copy");
   }
   temporary_.clear();
-  flush(folder_);
+  flush(directory_);
   return {};
 }
 

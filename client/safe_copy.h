@@ -5,14 +5,14 @@
 
 #include <string>
 
+#include "base/unique_fd.h"
 #include "client/tag_writer.h"
-#include "protocol/unique_fd.h"
 
 namespace tagwriter {
 
-/// A faithful copy of a file in the same folder: content, owner, mode and extended attributes. It
-/// has no name where the file system allows that, so that nothing is left behind when the process
-/// is killed; elsewhere it is a hidden file that goes away with this object.
+/// A faithful copy of a file in the same directory: content, owner, mode and extended attributes.
+/// It has no name where the file system allows that, so that nothing is left behind when the
+/// process is killed; elsewhere it is a hidden file that goes away with this object.
 class SafeCopy {
  public:
   SafeCopy() = default;
@@ -42,9 +42,9 @@ class SafeCopy {
   std::string newName() const;
 
   UniqueFd copy_;
-  UniqueFd folder_;        ///< the original's, for names only
-  std::string name_;       ///< the original's in the folder
-  std::string temporary_;  ///< the copy's name in the folder while it has one
+  UniqueFd directory_;     ///< the original's, for names only
+  std::string name_;       ///< the original's in the directory
+  std::string temporary_;  ///< the copy's name in the directory while it has one
   struct stat before_ {};
 };
 

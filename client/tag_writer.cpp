@@ -6,9 +6,9 @@
 #include <cstring>
 #include <utility>
 
+#include "client/connection.h"
 #include "client/guards.h"
 #include "client/safe_copy.h"
-#include "client/service.h"
 #include "reading/image_info.h"
 #include "reading/tag_listing.h"
 
@@ -34,12 +34,12 @@ class KeptTimes {
 }  // namespace
 
 TagWriter::TagWriter(std::string workerProgram)
-    : TagWriter(Service::embedded(std::move(workerProgram))) {}
+    : TagWriter(Connection::embedded(std::move(workerProgram))) {}
 
-TagWriter::TagWriter(std::unique_ptr<Service> service) : service_(std::move(service)) {}
+TagWriter::TagWriter(std::unique_ptr<Connection> connection) : connection_(std::move(connection)) {}
 
 TagWriter TagWriter::onSessionBus() {
-  return TagWriter(Service::onSessionBus());
+  return TagWriter(Connection::onSessionBus());
 }
 
 TagWriter::TagWriter(TagWriter&&) noexcept = default;
@@ -72,7 +72,7 @@ Outcome TagWriter::send(int fd, const std::string& path, std::span<const Edit> e
   for (std::size_t i = 0; i < edits.size(); ++i) {
     Outcome outcome = edits[i].problem_;
     if (outcome) outcome = checkRequest(fd, path, *edits[i].request_);
-    if (outcome) outcome = service_->send(fd, path, *edits[i].request_);
+    if (outcome) outcome = connection_->send(fd, path, *edits[i].request_);
     if (!outcome) {
       outcome.edit = i;
       return outcome;

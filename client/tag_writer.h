@@ -46,7 +46,7 @@ enum class Status {
   kUnknownField,        ///< no such field, or a value of another type than the field's
   kInvalidText,         ///< a text is not UTF-8, or holds a zero byte
   kNotFound,            ///< the file cannot be opened
-  kNotRegularFile,      ///< a folder, a device, a pipe
+  kNotRegularFile,      ///< a directory, a device, a pipe
   kNotWritable,         ///< the file, or the caller's descriptor, cannot be written
   kOpenedForAppend,     ///< the caller's descriptor would write everything to the file's end
   kFileTooLarge,        ///< the file would outgrow the 32-bit sizes of its format
@@ -147,7 +147,7 @@ class TAGWRITER_API TagWriter {
  public:
   /// With a worker process of one's own, started at the first request and again after its death.
   /// `workerProgram` is the path of tagwriterd; when empty it is looked for beside the running
-  /// program and in the libexec folder of the installation.
+  /// program and in the libexec directory of the installation.
   explicit TagWriter(std::string workerProgram = {});
   /// Through the session bus, which starts the service on demand.
   static TagWriter onSessionBus();
@@ -175,13 +175,13 @@ class TAGWRITER_API TagWriter {
   }
 
  private:
-  class Service;
-  explicit TagWriter(std::unique_ptr<Service> service);
+  class Connection;
+  explicit TagWriter(std::unique_ptr<Connection> connection);
 
   Outcome send(int fd, const std::string& path, std::span<const Edit> edits);
   Outcome writeSafely(int fd, const std::string& path, std::span<const Edit> edits, bool keepTimes);
 
-  std::unique_ptr<Service> service_;
+  std::unique_ptr<Connection> connection_;
 };
 
 /// Reads what is in the file under a field key, as the service writes it for the file's format, so

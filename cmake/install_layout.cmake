@@ -1,12 +1,12 @@
-# Where the installed files go. On Debian libraries go into the folder of the machine's architecture
+# Where the installed files go. On Debian libraries go into the directory of the machine's architecture
 # under every prefix, not only under /usr, so that one build serves /usr/local and the package.
 if(NOT DEFINED CMAKE_INSTALL_LIBDIR AND CMAKE_LIBRARY_ARCHITECTURE AND EXISTS /etc/debian_version)
   set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "Object code libraries")
 endif()
 include(GNUInstallDirs)
-foreach(folder BINDIR LIBDIR LIBEXECDIR DATADIR INCLUDEDIR)
-  if(IS_ABSOLUTE "${CMAKE_INSTALL_${folder}}")
-    message(FATAL_ERROR "CMAKE_INSTALL_${folder} must be relative: an installation can be moved")
+foreach(directory BINDIR LIBDIR LIBEXECDIR DATADIR INCLUDEDIR)
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${directory}}")
+    message(FATAL_ERROR "CMAKE_INSTALL_${directory} must be relative: an installation can be moved")
   endif()
 endforeach()
 

@@ -1,4 +1,4 @@
-# One interface target that every room links to: language level, warnings, hardening, sanitizers.
+# One interface target that every target links to: language level, warnings, hardening, sanitizers.
 
 option(TAGWRITER_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 
@@ -18,12 +18,12 @@ if(TAGWRITER_SANITIZE)
   target_link_options(tagwriter_options INTERFACE -fsanitize=address,undefined)
 endif()
 
-# add_room(NAME sources... LINK targets...): one static library a room. Symbols are hidden, so that
-# of the shared library that is made of rooms players see TAGWRITER_API and nothing else.
-function(add_room name)
-  cmake_parse_arguments(ROOM "" "" "LINK" ${ARGN})
-  add_library(tagwriter_${name} STATIC ${ROOM_UNPARSED_ARGUMENTS})
-  target_link_libraries(tagwriter_${name} PUBLIC tagwriter_options ${ROOM_LINK})
+# add_component(NAME sources... LINK targets...): one static library per directory. Symbols are hidden, so that
+# of the shared library that is made of them players see TAGWRITER_API and nothing else.
+function(add_component name)
+  cmake_parse_arguments(COMPONENT "" "" "LINK" ${ARGN})
+  add_library(tagwriter_${name} STATIC ${COMPONENT_UNPARSED_ARGUMENTS})
+  target_link_libraries(tagwriter_${name} PUBLIC tagwriter_options ${COMPONENT_LINK})
   set_target_properties(tagwriter_${name} PROPERTIES
     POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 endfunction()

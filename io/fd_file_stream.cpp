@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "io/log.h"
+#include "base/log.h"
 #include "io/lost_writes.h"
 #include "protocol/dictionary.h"
 #include "protocol/keys.h"

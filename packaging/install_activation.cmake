@@ -3,7 +3,7 @@ get_filename_component(prefix ${CMAKE_INSTALL_PREFIX} ABSOLUTE)
 cmake_path(ABSOLUTE_PATH LIBEXEC_FOLDER BASE_DIRECTORY ${prefix} OUTPUT_VARIABLE FRONT_FOLDER)
 cmake_path(ABSOLUTE_PATH DATA_FOLDER BASE_DIRECTORY ${prefix})
 
-# A folder for each prefix, because installs into several places may run at the same time.
+# A directory for each prefix, because installs into several places may run at the same time.
 string(MD5 place ${prefix})
 set(made ${BUILD_FOLDER}/activation/${place})
 foreach(name org.tagwriter.TagWriter.service tagwriter.service)

@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 
+#include "base/unique_fd.h"
 #include "protocol/truncation_connection.h"
 
 namespace tagwriter {
@@ -30,9 +31,9 @@ class Dictionary {
   virtual std::optional<std::span<const std::byte>> getData(const char* key) const = 0;
   /// The dictionary under `key`, or null.
   virtual const Dictionary* getDictionary(const char* key) const = 0;
-  /// A new duplicate of the descriptor under `key`, which the caller owns; negative when there is
-  /// none or it cannot be duplicated.
-  virtual int duplicateDescriptor(const char* key) const = 0;
+  /// A duplicate of the descriptor under `key`; empty when there is none or it cannot be
+  /// duplicated.
+  virtual UniqueFd duplicateDescriptor(const char* key) const = 0;
   /// A connection to the truncation endpoint under `key`; null when there is no endpoint there or
   /// no connection can be made from it.
   virtual std::unique_ptr<TruncationConnection> createTruncationConnection(

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "protocol/unique_fd.h"
+#include "base/unique_fd.h"
 
 namespace tagwriter {
 
@@ -63,9 +63,9 @@ const Dictionary* ValueDictionary::getDictionary(const char* key) const {
   return dictionary ? dictionary->get() : nullptr;
 }
 
-int ValueDictionary::duplicateDescriptor(const char* key) const {
+UniqueFd ValueDictionary::duplicateDescriptor(const char* key) const {
   const auto* descriptor = find<BorrowedFd>(key);
-  return descriptor ? duplicateFd(descriptor->fd).release() : -1;
+  return descriptor ? duplicateFd(descriptor->fd) : UniqueFd();
 }
 
 std::unique_ptr<TruncationConnection> ValueDictionary::createTruncationConnection(

@@ -56,7 +56,7 @@ class ValueDictionary final : public Dictionary {
   bool getBool(const char* key) const override;
   std::optional<Data> getData(const char* key) const override;
   const Dictionary* getDictionary(const char* key) const override;
-  int duplicateDescriptor(const char* key) const override;
+  UniqueFd duplicateDescriptor(const char* key) const override;
   std::unique_ptr<TruncationConnection> createTruncationConnection(const char* key) const override;
 
  private:

@@ -5,10 +5,10 @@
 #include <popularimeterframe.h>
 #include <textidentificationframe.h>
 
+#include "base/unique_fd.h"
 #include "dsf/dsf_file_type_resolver.h"
 #include "io/audio_file.h"
 #include "io/owning_stream.h"
-#include "protocol/unique_fd.h"
 #include "tagging/field_table.h"
 #include "tagging/rating.h"
 

@@ -10,9 +10,9 @@
 
 #include <iterator>
 
+#include "base/unique_fd.h"
 #include "io/audio_file.h"
 #include "io/owning_stream.h"
-#include "protocol/unique_fd.h"
 
 namespace tagwriter {
 namespace {

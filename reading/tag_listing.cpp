@@ -5,10 +5,10 @@
 
 #include <string_view>
 
+#include "base/unique_fd.h"
 #include "dsf/dsf_file.h"
 #include "dsf/dsf_file_type_resolver.h"
 #include "io/owning_stream.h"
-#include "protocol/unique_fd.h"
 #include "tagging/numbers.h"
 
 namespace tagwriter {

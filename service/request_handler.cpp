@@ -41,7 +41,7 @@ bool handleRequest(const Dictionary& request) {
   const char* path = request.getString(key::kPath);
   bool result = false;
 
-  const int fd = request.duplicateDescriptor(key::kFd);
+  const int fd = request.duplicateDescriptor(key::kFd).release();
   // Zero counts as failure too, although it is a descriptor (kept).
   if (fd <= 0) return result;
   if (!isEditable(fd)) {

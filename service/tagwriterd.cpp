@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/unique_fd.h"
 #include "io/lost_writes.h"
-#include "protocol/unique_fd.h"
 #include "service/request_handler.h"
 #include "transport/dbus/peer_connection.h"
 #include "transport/dbus/write_server.h"

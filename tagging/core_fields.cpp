@@ -3,7 +3,7 @@
 #include <fileref.h>
 #include <tag.h>
 
-#include "io/log.h"
+#include "base/log.h"
 #include "io/owning_stream.h"
 #include "io/save.h"
 #include "tagging/strings.h"

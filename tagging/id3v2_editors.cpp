@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "io/log.h"
+#include "base/log.h"
 #include "tagging/family_editors.h"
 #include "tagging/strings.h"
 

@@ -5,7 +5,7 @@
 #include <exception>
 #include <memory>
 
-#include "io/log.h"
+#include "base/log.h"
 #include "tagging/rating.h"
 
 namespace tagwriter {

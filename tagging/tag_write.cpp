@@ -2,8 +2,8 @@
 
 #include <exception>
 
+#include "base/log.h"
 #include "io/audio_file.h"
-#include "io/log.h"
 #include "io/owning_stream.h"
 #include "io/save.h"
 

@@ -16,7 +16,7 @@ This package holds the service, the library with which players talk to it,
 and the tagwriter command.")
 
 # Programs find the service below the prefix, and the files that start it name the prefix, so the
-# install has to know it: DESTDIR, not a staging folder for a prefix.
+# install has to know it: DESTDIR, not a staging directory for a prefix.
 set(CPACK_SET_DESTDIR ON)
 set(CPACK_INSTALL_PREFIX /usr)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS

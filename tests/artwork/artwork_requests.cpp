@@ -12,7 +12,7 @@
 #include "protocol/value_dictionary.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {

@@ -74,7 +74,7 @@ class ReadBack(ArtworkTest):
             for kind, image in IMAGES.items():
                 with self.subTest(file=name, type=kind):
                     self.assertTrue(self.write_artwork(path, image, kind, replace=True))
-                    exported = os.path.join(self.folder, "exported")
+                    exported = os.path.join(self.directory, "exported")
                     run("metaflac", f"--export-picture-to={exported}", path)
                     self.assertEqual(contents(exported), image)
                     block = run("metaflac", "--list", "--block-type=PICTURE", path)

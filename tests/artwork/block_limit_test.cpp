@@ -10,7 +10,7 @@
 #include "io/save.h"
 #include "tests/artwork/artwork_requests.h"
 #include "tests/artwork/stored_pictures.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -27,7 +27,7 @@ class BlockLimit : public testing::Test {
     EXPECT_TRUE(readFile(path) == before) << "the file has changed";
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 };
 
 /// Eight numbers of four bytes and the MIME type stand before the image.
@@ -36,7 +36,7 @@ TEST_F(BlockLimit, OfAFLACPicture) {
   for (const auto& [type, mimeTypeSize] : mimeTypes) {
     SCOPED_TRACE(type);
     const std::size_t largest = kMaxBlock - 8 * 4 - mimeTypeSize;
-    const std::string path = folder_.copyOf("flac_pictures.flac");
+    const std::string path = directory_.copyOf("flac_pictures.flac");
     expectRefused(path, imageOf(largest + 1), type);
     const std::string image = imageOf(largest);
     EXPECT_TRUE(write(path, image, type, true));
@@ -45,8 +45,8 @@ TEST_F(BlockLimit, OfAFLACPicture) {
 }
 
 TEST_F(BlockLimit, IsFarExceeded) {
-  expectRefused(folder_.copyOf("flac_plain.flac"), std::string(20000000, 'x'), 1);
-  expectRefused(plainCopy(folder_, formatNamed("oga_flac")), std::string(20000000, 'x'), 1);
+  expectRefused(directory_.copyOf("flac_plain.flac"), std::string(20000000, 'x'), 1);
+  expectRefused(plainCopy(directory_, formatNamed("oga_flac")), std::string(20000000, 'x'), 1);
 }
 
 /// The comment's bytes without pictures (Vorbis I, 5.2.1), its framing bit not among them.
@@ -66,7 +66,7 @@ TEST_F(BlockLimit, OfAnOggFLACComment) {
   constexpr std::size_t kBase64Size = (kImageSize + 8 * 4 + 2) / 3 * 4;
   constexpr std::size_t kFieldSize = 4 + sizeof "METADATA_BLOCK_PICTURE=" - 1 + kBase64Size;
   for (const std::size_t excess : {1U, 0U}) {
-    const std::string path = plainCopy(folder_, formatNamed("oga_flac"));
+    const std::string path = plainCopy(directory_, formatNamed("oga_flac"));
     {
       TagLib::Ogg::FLAC::File file(path.c_str(), false);
       const std::size_t others = sizeOf(*file.tag()) + 4 + sizeof "FILLER=" - 1;
@@ -90,7 +90,7 @@ TEST_F(BlockLimit, OfAnOggFLACComment) {
 TEST_F(BlockLimit, IsNoneInVorbisAndOpusFiles) {
   const std::string image = imageOf(20000000);
   for (const Format& format : {formatNamed("ogg"), formatNamed("opus")}) {
-    const std::string path = plainCopy(folder_, format);
+    const std::string path = plainCopy(directory_, format);
     EXPECT_TRUE(write(path, image, 1, true)) << format;
     EXPECT_EQ(picturesIn(format.kind, path), Pictures{frontCover(Family::kXiph, 1, image)});
   }
@@ -103,7 +103,7 @@ class BlockLimitOfASave : public BlockLimit, public testing::WithParamInterface<
   /// and saves. Only what fits is written.
   template <typename Edit>
   void check(const Edit& edit) {
-    const std::string path = folder_.copyOf("flac_plain.flac");
+    const std::string path = directory_.copyOf("flac_plain.flac");
     for (const std::size_t excess : {1U, 0U}) {
       const WriteWatch watch(path);
       TagLib::FileRef reference(path.c_str(), false);
@@ -150,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(Ways, BlockLimitOfASave, testing::Bool(),
                          });
 
 TEST_F(BlockLimit, IsNotAskedOfOtherFormats) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   TagLib::FileRef reference(path.c_str(), false);
   reference.tag()->setTitle(std::string(kMaxBlock + 1, 'x'));
   EXPECT_TRUE(saveReference(reference));

@@ -9,7 +9,7 @@
 #include "protocol/value_dictionary.h"
 #include "tests/artwork/artwork_requests.h"
 #include "tests/artwork/stored_pictures.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -18,14 +18,14 @@ class ArtworkClear : public testing::Test {
  protected:
   /// Clearing a copy gives false and does not even write to it.
   void expectUntouched(const std::string& name, const std::string& as = "") {
-    const std::string path = folder_.copyOf(name, as);
+    const std::string path = directory_.copyOf(name, as);
     const WriteWatch watch(path);
     EXPECT_FALSE(clear(path)) << name;
     EXPECT_FALSE(watch.written()) << name;
     EXPECT_EQ(readFile(path), readFile(dataFile(name))) << name;
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 };
 
 TEST_F(ArtworkClear, LeavesAFLACFileWithoutPicturesAlone) {
@@ -48,7 +48,7 @@ TEST_F(ArtworkClear, LeavesFilesWithoutATagAlone) {
 }
 
 TEST_F(ArtworkClear, SavesAnM4AWithoutACover) {
-  const std::string path = folder_.copyOf("m4a_mdat_first.m4a");
+  const std::string path = directory_.copyOf("m4a_mdat_first.m4a");
   const WriteWatch watch(path);
   EXPECT_TRUE(clear(path));
   EXPECT_TRUE(watch.written());
@@ -60,7 +60,7 @@ TEST_F(ArtworkClear, SavesAnM4AWithoutACover) {
 
 /// What stays of the covers is an empty box, which the library does not show when it reads.
 TEST_F(ArtworkClear, LeavesAnEmptyBoxInAnM4AWithTwoCovers) {
-  const std::string path = folder_.copyOf("m4a_tagged.m4a");
+  const std::string path = directory_.copyOf("m4a_tagged.m4a");
   ASSERT_EQ(picturesIn(Kind::kMP4, path).size(), 2U);
   EXPECT_TRUE(clear(path));
   EXPECT_EQ(picturesIn(Kind::kMP4, path), Pictures());
@@ -78,7 +78,7 @@ TEST_F(ArtworkClear, LeavesAnEmptyBoxInAnM4AWithTwoCovers) {
 
 /// The library makes a tag of it, which it does not write as long as it is empty.
 TEST_F(ArtworkClear, SavesAMusepackFileWithoutATag) {
-  const std::string path = folder_.copyOf("mpc_plain.mpc");
+  const std::string path = directory_.copyOf("mpc_plain.mpc");
   EXPECT_TRUE(clear(path));
   EXPECT_EQ(readFile(path), readFile(dataFile("mpc_plain.mpc")));
   const UniqueFd readOnly = openFile(path, O_RDONLY);
@@ -96,7 +96,7 @@ TEST_F(ArtworkClear, TakesEveryOggForVorbis) {
 }
 
 TEST_F(ArtworkClear, LeavesPicturesInTheCommentOfAFLACFileAlone) {
-  const std::string path = folder_.copyOf("flac_pictures.flac");
+  const std::string path = directory_.copyOf("flac_pictures.flac");
   {
     TagLib::FLAC::File file(path.c_str(), false);
     auto* picture = new TagLib::FLAC::Picture;
@@ -116,7 +116,7 @@ TEST_F(ArtworkClear, LeavesPicturesInTheCommentOfAFLACFileAlone) {
 
 TEST_F(ArtworkClear, FindsTheFrontCoverOfAnAPETagInAnySpelling) {
   for (const char* key : {"Cover Art (Front)", "Cover Art (front)", "COVER ART (FRONT)"}) {
-    const std::string path = folder_.copyOf("ape_plain.ape");
+    const std::string path = directory_.copyOf("ape_plain.ape");
     {
       TagLib::APE::File file(path.c_str(), false);
       file.APETag(true)->setItem(key,
@@ -131,7 +131,7 @@ TEST_F(ArtworkClear, FindsTheFrontCoverOfAnAPETagInAnySpelling) {
 
 /// The frame of ID3v2.2 is called PIC in the file and APIC once the library has read it.
 TEST_F(ArtworkClear, ClearsAnID3v22Tag) {
-  const std::string path = folder_.copyOf("mp3_id3v22.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v22.mp3");
   ASSERT_EQ(picturesIn(Kind::kMPEG, path).size(), 1U);
   EXPECT_TRUE(clear(path));
   EXPECT_EQ(picturesIn(Kind::kMPEG, path), Pictures());
@@ -139,7 +139,7 @@ TEST_F(ArtworkClear, ClearsAnID3v22Tag) {
 
 /// Pictures in the APE tag of an MP3 are not looked for.
 TEST_F(ArtworkClear, LeavesTheAPETagOfAnMP3Alone) {
-  const std::string path = folder_.copyOf("mp3_id3v2_ape.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v2_ape.mp3");
   {
     TagLib::MPEG::File file(path.c_str(), false);
     file.APETag(true)->setItem("Cover Art (Front)",
@@ -152,7 +152,7 @@ TEST_F(ArtworkClear, LeavesTheAPETagOfAnMP3Alone) {
 }
 
 TEST_F(ArtworkClear, TakesAFileWithoutAPathForAnMP3) {
-  const std::string path = folder_.copyOf("mp3_id3v23.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v23.mp3");
   ASSERT_EQ(picturesIn(Kind::kMPEG, path).size(), 2U);
   EXPECT_TRUE(clearArtwork(openFile(path).release(), nullptr, ValueDictionary()));
   EXPECT_EQ(picturesIn(Kind::kMPEG, path), Pictures());

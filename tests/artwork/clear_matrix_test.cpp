@@ -5,7 +5,7 @@
 
 #include "tests/artwork/artwork_requests.h"
 #include "tests/artwork/stored_pictures.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -26,8 +26,8 @@ class ArtworkClearMatrix : public testing::TestWithParam<Format> {
     EXPECT_EQ(picturesIn(kind(), path), expected);
   }
 
-  TemporaryFolder folder_;
-  const std::string path_ = plainCopy(folder_, GetParam());
+  TemporaryDirectory directory_;
+  const std::string path_ = plainCopy(directory_, GetParam());
 };
 
 TEST_P(ArtworkClearMatrix, ClearsOne) {
@@ -51,8 +51,8 @@ TEST_P(ArtworkClearMatrix, ClearsWhatWasWritten) {
 }
 
 TEST_P(ArtworkClearMatrix, ClearsWhatOtherSoftwareHasStored) {
-  const std::string path = GetParam().picture ? folder_.copyOf(GetParam().picture, GetParam().as)
-                                              : plainCopy(folder_, GetParam());
+  const std::string path = GetParam().picture ? directory_.copyOf(GetParam().picture, GetParam().as)
+                                              : plainCopy(directory_, GetParam());
   if (!GetParam().picture) addOldPictures(kind(), path, 1);
   ASSERT_NE(picturesIn(kind(), path), Pictures());
   EXPECT_TRUE(clear(path));

@@ -35,16 +35,16 @@ def pictures(mp3):
 class CommandTest(unittest.TestCase):
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="tagwriter-cover-")
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
+        directory = tempfile.TemporaryDirectory(prefix="tagwriter-cover-")
+        self.addCleanup(directory.cleanup)
+        self.directory = Path(directory.name)
         self.png = DATA / "cover_red.png"
 
     def copy(self, name, as_name=None):
-        return Path(shutil.copy(DATA / name, self.folder / (as_name or name)))
+        return Path(shutil.copy(DATA / name, self.directory / (as_name or name)))
 
     def image(self, name, contents):
-        path = self.folder / name
+        path = self.directory / name
         path.write_bytes(contents)
         return path
 
@@ -102,14 +102,14 @@ class StoreTest(CommandTest):
 
     def test_refuses_an_image_that_is_missing_or_empty(self):
         mp3 = self.copy("mp3_plain.mp3")
-        for image in (self.folder / "missing.png", self.image("empty.png", b"")):
+        for image in (self.directory / "missing.png", self.image("empty.png", b"")):
             for options in ((), ("--type", "png"), ("--replace",)):
                 self.assert_failed(tagwriter("cover", *options, image, mp3), image)
         self.assertEqual(mp3.read_bytes(), (DATA / "mp3_plain.mp3").read_bytes())
 
-    def test_refuses_a_folder_for_an_image(self):
+    def test_refuses_a_directory_for_an_image(self):
         mp3 = self.copy("mp3_plain.mp3")
-        self.assert_failed(tagwriter("cover", self.folder, mp3), self.folder)
+        self.assert_failed(tagwriter("cover", self.directory, mp3), self.directory)
         self.assertEqual(mp3.read_bytes(), (DATA / "mp3_plain.mp3").read_bytes())
 
     def test_keeps_what_is_there(self):
@@ -133,7 +133,7 @@ class StoreTest(CommandTest):
         self.assertEqual(pictures(mp3), [(3, "image/gif", (DATA / "cover.gif").read_bytes())])
 
     def test_goes_on_after_a_file_that_fails(self):
-        missing, vgm = self.folder / "missing.mp3", self.copy("vgm.vgm")
+        missing, vgm = self.directory / "missing.mp3", self.copy("vgm.vgm")
         mp3, kept, m4a = (self.copy(name) for name in
                           ("mp3_plain.mp3", "flac_pictures.flac", "m4a_plain.m4a"))
         run = tagwriter("cover", self.png, missing, mp3, vgm, kept, m4a)
@@ -152,7 +152,7 @@ class StoreTest(CommandTest):
         self.assertEqual(pictures(mp3), [(3, "image/png", contents)])
 
     def test_refuses_an_image_that_fits_no_request(self):
-        image = self.folder / "huge.png"
+        image = self.directory / "huge.png"
         image.write_bytes(self.png.read_bytes())
         os.truncate(image, 65 << 20)
         mp3, again = self.copy("mp3_plain.mp3"), self.copy("mp3_plain.mp3", "again.mp3")

@@ -3,7 +3,7 @@
 
 #include "tests/artwork/artwork_requests.h"
 #include "tests/artwork/stored_pictures.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -12,7 +12,7 @@ class ImageSize : public testing::TestWithParam<Format> {
  protected:
   /// Writes an image of this size over none and over one, and looks for it.
   void check(std::size_t size, std::int64_t type = 2) {
-    const std::string path = plainCopy(folder_, GetParam());
+    const std::string path = plainCopy(directory_, GetParam());
     const Family family = familyOf(GetParam().kind);
     for (const std::string& image : {imageOf(size), std::string(size, '\0')}) {
       EXPECT_TRUE(write(path, image, type, true));
@@ -22,7 +22,7 @@ class ImageSize : public testing::TestWithParam<Format> {
     EXPECT_EQ(picturesIn(GetParam().kind, path), Pictures());
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 };
 
 TEST_P(ImageSize, Empty) {

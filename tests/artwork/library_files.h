@@ -1,5 +1,5 @@
-// Files opened by their path with the tag library's own classes, so that what the artwork room
-// stores is seen without any code of that room or of the file stream.
+// Files opened by their path with the tag library's own classes, so that what the artwork directory
+// stores is seen without any code of that directory or of the file stream.
 #pragma once
 
 #include <aifffile.h>

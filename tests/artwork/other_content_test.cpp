@@ -7,7 +7,7 @@
 #include "tests/artwork/artwork_requests.h"
 #include "tests/artwork/stored_pictures.h"
 #include "tests/artwork/tag_dump.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -79,13 +79,13 @@ void expectUnchanged(Kind kind, const std::string& path) {
 class OtherContent : public testing::TestWithParam<std::pair<const std::string, Kind>> {};
 
 TEST_P(OtherContent, StaysAsItIs) {
-  const TemporaryFolder folder;
-  expectUnchanged(GetParam().second, folder.copyOf(GetParam().first));
+  const TemporaryDirectory directory;
+  expectUnchanged(GetParam().second, directory.copyOf(GetParam().first));
 }
 
 TEST(OtherContent, OfAnOggFLACFileStaysAsItIs) {
-  const TemporaryFolder folder;
-  const std::string path = plainCopy(folder, formatNamed("oga_flac"));
+  const TemporaryDirectory directory;
+  const std::string path = plainCopy(directory, formatNamed("oga_flac"));
   EXPECT_EQ(tagDump(Kind::kOggFLAC, path).size(), 2U);
   expectUnchanged(Kind::kOggFLAC, path);
 }
@@ -93,8 +93,8 @@ TEST(OtherContent, OfAnOggFLACFileStaysAsItIs) {
 /// The comment is the last metadata block of this file, and has to stay marked as such: without the
 /// mark no reader knows where the audio begins.
 TEST(OtherContent, OfAnOggFLACFileWithoutPaddingStaysAsItIs) {
-  const TemporaryFolder folder;
-  expectUnchanged(Kind::kOggFLAC, folder.copyOf("flac.oga"));
+  const TemporaryDirectory directory;
+  expectUnchanged(Kind::kOggFLAC, directory.copyOf("flac.oga"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, OtherContent, testing::ValuesIn(kFiles), [](const auto& info) {
@@ -118,11 +118,11 @@ bool hasID3v1(const std::string& path) {
 }
 
 TEST(MPEGArtwork, NeverMakesAnID3v1Tag) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   for (const char* name :
        {"mp3_plain.mp3", "mp3_id3v22.mp3", "mp3_id3v23.mp3", "mp3_id3v2_ape.mp3"}) {
     SCOPED_TRACE(name);
-    const std::string path = folder.copyOf(name);
+    const std::string path = directory.copyOf(name);
     EXPECT_TRUE(write(path, imageOf(100), 1, true));
     EXPECT_FALSE(hasID3v1(path));
     EXPECT_TRUE(clear(path));
@@ -131,10 +131,10 @@ TEST(MPEGArtwork, NeverMakesAnID3v1Tag) {
 }
 
 TEST(MPEGArtwork, KeepsAnID3v1TagThatIsThere) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   for (const char* name : {"mp3_id3v1.mp3", "mp3_id3v24_id3v1.mp3"}) {
     SCOPED_TRACE(name);
-    const std::string path = folder.copyOf(name);
+    const std::string path = directory.copyOf(name);
     const std::string tag = readFile(path).substr(readFile(path).size() - 128);
     EXPECT_TRUE(write(path, imageOf(100), 1, true));
     EXPECT_TRUE(clear(path));

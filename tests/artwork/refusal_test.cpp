@@ -12,7 +12,7 @@
 #include "tests/artwork/stored_pictures.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -23,13 +23,13 @@ std::span<const std::byte> spanOf(const std::string& image) {
 
 class ArtworkRefusal : public testing::Test {
  protected:
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
   const std::string image_ = imageOf(100);
   const std::size_t descriptorsBefore_ = countDescriptors();
 };
 
 TEST_F(ArtworkRefusal, OfAWriteWithoutAPathClosesTheDescriptor) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   const int fd = openFile(path).release();
   const LogCapture log;
   EXPECT_FALSE(writeArtwork(fd, nullptr, spanOf(image_), 1, ValueDictionary()));
@@ -40,7 +40,7 @@ TEST_F(ArtworkRefusal, OfAWriteWithoutAPathClosesTheDescriptor) {
 }
 
 TEST_F(ArtworkRefusal, OfAWriteWithoutAnImageClosesTheDescriptor) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   const int fd = openFile(path).release();
   const LogCapture log;
   EXPECT_FALSE(writeArtwork(fd, path.c_str(), std::nullopt, 1, ValueDictionary()));
@@ -52,7 +52,7 @@ TEST_F(ArtworkRefusal, OfAWriteWithoutAnImageClosesTheDescriptor) {
 
 /// An image of no bytes is an image, also one whose bytes are nowhere.
 TEST_F(ArtworkRefusal, IsNotForAnImageOfNoBytes) {
-  const std::string path = folder_.copyOf("flac_plain.flac");
+  const std::string path = directory_.copyOf("flac_plain.flac");
   EXPECT_TRUE(writeArtwork(openFile(path).release(), path.c_str(), std::span<const std::byte>(), 1,
                            ValueDictionary()));
   EXPECT_EQ(picturesIn(Kind::kFLAC, path), Pictures{frontCover(Family::kFLAC, 1, "")});
@@ -65,7 +65,7 @@ TEST_F(ArtworkRefusal, OfATypeWithoutPicturesLeavesTheFileAlone) {
   for (const char* source : {"mp3_id3v23.mp3", "vgm.vgm", "ac3.ac3", "au.au"}) {
     for (const char* extension : extensions) {
       SCOPED_TRACE(std::string(source) + " as ." + extension);
-      const std::string path = folder_.copyOf(source, std::string("song.") + extension);
+      const std::string path = directory_.copyOf(source, std::string("song.") + extension);
       const WriteWatch watch(path);
       EXPECT_FALSE(write(path, image_, 1, true));
       EXPECT_FALSE(write(path, image_, 1, false));
@@ -99,7 +99,7 @@ TEST_F(ArtworkRefusal, OfBytesThatAreNoAudioIsUpToTheLibrary) {
     for (const std::size_t size : {0U, 3U, 3000U}) {
       SCOPED_TRACE(std::string(noise.extension) + " of " + std::to_string(size));
       const std::string bytes = imageOf(size);
-      const std::string path = folder_.write(std::string("noise.") + noise.extension, bytes);
+      const std::string path = directory_.write(std::string("noise.") + noise.extension, bytes);
       EXPECT_EQ(clear(path), noise.cleared);
       EXPECT_EQ(readFile(path), bytes);
       EXPECT_EQ(write(path, image_, 1, true), noise.written);
@@ -113,8 +113,8 @@ TEST_F(ArtworkRefusal, OfBytesThatAreNoAudioIsUpToTheLibrary) {
 class ArtworkReadOnly : public testing::TestWithParam<Format> {};
 
 TEST_P(ArtworkReadOnly, FailsAndChangesNothing) {
-  const TemporaryFolder folder;
-  const std::string path = plainCopy(folder, GetParam());
+  const TemporaryDirectory directory;
+  const std::string path = plainCopy(directory, GetParam());
   addOldPictures(GetParam().kind, path, 2);
   const std::string before = readFile(path);
   const std::string image = imageOf(100);
@@ -145,7 +145,7 @@ ValueDictionary troublesomeRequest(const UniqueFd& endpoint) {
 }
 
 TEST_F(ArtworkRefusal, ByAnExceptionOfAWritePassesThroughAndClosesTheDescriptor) {
-  const std::string path = folder_.copyOf("ape_plain.ape");
+  const std::string path = directory_.copyOf("ape_plain.ape");
   ASSERT_TRUE(write(path, imageOf(5000), 1, true));
   const UniqueFd endpoint = openFile(path);
   const int fd = openFile(path).release();
@@ -155,7 +155,7 @@ TEST_F(ArtworkRefusal, ByAnExceptionOfAWritePassesThroughAndClosesTheDescriptor)
 }
 
 TEST_F(ArtworkRefusal, ByAnExceptionOfAClearPassesThroughAndClosesTheDescriptor) {
-  const std::string path = folder_.copyOf("ape_tagged.ape");
+  const std::string path = directory_.copyOf("ape_tagged.ape");
   const UniqueFd endpoint = openFile(path);
   const int fd = openFile(path).release();
   EXPECT_THROW(clearArtwork(fd, path.c_str(), troublesomeRequest(endpoint)), std::runtime_error);

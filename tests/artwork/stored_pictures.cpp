@@ -130,9 +130,9 @@ std::ostream& operator<<(std::ostream& out, const Picture& picture) {
              << testing::PrintToString(picture.bytes.substr(0, 40)) << '"';
 }
 
-std::string plainCopy(const TemporaryFolder& folder, const Format& format) {
-  if (format.plain) return folder.copyOf(format.plain, format.as);
-  const std::string path = folder.path() / format.as;
+std::string plainCopy(const TemporaryDirectory& directory, const Format& format) {
+  if (format.plain) return directory.copyOf(format.plain, format.as);
+  const std::string path = directory.path() / format.as;
   const std::string command = "flac --silent --force --ogg --padding=64 --tag=TITLE=Tone -o '" +
                               path + "' '" + dataFile("wav_plain.wav") + "'";
   EXPECT_EQ(std::system(command.c_str()), 0) << command;

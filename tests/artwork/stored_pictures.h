@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tests/artwork/library_files.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 
@@ -26,7 +26,7 @@ std::ostream& operator<<(std::ostream& out, const Picture& picture);
 
 /// A copy of the format's file without pictures. For Ogg FLAC it is made by the encoder, with
 /// padding behind the comment, as files are that come out of it.
-std::string plainCopy(const TemporaryFolder& folder, const Format& format);
+std::string plainCopy(const TemporaryDirectory& directory, const Format& format);
 
 /// Bytes without a pattern, the same for the same size.
 std::string imageOf(std::size_t size);

@@ -9,7 +9,7 @@
 #include "protocol/value_dictionary.h"
 #include "tests/artwork/artwork_requests.h"
 #include "tests/artwork/stored_pictures.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -19,12 +19,12 @@ constexpr bool kReplace = true;
 
 class ArtworkWrite : public testing::Test {
  protected:
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
   const std::string image_ = imageOf(2000);
 };
 
 TEST_F(ArtworkWrite, IsRefusedForAnMP3ThatHasABackCover) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   ASSERT_EQ(addOldPictures(Kind::kMPEG, path, 1)[0].label.substr(0, 7), "APIC 4 ");
   const std::string before = readFile(path);
   const WriteWatch watch(path);
@@ -34,14 +34,14 @@ TEST_F(ArtworkWrite, IsRefusedForAnMP3ThatHasABackCover) {
 }
 
 TEST_F(ArtworkWrite, PutsOneFrontCoverInThePlaceOfThreePicturesOfAnMP3) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   ASSERT_EQ(addOldPictures(Kind::kMPEG, path, 3).size(), 3U);
   EXPECT_TRUE(write(path, image_, 2, kReplace));
   EXPECT_EQ(picturesIn(Kind::kMPEG, path), Pictures{frontCover(Family::kID3v2, 2, image_)});
 }
 
 TEST_F(ArtworkWrite, SavesAVorbisFileWhosePictureIsKept) {
-  const std::string path = folder_.copyOf("vorbis_tagged.ogg");
+  const std::string path = directory_.copyOf("vorbis_tagged.ogg");
   const Pictures old = picturesIn(Kind::kVorbis, path);
   ASSERT_EQ(old.size(), 1U);
   const WriteWatch watch(path);
@@ -52,34 +52,34 @@ TEST_F(ArtworkWrite, SavesAVorbisFileWhosePictureIsKept) {
 
 /// What a kept picture's result says is whether the file could be saved.
 TEST_F(ArtworkWrite, FailsForAVorbisFileThatCannotBeSavedThoughThePictureIsKept) {
-  const std::string path = folder_.copyOf("vorbis_tagged.ogg");
+  const std::string path = directory_.copyOf("vorbis_tagged.ogg");
   const int fd = openFile(path, O_RDONLY).release();
   EXPECT_FALSE(
       writeArtwork(fd, path.c_str(), std::as_bytes(std::span(image_)), 1, ValueDictionary()));
 }
 
 TEST_F(ArtworkWrite, StoresATIFFInAnM4AWithoutAFormat) {
-  const std::string path = folder_.copyOf("m4a_plain.m4a");
+  const std::string path = directory_.copyOf("m4a_plain.m4a");
   EXPECT_TRUE(write(path, image_, 3, kKeep));
   EXPECT_EQ(picturesIn(Kind::kMP4, path), (Pictures{{"covr 0", image_}}));
 }
 
 TEST_F(ArtworkWrite, StoresATIFFInAnMP3AsOne) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   EXPECT_TRUE(write(path, image_, 3, kKeep));
   EXPECT_EQ(picturesIn(Kind::kMPEG, path),
             (Pictures{{"APIC 3 mime=image/tiff description= encoding 0", image_}}));
 }
 
 TEST_F(ArtworkWrite, StoresAnUnknownTypeInAnMP3WithoutAMimeType) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   EXPECT_TRUE(write(path, image_, 9, kKeep));
   EXPECT_EQ(picturesIn(Kind::kMPEG, path),
             (Pictures{{"APIC 3 mime= description= encoding 0", image_}}));
 }
 
 TEST_F(ArtworkWrite, StoresAnUnknownTypeInAnAPEFileUnderTheNameOfAJPEG) {
-  const std::string path = folder_.copyOf("ape_plain.ape");
+  const std::string path = directory_.copyOf("ape_plain.ape");
   EXPECT_TRUE(write(path, image_, 9, kKeep));
   EXPECT_EQ(picturesIn(Kind::kAPE, path),
             (Pictures{{"Cover Art (Front) binary",
@@ -90,7 +90,7 @@ TEST_F(ArtworkWrite, StoresAnUnknownTypeInAnAPEFileUnderTheNameOfAJPEG) {
 /// of large ones alike.
 TEST_F(ArtworkWrite, StoresTheBytesOfTheImageAloneInAWMA) {
   for (const std::size_t size : {100U, 65535U, 65536U, 300000U}) {
-    const std::string path = folder_.copyOf("wma_tagged.wma");
+    const std::string path = directory_.copyOf("wma_tagged.wma");
     const std::string image = imageOf(size);
     EXPECT_TRUE(write(path, image, 2, kReplace));
     EXPECT_EQ(picturesIn(Kind::kASF, path), (Pictures{{"WM/Picture type 1", image}}));
@@ -108,7 +108,7 @@ TEST_F(ArtworkWrite, StoresTheBytesOfTheImageAloneInAWMA) {
 
 TEST_F(ArtworkWrite, IsRefusedForAnOGAThatIsNeitherFLACNorVorbis) {
   for (const char* name : {"opus.oga", "speex.oga"}) {
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     const WriteWatch watch(path);
     EXPECT_FALSE(write(path, image_, 1, kReplace));
     EXPECT_FALSE(watch.written());
@@ -117,17 +117,17 @@ TEST_F(ArtworkWrite, IsRefusedForAnOGAThatIsNeitherFLACNorVorbis) {
 }
 
 TEST_F(ArtworkWrite, TakesEveryOggForVorbis) {
-  const std::string path = folder_.copyOf("oggflac_named.ogg");
+  const std::string path = directory_.copyOf("oggflac_named.ogg");
   EXPECT_FALSE(write(path, image_, 1, kReplace));
   EXPECT_EQ(readFile(path), readFile(dataFile("oggflac_named.ogg")));
 }
 
 TEST_F(ArtworkWrite, GoesByTheExtensionInAnyCase) {
-  const std::string path = folder_.copyOf("flac_plain.flac", "song.FlaC");
+  const std::string path = directory_.copyOf("flac_plain.flac", "song.FlaC");
   EXPECT_TRUE(write(path, image_, 1, kKeep));
   EXPECT_EQ(picturesIn(Kind::kFLAC, path), Pictures{frontCover(Family::kFLAC, 1, image_)});
   for (const char* name : {"song.xyz", "song", "song."}) {
-    const std::string mp3 = folder_.copyOf("mp3_plain.mp3", name);
+    const std::string mp3 = directory_.copyOf("mp3_plain.mp3", name);
     EXPECT_TRUE(write(mp3, image_, 1, kKeep));
     EXPECT_EQ(picturesIn(Kind::kMPEG, mp3), Pictures{frontCover(Family::kID3v2, 1, image_)});
   }
@@ -135,7 +135,7 @@ TEST_F(ArtworkWrite, GoesByTheExtensionInAnyCase) {
 
 /// A FLAC file's own blocks are what is looked at and replaced; its comment's pictures are not.
 TEST_F(ArtworkWrite, LeavesPicturesInTheCommentOfAFLACFileAlone) {
-  const std::string path = folder_.copyOf("flac_comment.flac");
+  const std::string path = directory_.copyOf("flac_comment.flac");
   {
     TagLib::FLAC::File file(path.c_str(), false);
     auto* picture = new TagLib::FLAC::Picture;
@@ -152,7 +152,7 @@ TEST_F(ArtworkWrite, LeavesPicturesInTheCommentOfAFLACFileAlone) {
 }
 
 TEST_F(ArtworkWrite, ReadsWhetherToReplaceAsABoolean) {
-  const std::string path = folder_.copyOf("mp3_id3v23.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v23.mp3");
   const std::string before = readFile(path);
   ValueDictionary request;
   const ValueDictionary::Value noBooleans[] = {std::int64_t{1}, "true", 1.0, std::uint64_t{1}};

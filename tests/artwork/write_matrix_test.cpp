@@ -5,7 +5,7 @@
 
 #include "tests/artwork/artwork_requests.h"
 #include "tests/artwork/stored_pictures.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -20,13 +20,13 @@ class ArtworkMatrix : public testing::TestWithParam<Format> {
   Family family() const { return familyOf(kind()); }
   /// A copy with `count` pictures in it.
   std::string fileWith(int count) const {
-    const std::string path = plainCopy(folder_, GetParam());
+    const std::string path = plainCopy(directory_, GetParam());
     EXPECT_EQ(picturesIn(kind(), path), Pictures());
     if (count) addOldPictures(kind(), path, count);
     return path;
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
   const std::string image_ = imageOf(300);
 };
 
@@ -126,7 +126,7 @@ TEST_P(ArtworkMatrix, ReplacesWhatOtherSoftwareHasStored) {
     EXPECT_TRUE(none.count(GetParam().name));
     return;
   }
-  const std::string path = folder_.copyOf(GetParam().picture, GetParam().as);
+  const std::string path = directory_.copyOf(GetParam().picture, GetParam().as);
   EXPECT_NE(picturesIn(kind(), path), Pictures());
   EXPECT_TRUE(write(path, image_, 4, kReplace));
   EXPECT_EQ(picturesIn(kind(), path), Pictures{frontCover(family(), 4, image_)});

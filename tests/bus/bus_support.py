@@ -1,4 +1,4 @@
-"""What the tests of this folder share: a bus for each test, and requests that can be held up."""
+"""What the tests of this directory share: a bus for each test, and requests that can be held up."""
 
 import os
 import shutil
@@ -15,7 +15,7 @@ from player import GLib, RemoteError, change, text
 from truncation import TruncationEndpoint, shorten
 
 if "TAGWRITER_DATA" not in os.environ:
-    sys.exit("Set TAGWRITER_DATA to the folder tests/data")
+    sys.exit("Set TAGWRITER_DATA to the directory tests/data")
 DATA = Path(os.environ["TAGWRITER_DATA"])
 STAND_IN = Path(__file__).resolve().parent / "stand_in_worker.py"
 
@@ -63,17 +63,17 @@ class HeldRequest:
 
 
 class BusTest(unittest.TestCase):
-    """A test with a folder."""
+    """A test with a directory."""
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="tagwriter-bus-")
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
+        directory = tempfile.TemporaryDirectory(prefix="tagwriter-bus-")
+        self.addCleanup(directory.cleanup)
+        self.directory = Path(directory.name)
 
     def start_bus(self, front=(FRONT,), services=(), environment=None):
         """A bus, closed at the end of the test; no sanitizer may have complained by then."""
-        folder = Path(tempfile.mkdtemp(prefix="bus-", dir=self.folder))
-        bus = SessionBus(folder, front, services, environment)
+        directory = Path(tempfile.mkdtemp(prefix="bus-", dir=self.directory))
+        bus = SessionBus(directory, front, services, environment)
         self.addCleanup(self._check_log, bus)
         self.addCleanup(bus.close)
         return bus
@@ -84,16 +84,16 @@ class BusTest(unittest.TestCase):
 
     def front_with(self, worker):
         """The front with another worker beside it, or with none."""
-        folder = self.folder / "programs"
-        folder.mkdir()
+        directory = self.directory / "programs"
+        directory.mkdir()
         if worker:
-            shutil.copy(worker, folder / "tagwriterd")
-            (folder / "tagwriterd").chmod(0o755)
-        return Path(shutil.copy(FRONT, folder))
+            shutil.copy(worker, directory / "tagwriterd")
+            (directory / "tagwriterd").chmod(0o755)
+        return Path(shutil.copy(FRONT, directory))
 
     def copy(self, name, new_name=None):
         """A scratch copy of a file of the test data."""
-        return Path(shutil.copy(DATA / name, self.folder / (new_name or name)))
+        return Path(shutil.copy(DATA / name, self.directory / (new_name or name)))
 
     def set_later(self, caller, path, value, field="title"):
         """Sends a change of a text field; returns the future of the reply's body."""

@@ -93,8 +93,8 @@ class EditTest(ClientTest):
 
     def dying_worker(self):
         """A worker that cannot be started the first time."""
-        script = self.folder / "worker"
-        script.write_text(f'#!/bin/sh\nmkdir {self.folder}/tried 2>/dev/null && exit 1\n'
+        script = self.directory / "worker"
+        script.write_text(f'#!/bin/sh\nmkdir {self.directory}/tried 2>/dev/null && exit 1\n'
                           f'exec {WORKER} "$@"\n')
         return script
 
@@ -130,13 +130,13 @@ class UnavailableTest(ClientTest):
         self.assertEqual(path.read_bytes(), before)
 
     def test_without_a_bus(self):
-        self.assert_unavailable(DBUS_SESSION_BUS_ADDRESS=f"unix:path={self.folder}/nowhere")
+        self.assert_unavailable(DBUS_SESSION_BUS_ADDRESS=f"unix:path={self.directory}/nowhere")
 
     def test_without_an_activation_file(self):
         self.assert_unavailable(self.start_bus(front=None))
 
     def test_when_the_front_cannot_be_started(self):
-        self.assert_unavailable(self.start_bus((self.folder / "missing",)))
+        self.assert_unavailable(self.start_bus((self.directory / "missing",)))
 
     def test_when_the_front_fails_to_start(self):
         self.assert_unavailable(self.start_bus(("/bin/false",)))
@@ -169,7 +169,7 @@ class LimitTest(ClientTest):
         self.assertTrue(self.set(self.caller, self.path, "Before"))
         front = self.caller.front()
         worker = list(children_of(front.pid))
-        with RawCaller(self.bus.folder / "bus") as raw:
+        with RawCaller(self.bus.directory / "bus") as raw:
             raw.send_write_with_array_of(LIMIT + 8)
             self.assertTrue(raw.is_hung_up_on())
         self.assertTrue(self.set(self.caller, self.path, "After"))

@@ -69,7 +69,7 @@ class CallTest(BusTest):
         self.caller = self.bus.caller()
 
     def test_results_and_paths_come_back(self):
-        mp3, noise = self.copy("mp3_plain.mp3"), self.folder / "noise.flac"
+        mp3, noise = self.copy("mp3_plain.mp3"), self.directory / "noise.flac"
         noise.write_bytes(b"no audio at all")
         for path, expected in [(mp3, True), (noise, False)]:
             with open(path, "rb+") as file:
@@ -78,7 +78,7 @@ class CallTest(BusTest):
             self.assertEqual(reply["path"].get_string(), str(path))
 
     def test_a_path_that_is_not_utf8_comes_back_as_it_was(self):
-        name = os.fsencode(self.folder) + b"/caf\xe9.mp3"
+        name = os.fsencode(self.directory) + b"/caf\xe9.mp3"
         request = change("title", text("T")) | {"path": raw_bytes(name)}
         with open(self.copy("mp3_plain.mp3"), "rb+") as file:
             reply = self.caller.write(request, [file])
@@ -204,7 +204,7 @@ class ExitTest(BusTest):
         self.assert_exit(0, process)
 
     def test_with_1_without_a_bus(self):
-        for address in [f"unix:path={self.folder}/nowhere", "nonsense", "unix:"]:
+        for address in [f"unix:path={self.directory}/nowhere", "nonsense", "unix:"]:
             errors = self.assert_exit(1, self.start(address=address))
             self.assertTrue(errors.startswith("tagwriter-bus: "), errors)
 
@@ -224,9 +224,9 @@ class ExitTest(BusTest):
         self.assert_exit(1, process)
 
     def test_with_1_without_a_worker(self):
-        for folder in INSTALLED:
-            if os.path.exists(folder):
-                self.skipTest(f"the front finds a worker in {folder}")
+        for directory in INSTALLED:
+            if os.path.exists(directory):
+                self.skipTest(f"the front finds a worker in {directory}")
         bus = self.start_bus(front=None)
         process = subprocess.run([self.front_with(None)], env=bus.environment(), text=True,
                                  stdin=subprocess.DEVNULL, capture_output=True, timeout=DEADLINE)

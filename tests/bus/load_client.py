@@ -27,8 +27,8 @@ def value(client, turn):
 
 
 class Load:
-    def __init__(self, client, folder, files):
-        self.client, self.folder, self.files = client, Path(folder), files
+    def __init__(self, client, directory, files):
+        self.client, self.directory, self.files = client, Path(directory), files
         self.alone = "ALONE" in os.environ
         self.player = Player() if self.alone else Caller(os.environ["DBUS_SESSION_BUS_ADDRESS"])
         self.at_once = 1 if self.alone else AT_ONCE  # a Player's requests are in no order
@@ -36,8 +36,8 @@ class Load:
 
     def run(self):
         # All begin together.
-        (self.folder / f"ready {self.client}").touch()
-        wait_for((self.folder / "go").exists, "the start")
+        (self.directory / f"ready {self.client}").touch()
+        wait_for((self.directory / "go").exists, "the start")
         results = []
         for first in range(0, REQUESTS, self.at_once):
             results += self.send(range(first, first + self.at_once))
@@ -61,8 +61,8 @@ class Load:
         start = time.monotonic()
         if self.alone and not self.spans:
             # Nothing but chance keeps this one and another apart, so wait for the other.
-            (self.folder / f"inside {self.client}").touch()
-            wait_for(lambda: len(list(self.folder.glob("inside *"))) > 1, "another one inside")
+            (self.directory / f"inside {self.client}").touch()
+            wait_for(lambda: len(list(self.directory.glob("inside *"))) > 1, "another one inside")
         else:
             time.sleep(0.005)  # a wide target for whoever does not wait for it
         answer = shorten(call)

@@ -28,11 +28,11 @@ class LoadTest(BusTest):
         clients = []
         for i in range(CLIENTS):
             clients.append(subprocess.Popen(
-                [sys.executable, script, str(i), self.folder, *map(str, files_of(i))],
+                [sys.executable, script, str(i), self.directory, *map(str, files_of(i))],
                 env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE))
             self.addCleanup(self.end, clients[-1])
-        wait_for(lambda: len(list(self.folder.glob("ready *"))) == CLIENTS, "all clients are ready")
-        (self.folder / "go").touch()
+        wait_for(lambda: len(list(self.directory.glob("ready *"))) == CLIENTS, "all clients are ready")
+        (self.directory / "go").touch()
         return clients
 
     @staticmethod

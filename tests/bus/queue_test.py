@@ -185,7 +185,7 @@ class CrowdTest(BusTest):
         self.assertEqual(caller.front().pid, front.pid)
 
     def test_before_the_front_has_started(self):
-        start = self.folder / "start"
+        start = self.directory / "start"
         bus = self.start_bus(("/bin/sh", "-c", f"while [ ! -e {start} ]; do sleep 0.01; done;"
                               f" exec {' '.join(map(str, self.POOR_FRONT))}"))
         caller = bus.caller()
@@ -227,7 +227,7 @@ class CrowdTest(BusTest):
         wait_for(lambda: len(owners) == 2, "the name is released")
 
     def test_that_comes_while_the_name_is_given_up(self):
-        first, start = self.folder / "first", self.folder / "start"
+        first, start = self.directory / "first", self.directory / "start"
         # The first front starts at once, its successor later.
         bus = self.start_bus(("/bin/sh", "-c", f"if ! mkdir {first}; then"
                               f" while [ ! -e {start} ]; do sleep 0.01; done; fi;"

@@ -1,6 +1,6 @@
 """A session bus of a test's own: a real dbus-daemon that activates the front from the build tree.
 
-    with SessionBus(folder) as bus:
+    with SessionBus(directory) as bus:
         caller = bus.caller()
         reply = caller.write(change("title", text("Word"), path), [file])
 
@@ -33,9 +33,9 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Con
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <type>session</type>
-  <listen>unix:path={folder}/bus</listen>
+  <listen>unix:path={directory}/bus</listen>
   <auth>EXTERNAL</auth>
-  <servicedir>{folder}/services</servicedir>
+  <servicedir>{directory}/services</servicedir>
   <policy context="default">
     <allow send_destination="*"/>
     <allow receive_sender="*"/>
@@ -150,26 +150,26 @@ class SessionBus:
     """A dbus-daemon. `front` is the command that it starts for the front's name, if any; `services`
     are other names with their command lines, and `environment` is added for all of them."""
 
-    def __init__(self, folder, front=(FRONT,), services=(), environment=None):
-        self.folder = Path(folder)
-        (self.folder / "services").mkdir()
+    def __init__(self, directory, front=(FRONT,), services=(), environment=None):
+        self.directory = Path(directory)
+        (self.directory / "services").mkdir()
         if front:
             services = [*services, (BUS_NAME, " ".join(f'"{part}"' for part in front))]
         for name, command in services:
-            (self.folder / "services" / f"{name}.service").write_text(
+            (self.directory / "services" / f"{name}.service").write_text(
                 ACTIVATION.format(name=name, command=command))
-        (self.folder / "bus.conf").write_text(CONFIGURATION.format(folder=self.folder))
+        (self.directory / "bus.conf").write_text(CONFIGURATION.format(directory=self.directory))
         self._callers = []
         # By this the processes are known that the daemon has started, directly or not.
-        self._mark = f"{MARK}={folder}"
-        self._environment = {**os.environ, **(environment or {}), MARK: str(folder)}
+        self._mark = f"{MARK}={directory}"
+        self._environment = {**os.environ, **(environment or {}), MARK: str(directory)}
         self._start_daemon()
 
     def _start_daemon(self):
-        with open(self.folder / "log", "a") as log:
+        with open(self.directory / "log", "a") as log:
             self._daemon = subprocess.Popen(
                 ["dbus-daemon", "--nofork", "--nosyslog", "--print-address",
-                 f"--config-file={self.folder}/bus.conf"],
+                 f"--config-file={self.directory}/bus.conf"],
                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, env=self._environment)
         # Without the daemon's own number, so that the address is good for its successor too.
         self.address = self._daemon.stdout.readline().decode().strip().partition(",guid=")[0]
@@ -193,7 +193,7 @@ class SessionBus:
 
     def log(self):
         """What the daemon and all that it has started have written to standard error."""
-        return (self.folder / "log").read_text(errors="backslashreplace")
+        return (self.directory / "log").read_text(errors="backslashreplace")
 
     def started(self):
         """The running processes that the daemon has started, and what these have started."""

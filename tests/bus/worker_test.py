@@ -103,7 +103,7 @@ class StandInTest(BusTest):
 
     def test_that_want_to_reach_the_bus(self):
         # What a front must never do: pass a worker's call on.
-        started = self.folder / "started"
+        started = self.directory / "started"
         self.start("calls", VICTIM, [(VICTIM, f'/bin/sh -c "touch {started}; exit 1"')])
         self.assertEqual(self.answers([self.caller.write_later({})]), [NO_REPLY])
         self.caller.ping_front()  # whatever the front has sent has reached the bus
@@ -122,7 +122,7 @@ class StandInTest(BusTest):
 
     def test_that_cannot_be_started(self):
         self.start("dies")
-        (self.folder / "programs" / "tagwriterd").write_text("no program")
+        (self.directory / "programs" / "tagwriterd").write_text("no program")
         path = self.copy("mp3_plain.mp3")
         self.assertEqual(self.answers([self.set_later(self.caller, path, "T")]), [NO_REPLY])
         self.caller.ping_front()

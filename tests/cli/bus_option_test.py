@@ -67,9 +67,9 @@ class OnBusTest(BusTest):
         for number, path in enumerate(paths):
             os.link(path, self.aside / str(number))
             os.utime(path, ns=(0, 1_000_000_001))
-        missing = self.folder / "missing"
+        missing = self.directory / "missing"
         run = self.run_on(bus, "set", "-t", "title=T", "--safe", "--keep-times", "--json", "-r",
-                          missing, self.folder)
+                          missing, self.directory)
         self.assert_run(run, 1, f"{missing}: cannot be opened: No such file or directory\n")
         self.assertEqual([(line["file"], line["result"]) for line in objects(run.stdout)],
                          [(str(missing), "failed")] + [(str(path), "written") for path in paths])

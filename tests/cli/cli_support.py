@@ -1,4 +1,4 @@
-"""What the tests of this folder share: the command, a terminal for it, and a service that waits."""
+"""What the tests of this directory share: the command, a terminal for it, and a service that waits."""
 
 import fcntl
 import json
@@ -63,9 +63,9 @@ def objects(output):
     return [json.loads(line) for line in output.split("\n")[:-1]]
 
 
-def titled(contents, folder, title="T"):
+def titled(contents, directory, title="T"):
     """What a file with these contents becomes when its title is set."""
-    path = Path(folder) / "titled.mp3"
+    path = Path(directory) / "titled.mp3"
     path.write_bytes(contents)
     run = tagwriter("set", "-t", f"title={title}", path)
     if run.returncode != 0 or path.read_bytes() == contents:
@@ -74,18 +74,18 @@ def titled(contents, folder, title="T"):
 
 
 class CommandTest(unittest.TestCase):
-    """A test with a folder for audio files and one for everything else."""
+    """A test with a directory for audio files and one for everything else."""
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="tagwriter-cli-")
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name) / "music"
-        self.aside = Path(folder.name) / "aside"
-        self.folder.mkdir()
+        directory = tempfile.TemporaryDirectory(prefix="tagwriter-cli-")
+        self.addCleanup(directory.cleanup)
+        self.directory = Path(directory.name) / "music"
+        self.aside = Path(directory.name) / "aside"
+        self.directory.mkdir()
         self.aside.mkdir()
 
     def copy(self, name, as_name=None):
-        path = self.folder / (as_name or name)
+        path = self.directory / (as_name or name)
         path.parent.mkdir(parents=True, exist_ok=True)
         return Path(shutil.copy(DATA / name, path))
 
@@ -105,17 +105,17 @@ class HeldService:
     still at its first file."""
 
     def __init__(self, test):
-        folder = Path(tempfile.mkdtemp(prefix="held-", dir=test.aside))
-        self.program = Path(shutil.copy(TAGWRITER, folder))
-        self._mark = folder / "started"
+        directory = Path(tempfile.mkdtemp(prefix="held-", dir=test.aside))
+        self.program = Path(shutil.copy(TAGWRITER, directory))
+        self._mark = directory / "started"
         self._process = None
-        os.mkfifo(folder / "gate")
+        os.mkfifo(directory / "gate")
         # Open all the time, so that nobody waits for the other end.
-        self._gate = os.open(folder / "gate", os.O_RDWR)
-        service = folder / "tagwriterd"
+        self._gate = os.open(directory / "gate", os.O_RDWR)
+        service = directory / "tagwriterd"
         service.write_text(f"""#!/bin/sh
-exec 9< {folder}/gate
-echo $$ > {folder}/number && mv {folder}/number {folder}/started
+exec 9< {directory}/gate
+echo $$ > {directory}/number && mv {directory}/number {directory}/started
 read -r line <&9
 exec 9<&-
 exec {BIN}/tagwriterd "$@"

@@ -26,14 +26,14 @@ class SetTest(CommandTest):
         self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "two")
 
     def test_goes_on_after_a_file_that_fails(self):
-        missing, mp3 = self.folder / "missing.mp3", self.copy("mp3_plain.mp3")
-        run = tagwriter("set", "-t", "title=T", missing, self.folder, mp3)
-        self.assert_run(run, 1, f"{self.folder}: is a folder; --recursive goes into it\n"
+        missing, mp3 = self.directory / "missing.mp3", self.copy("mp3_plain.mp3")
+        run = tagwriter("set", "-t", "title=T", missing, self.directory, mp3)
+        self.assert_run(run, 1, f"{self.directory}: is a directory; --recursive goes into it\n"
                                 f"{missing}: cannot be opened: No such file or directory\n")
         self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "T")
 
     def test_names_the_field_that_the_service_did_not_write(self):
-        noise = self.folder / "noise.xyz"
+        noise = self.directory / "noise.xyz"
         noise.write_bytes(b"no audio at all")
         run = tagwriter("set", "-t", "title=T", noise)
         self.assertEqual(run.returncode, 1)
@@ -41,34 +41,34 @@ class SetTest(CommandTest):
         self.assertEqual(noise.read_bytes(), b"no audio at all")
 
     def test_refuses_what_is_no_regular_file(self):
-        fifo = self.folder / "fifo.mp3"
+        fifo = self.directory / "fifo.mp3"
         os.mkfifo(fifo)
         self.assert_run(tagwriter("set", "-t", "title=T", fifo), 1,
                         f"{fifo}: not a regular file\n")
 
     def test_takes_a_path_that_is_not_utf8(self):
-        mp3 = os.fsencode(self.folder) + b"/caf\xe9.mp3"
+        mp3 = os.fsencode(self.directory) + b"/caf\xe9.mp3"
         shutil.copy(DATA / "mp3_plain.mp3", mp3)
         run = tagwriter("set", "-t", "title=T", mp3)
         self.assert_run(run, 0)
         self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "T")
 
     def test_says_when_the_service_is_missing(self):
-        alone = shutil.copy(BIN / "tagwriter", self.folder / "tagwriter")
+        alone = shutil.copy(BIN / "tagwriter", self.directory / "tagwriter")
         run = tagwriter("set", "-t", "title=T", self.copy("mp3_plain.mp3"), program=alone)
         self.assertEqual(run.returncode, 1)
         self.assertIn("tagwriterd", run.stderr)
 
     def test_says_when_the_service_dies_and_starts_it_again_for_the_next_file(self):
-        shutil.copy(BIN / "tagwriter", self.folder / "tagwriter")
-        worker = self.folder / "tagwriterd"
+        shutil.copy(BIN / "tagwriter", self.directory / "tagwriter")
+        worker = self.directory / "tagwriterd"
         worker.write_text(f"""#!/bin/sh
-if mkdir {self.folder}/started 2>/dev/null; then exit 1; fi
+if mkdir {self.directory}/started 2>/dev/null; then exit 1; fi
 exec {BIN}/tagwriterd "$@"
 """)
         worker.chmod(0o755)
         first, second = self.copy("mp3_plain.mp3", "1.mp3"), self.copy("mp3_plain.mp3", "2.mp3")
-        run = tagwriter("set", "-t", "title=T", first, second, program=self.folder / "tagwriter")
+        run = tagwriter("set", "-t", "title=T", first, second, program=self.directory / "tagwriter")
         self.assertEqual(run.returncode, 1)
         self.assertIn(f"{first}: the service cannot be started: ", run.stderr)
         self.assertNotIn("2.mp3", run.stderr)
@@ -85,13 +85,13 @@ class ShowTest(CommandTest):
         self.assertEqual(run.stdout, f"{mp3}\n  ARTIST: A\n  TITLE: T\n{plain}\n  (no tags)\n")
 
     def test_names_files_that_it_cannot_read(self):
-        noise = self.folder / "noise.txt"
+        noise = self.directory / "noise.txt"
         noise.write_text("no audio")
-        run = tagwriter("show", noise, self.folder / "missing", self.folder)
+        run = tagwriter("show", noise, self.directory / "missing", self.directory)
         self.assertEqual(run.returncode, 1)
-        self.assertEqual(run.stderr, f"{self.folder}: is a folder; --recursive goes into it\n"
+        self.assertEqual(run.stderr, f"{self.directory}: is a directory; --recursive goes into it\n"
                                      f"{noise}: cannot be read as an audio file\n"
-                                     f"{self.folder}/missing: No such file or directory\n")
+                                     f"{self.directory}/missing: No such file or directory\n")
 
 
 if __name__ == "__main__":

@@ -26,16 +26,16 @@ class LineEditor:
     """An interactive shell, in which the command is a function that notes its arguments."""
 
     def __init__(self, test, command, setup, **environment):
-        self._folder = tempfile.mkdtemp(prefix="shell-", dir=test.aside)
-        self._noted = os.path.join(self._folder, "noted")
+        self._directory = tempfile.mkdtemp(prefix="shell-", dir=test.aside)
+        self._noted = os.path.join(self._directory, "noted")
         self._terminal = Terminal(
-            test, *command, cwd=test.folder, env={
-                "PATH": os.environ["PATH"], "HOME": self._folder, "TERM": "dumb",
+            test, *command, cwd=test.directory, env={
+                "PATH": os.environ["PATH"], "HOME": self._directory, "TERM": "dumb",
                 "LC_ALL": "C.UTF-8", "PS1": "ready> ", **environment})
-        script = os.path.join(self._folder, "setup")
+        script = os.path.join(self._directory, "setup")
         with open(script, "w") as file:
             # More than the command has arguments, so that it is seen when there are none.
-            file.write(setup.replace("FOLDER", self._folder) + f"""
+            file.write(setup.replace("FOLDER", self._directory) + f"""
 tagwriter() {{ printf '%s\\0' tagwriter "$@" > {self._noted}.new; mv {self._noted}.new {self._noted}; }}
 """)
         wait_for(lambda: b"ready> " in self._terminal.output, "the shell is ready")
@@ -59,8 +59,8 @@ class CompletionsTest:
     def setUp(self):
         super().setUp()
         for name in FILES:
-            (self.folder / name).touch()
-        (self.folder / "folder").mkdir()
+            (self.directory / name).touch()
+        (self.directory / "directory").mkdir()
         self.start()
 
     def script(self, shell):
@@ -96,7 +96,7 @@ class CompletionsTest:
                       "tagwriter cover --replace "):
             with self.subTest(start):
                 self.assertEqual(sorted(word.rstrip("/") for word in self.complete(start)),
-                                 sorted([*FILES, "folder"]))
+                                 sorted([*FILES, "directory"]))
         self.assertEqual(self.complete("tagwriter show M"), ["My Song.mp3"])
         self.assertEqual(self.complete("tagwriter show text s"), ["song.flac"])
 
@@ -131,7 +131,7 @@ class LineEditorTest(CompletionsTest):
                 self.assertEqual(self.editor.type(f"tagwriter show {typed}", TAB),
                                  ["show", "My Song.mp3"])
         self.assertEqual(self.editor.type("tagwriter show it", TAB), ["show", "it's [a] $1.mp3"])
-        self.assertEqual(self.editor.type("tagwriter show fol", TAB, "x"), ["show", "folder/x"])
+        self.assertEqual(self.editor.type("tagwriter show fol", TAB, "x"), ["show", "directory/x"])
 
 
 class BashTest(LineEditorTest, CommandTest):
@@ -176,7 +176,7 @@ class FishTest(CompletionsTest, CommandTest):
     def complete(self, line):
         run = subprocess.run(
             ["fish", "--no-config", "-c", 'source $argv[1]; complete -C $argv[2]',
-             self.completions, line], cwd=self.folder, stdin=subprocess.DEVNULL,
+             self.completions, line], cwd=self.directory, stdin=subprocess.DEVNULL,
             capture_output=True, text=True, timeout=DEADLINE, check=True,
             env={"PATH": os.environ["PATH"], "HOME": str(self.aside), "LC_ALL": "C.UTF-8"})
         self.assertEqual(run.stderr, "")

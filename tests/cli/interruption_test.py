@@ -158,7 +158,7 @@ class FirstFileTest(InterruptionTest):
                 service.wait_for_its_end()
                 for path in paths:
                     self.assert_as_it_was(path)
-                self.assertEqual(len(os.listdir(self.folder)), 8)
+                self.assertEqual(len(os.listdir(self.directory)), 8)
 
     def test_is_ignored_where_it_was_ignored_before(self):
         def ignoring():
@@ -209,8 +209,8 @@ class ManyFilesTest(InterruptionTest):
         super().setUp()
         # The results of all files do not fit into the pipe, so that the command cannot get to its
         # end while nobody reads them.
-        self.folder = self.folder / ("long" * 50)
-        self.folder.mkdir()
+        self.directory = self.directory / ("long" * 50)
+        self.directory.mkdir()
         self.paths = self.copies(self.FILES)
 
     def start_and_stop(self):

@@ -62,11 +62,11 @@ class EditTest(JsonTest):
             self.assertTrue(error.startswith("not written: "), error)
 
     def test_a_file_that_fails_is_one_line_whatever_was_to_be_done(self):
-        missing, fifo = self.folder / "missing.mp3", self.folder / "fifo.mp3"
+        missing, fifo = self.directory / "missing.mp3", self.directory / "fifo.mp3"
         os.mkfifo(fifo)
         mp3 = self.copy("mp3_plain.mp3")
         failures = [
-            {"file": str(self.folder), "error": "is a folder; --recursive goes into it"},
+            {"file": str(self.directory), "error": "is a directory; --recursive goes into it"},
             {"file": str(missing), "error": "cannot be opened: No such file or directory"},
             {"file": str(fifo), "error": "not a regular file"}]
         for failure in failures:
@@ -76,7 +76,7 @@ class EditTest(JsonTest):
                          ["cover", "--replace", COVER]):
                 with self.subTest(edit=edit, options=options):
                     code, found = self.tell(*edit, "--json", *options, missing, mp3, fifo,
-                                            self.folder)
+                                            self.directory)
                     self.assertEqual(code, 1)
                     done = [line for line in found if line["file"] == str(mp3)]
                     self.assertTrue(done)
@@ -88,11 +88,11 @@ class ShowTest(JsonTest):
 
     def test_each_file_is_a_line_with_all_that_is_in_it(self):
         flac, m4a, missing = DATA / "flac_comment.flac", DATA / "m4a_tagged.m4a", DATA / "missing"
-        noise = self.folder / "noise.xyz"
+        noise = self.directory / "noise.xyz"
         noise.write_text("no audio")
-        code, found = self.tell("show", "--json", flac, missing, noise, m4a, self.folder)
+        code, found = self.tell("show", "--json", flac, missing, noise, m4a, self.directory)
         self.assertEqual(code, 1)
-        folder, first, second, third, fourth = found
+        directory, first, second, third, fourth = found
         self.assertEqual(first["file"], str(flac))
         tags = mutagen.File(flac).tags
         self.assertGreater(len(tags["artist"]), 1)
@@ -100,11 +100,11 @@ class ShowTest(JsonTest):
         self.assertIn("\n", tags["cuesheet"][0])
         self.assertEqual(first["tags"]["CUESHEET"], tags["cuesheet"])
         self.assertEqual(first["pictures"], [])
-        self.assertEqual([second, third, folder], [
+        self.assertEqual([second, third, directory], [
             {"file": str(missing), "result": "failed", "error": "No such file or directory"},
             {"file": str(noise), "result": "failed", "error": "cannot be read as an audio file"},
-            {"file": str(self.folder), "result": "failed",
-             "error": "is a folder; --recursive goes into it"}])
+            {"file": str(self.directory), "result": "failed",
+             "error": "is a directory; --recursive goes into it"}])
         self.assertEqual((fourth["file"], fourth["pictures"]), (str(m4a), [
             {"role": "", "mimeType": "image/png", "width": 8, "height": 8, "size": 96},
             {"role": "", "mimeType": "image/jpeg", "width": 8, "height": 8, "size": 207}]))
@@ -141,14 +141,14 @@ class NamesTest(JsonTest):
             path.unlink()
 
     def test_a_missing_file_may_have_any_name_too(self):
-        path = self.folder / 'a "quoted"\nname'
+        path = self.directory / 'a "quoted"\nname'
         for arguments, code, names in self.edits(path):
             with self.subTest(arguments=arguments):
                 self.assertEqual((code, names), (1, [str(path)]))
 
     def test_bytes_that_are_no_text_come_out_replaced(self):
-        folder = os.fsencode(self.folder)
-        path = folder + b"/caf\xe9 \xff\xfe.mp3"
+        directory = os.fsencode(self.directory)
+        path = directory + b"/caf\xe9 \xff\xfe.mp3"
         for present in (True, False):
             if present:
                 shutil.copy(DATA / "mp3_plain.mp3", path)
@@ -157,7 +157,7 @@ class NamesTest(JsonTest):
                     run = tagwriter(*arguments, "--json", path)
                     self.assertEqual(run.returncode, 0 if present else 1)
                     names = [line["file"] for line in objects(run.stdout)]
-                    self.assertEqual(names, [f"{self.folder}/caf\ufffd \ufffd\ufffd.mp3"])
+                    self.assertEqual(names, [f"{self.directory}/caf\ufffd \ufffd\ufffd.mp3"])
             if present:
                 self.assertIsNotNone(mutagen.File(path).tags)
                 os.unlink(path)

@@ -24,7 +24,7 @@ class SafeTest(CommandTest):
     def test_gives_the_file_a_new_inode_and_leaves_hard_links_alone(self):
         for name, edit in EDITS.items():
             with self.subTest(name):
-                path, link = self.copy(TAGGED), self.folder / "link.mp3"
+                path, link = self.copy(TAGGED), self.directory / "link.mp3"
                 os.link(path, link)
                 inode = path.stat().st_ino
                 self.assert_run(tagwriter(*edit, "--safe", path), 0)
@@ -32,13 +32,13 @@ class SafeTest(CommandTest):
                 self.assertNotEqual(path.read_bytes(), link.read_bytes())
                 self.assertEqual(link.stat().st_ino, inode)
                 self.assert_as_it_was(link, TAGGED)
-                self.assertEqual(sorted(os.listdir(self.folder)), ["link.mp3", TAGGED])
+                self.assertEqual(sorted(os.listdir(self.directory)), ["link.mp3", TAGGED])
                 link.unlink()
 
     def test_without_it_the_file_keeps_its_inode_and_its_hard_links(self):
         for name, edit in EDITS.items():
             with self.subTest(name):
-                path, link = self.copy(TAGGED), self.folder / "link.mp3"
+                path, link = self.copy(TAGGED), self.directory / "link.mp3"
                 os.link(path, link)
                 inode = path.stat().st_ino
                 self.assert_run(tagwriter(*edit, path), 0)
@@ -57,7 +57,7 @@ class SafeTest(CommandTest):
                     self.assertEqual(path.stat().st_mode & 0o7777, mode)
 
     def test_goes_through_a_symbolic_link(self):
-        path, link = self.copy("mp3_plain.mp3"), self.folder / "link.mp3"
+        path, link = self.copy("mp3_plain.mp3"), self.directory / "link.mp3"
         link.symlink_to(path.name)
         self.assert_run(tagwriter("set", "-t", "title=T", "--safe", link), 0)
         self.assertEqual(os.readlink(link), path.name)
@@ -165,17 +165,17 @@ class DryRunTest(CommandTest):
         self.assertEqual(len(run.stdout.splitlines()), 1)
 
     def test_names_files_that_cannot_be_written(self):
-        missing, fifo = self.folder / "missing.mp3", self.folder / "fifo.mp3"
+        missing, fifo = self.directory / "missing.mp3", self.directory / "fifo.mp3"
         os.mkfifo(fifo)
         mp3 = self.copy("mp3_plain.mp3")
-        run = tagwriter("set", "-n", "-t", "title=T", missing, mp3, fifo, self.folder)
-        self.assert_run(run, 1, f"{self.folder}: is a folder; --recursive goes into it\n"
+        run = tagwriter("set", "-n", "-t", "title=T", missing, mp3, fifo, self.directory)
+        self.assert_run(run, 1, f"{self.directory}: is a directory; --recursive goes into it\n"
                                 f"{missing}: cannot be opened: No such file or directory\n"
                                 f"{fifo}: not a regular file\n")
         self.assertEqual(run.stdout, f"{mp3}: title = T\n")
 
     def test_reads_the_image(self):
-        missing, text = self.folder / "missing.png", self.folder / "text.png"
+        missing, text = self.directory / "missing.png", self.directory / "text.png"
         text.write_text("no image")
         for image in (missing, text):
             run = tagwriter("cover", "-n", image, self.copy("mp3_plain.mp3"))
@@ -186,7 +186,7 @@ class DryRunTest(CommandTest):
 class QuietTest(CommandTest):
 
     def test_leaves_nothing_but_errors(self):
-        missing = self.folder / "missing.mp3"
+        missing = self.directory / "missing.mp3"
         error = f"{missing}: cannot be opened: No such file or directory\n"
         for option in ("-q", "--quiet"):
             for edit in EDITS.values():

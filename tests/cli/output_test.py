@@ -49,7 +49,7 @@ class FullTest(OutputTest):
         self.assert_titled(paths)
 
     def test_the_errors_of_files_come_first(self):
-        missing = self.folder / "missing"
+        missing = self.directory / "missing"
         error = f"{missing}: cannot be opened: No such file or directory\n"
         run = self.run_full("set", "--json", "-t", "title=T", missing)
         self.assert_lost(run, 1, error + ERROR)
@@ -78,7 +78,7 @@ class ClosedTest(OutputTest):
             for option in ([], ["--safe"]):
                 with self.subTest(streams=streams, option=option):
                     paths = self.copies(3)
-                    missing = self.folder / "missing.mp3"
+                    missing = self.directory / "missing.mp3"
                     run = self.run_closed(streams, "set", "--json", *option, "-t", "cueSheet=C",
                                           "-t", "title=T", paths[0], missing, *paths[1:])
                     self.assertEqual(run.returncode, 1)
@@ -111,8 +111,8 @@ class PipeTest(OutputTest):
 
     def test_a_reader_that_goes_away_leaves_every_file_whole(self):
         # The results of all files do not fit into the pipe.
-        self.folder = self.folder / ("long" * 50)
-        self.folder.mkdir()
+        self.directory = self.directory / ("long" * 50)
+        self.directory.mkdir()
         for option in ([], ["--safe"]):
             with self.subTest(option=option):
                 paths = self.copies(self.FILES)
@@ -134,7 +134,7 @@ class PipeTest(OutputTest):
                 self.assertGreater(written, 0)
                 self.assertEqual(set(contents[:written]), {self.titled})
                 self.assertEqual(set(contents[written:]), {PLAIN})
-                self.assertEqual(len(os.listdir(self.folder)), self.FILES)
+                self.assertEqual(len(os.listdir(self.directory)), self.FILES)
 
     def test_where_broken_pipes_are_ignored_it_is_an_error(self):
         paths = self.copies(3)

@@ -51,9 +51,9 @@ class BarTest(ProgressTest):
                                  8 * (CLEAR_LINE + "\r") + CLEAR_LINE)
                 self.assertEqual(terminal.screen(), [""])
 
-    def test_counts_what_is_found_in_folders(self):
+    def test_counts_what_is_found_in_directories(self):
         self.copies(7)
-        terminal, code = self.on_terminal("set", "-t", "title=T", "-r", self.folder)
+        terminal, code = self.on_terminal("set", "-t", "title=T", "-r", self.directory)
         self.assertEqual(code, 0)
         self.assert_full_progress(terminal, 7)
 
@@ -70,22 +70,22 @@ class OtherOutputTest(ProgressTest):
 
     def test_errors_do_not_mix_with_it(self):
         paths = self.copies(8)
-        missing = [self.folder / name for name in ("x.mp3", "y.mp3", "z.mp3")]
-        folder_error = f"{self.folder}: is a folder; --recursive goes into it"
+        missing = [self.directory / name for name in ("x.mp3", "y.mp3", "z.mp3")]
+        directory_error = f"{self.directory}: is a directory; --recursive goes into it"
         files = [missing[0], *paths[:4], missing[1], *paths[4:], missing[2]]
         terminal, code = self.on_terminal("set", "-t", "title=T", "-t", "cueSheet=C",
-                                          *files, self.folder)
+                                          *files, self.directory)
         self.assertEqual(code, 1)
         self.assert_full_progress(terminal, 11)
         *lines, last = terminal.screen()
         self.assertEqual(last, "")
-        self.assertEqual(lines[0], folder_error)
+        self.assertEqual(lines[0], directory_error)
         self.assertEqual([line.split(": ")[:-1][:2] for line in lines[1:]],
                          [[str(path), "cueSheet" if path in paths else "cannot be opened"]
                           for path in files])
 
     def test_a_line_of_the_service_does_not_mix_with_it(self):
-        noise = self.folder / "noise.flac"
+        noise = self.directory / "noise.flac"
         noise.write_text("no audio")
         paths = self.copies(8)
         terminal, code = self.on_terminal("set", "-t", "title=T", *paths[:4], noise, *paths[4:])
@@ -119,7 +119,7 @@ class NoBarTest(ProgressTest):
         self.assert_full_progress(terminal, 6)
 
     def test_there_is_none_with_quiet(self):
-        missing = self.folder / "missing"
+        missing = self.directory / "missing"
         for option in ("-q", "--quiet"):
             self.assert_no_bar(
                 "set", "-t", "title=T", option, *self.copies(8), missing, code=1,

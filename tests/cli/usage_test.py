@@ -118,16 +118,16 @@ class WrongUsageTest(CommandTest):
         # What the first three must not be taken for.
         others = [self.copy("mp3_plain.mp3", name) for name in ("2001", "a", "b", "x")]
         for arguments in (names, ["--", *names]):
-            run = tagwriter("set", "-t", "title=[T]", *arguments, cwd=self.folder)
+            run = tagwriter("set", "-t", "title=[T]", *arguments, cwd=self.directory)
             self.assert_run(run, 0)
         for name in names:
-            self.assertEqual(str(mutagen.File(self.folder / name).tags["TIT2"]), "[T]")
+            self.assertEqual(str(mutagen.File(self.directory / name).tags["TIT2"]), "[T]")
         for path in others:
             self.assert_as_it_was(path)
 
     def test_names_may_begin_with_a_dash_behind_two_dashes(self):
         mp3 = self.copy("mp3_plain.mp3", "-n.mp3")
-        run = tagwriter("show", "--", mp3.name, cwd=self.folder)
+        run = tagwriter("show", "--", mp3.name, cwd=self.directory)
         self.assert_run(run, 0)
         self.assertEqual(run.stdout, "-n.mp3\n  (no tags)\n")
 

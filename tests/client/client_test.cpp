@@ -42,7 +42,8 @@ testing::AssertionResult isStatus(Status expected, const Outcome& outcome) {
 }
 
 std::string ClientTest::script(const std::string& name, const std::string& text) const {
-  const std::string path = folder_.write(name, "#!/bin/sh\nWORKER=" TAGWRITER_WORKER "\n" + text);
+  const std::string path =
+      directory_.write(name, "#!/bin/sh\nWORKER=" TAGWRITER_WORKER "\n" + text);
   fs::permissions(path, fs::perms::owner_all);
   return path;
 }
@@ -52,8 +53,8 @@ std::string ClientTest::titleOf(const AudioFile& file) {
   return title ? std::get<std::string>(*title) : "-";
 }
 
-std::string in(const TemporaryFolder& folder, const std::string& name) {
-  return folder.path() / name;
+std::string in(const TemporaryDirectory& directory, const std::string& name) {
+  return directory.path() / name;
 }
 
 std::set<pid_t> children() {
@@ -74,8 +75,8 @@ void killChild(pid_t pid) {
   ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT), 0);
 }
 
-int unprivileged(const TemporaryFolder& folder, const std::function<int()>& work) {
-  fs::permissions(folder.path(), fs::perms::others_exec, fs::perm_options::add);
+int unprivileged(const TemporaryDirectory& directory, const std::function<int()>& work) {
+  fs::permissions(directory.path(), fs::perms::others_exec, fs::perm_options::add);
   const pid_t child = ::fork();
   if (child == 0) {
     if (::geteuid() == 0 &&

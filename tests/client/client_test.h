@@ -1,4 +1,4 @@
-// What the tests of the client library share: a folder and a writer with a worker of its own.
+// What the tests of the client library share: a directory and a writer with a worker of its own.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "client/tag_writer.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 
@@ -21,19 +21,19 @@ testing::AssertionResult isStatus(Status expected, const Outcome& outcome);
 
 class ClientTest : public testing::Test {
  protected:
-  /// Makes a program in the folder that runs this shell text with the worker's arguments; $WORKER
-  /// is the real worker. Returns its path.
+  /// Makes a program in the directory that runs this shell text with the worker's arguments;
+  /// $WORKER is the real worker. Returns its path.
   std::string script(const std::string& name, const std::string& text) const;
 
   /// What readField says, as a string that is not in the file ("-") when it says nothing.
   static std::string titleOf(const AudioFile& file);
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
   TagWriter writer_{TAGWRITER_WORKER};
 };
 
-/// The path of `name` in the folder.
-std::string in(const TemporaryFolder& folder, const std::string& name);
+/// The path of `name` in the directory.
+std::string in(const TemporaryDirectory& directory, const std::string& name);
 
 /// The processes that this one has started and not waited for.
 std::set<pid_t> children();
@@ -42,8 +42,8 @@ std::set<pid_t> children();
 void killChild(pid_t pid);
 
 /// Runs `work` in a child process that has no privileges and returns what it returned, 0 to 100.
-/// The folder of the test is opened to it.
-int unprivileged(const TemporaryFolder& folder, const std::function<int()>& work);
+/// The directory of the test is opened to it.
+int unprivileged(const TemporaryDirectory& directory, const std::function<int()>& work);
 
 /// The bytes of tests/data/`name`.
 std::vector<std::byte> imageBytes(const std::string& name);

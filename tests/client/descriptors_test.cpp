@@ -24,12 +24,12 @@ class Descriptors : public ClientTest {
  protected:
   /// A copy with a title so long that it makes the file shorter when it goes.
   std::string withLongTitle(const std::string& name) {
-    std::string path = folder_.copyOf(name);
+    std::string path = directory_.copyOf(name);
     EXPECT_STATUS(Status::kWritten, writer_.setField(path, "title", std::string(20'000, 'x')));
     return path;
   }
 
-  std::string path_ = folder_.copyOf("mp3_plain.mp3");
+  std::string path_ = directory_.copyOf("mp3_plain.mp3");
 };
 
 TEST_F(Descriptors, OfTheCallerStayOpenAndUsable) {
@@ -58,7 +58,7 @@ TEST_F(Descriptors, OfAFileWithoutANameCanBeEdited) {
 }
 
 TEST_F(Descriptors, DoNotPileUp) {
-  const std::string noise = folder_.write("noise.flac", "no audio at all");
+  const std::string noise = directory_.write("noise.flac", "no audio at all");
   const auto round = [&](TagWriter& writer) {
     const UniqueFd file = openFile(path_);
     (void)writer.setField(path_, "title", std::string("One"));
@@ -67,7 +67,7 @@ TEST_F(Descriptors, DoNotPileUp) {
     (void)writer.setField(path_, "cueSheet", std::string("refused"), {.safe = true});
     (void)writer.setField(path_, "titel", std::string("unknown"), {.safe = true});
     (void)writer.setField(noise, "title", std::string("refused"));
-    (void)writer.setField(in(folder_, "missing"), "title", std::string("T"));
+    (void)writer.setField(in(directory_, "missing"), "title", std::string("T"));
     (void)readField(path_, "title");
     (void)readField({file.get(), path_}, "composer");
     (void)readField(noise, "title");

@@ -7,7 +7,7 @@ namespace {
 
 class Edits : public ClientTest {
  protected:
-  std::string path_ = folder_.copyOf("flac_plain.flac");
+  std::string path_ = directory_.copyOf("flac_plain.flac");
 };
 
 Edit title(const std::string& text) {
@@ -35,7 +35,7 @@ TEST_F(Edits, StopAtTheFirstThatFails) {
 }
 
 TEST_F(Edits, StopAtTheFirstThatTheServiceRefuses) {
-  const std::string mp3 = folder_.copyOf("mp3_plain.mp3");
+  const std::string mp3 = directory_.copyOf("mp3_plain.mp3");
   const Edit edits[] = {title("One"), Edit::setField("cueSheet", std::string("no")), title("Two")};
   const Outcome outcome = writer_.write(mp3, edits);
   EXPECT_STATUS(Status::kRefused, outcome);
@@ -57,27 +57,27 @@ TEST_F(Edits, CanBeNone) {
   EXPECT_STATUS(Status::kWritten, writer_.write(path_, std::span<const Edit>()));
   EXPECT_EQ(stateOf(path_), before);
   EXPECT_STATUS(Status::kNotFound,
-                writer_.write(in(folder_, "missing.flac"), std::span<const Edit>()));
+                writer_.write(in(directory_, "missing.flac"), std::span<const Edit>()));
 }
 
 TEST_F(Edits, CanBeMadeInManyFiles) {
   const Edit edit = title("The same");
   for (const char* name : {"mp3_plain.mp3", "vorbis_plain.ogg", "wma_plain.wma"}) {
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     EXPECT_STATUS(Status::kWritten, writer_.write(path, edit));
     EXPECT_EQ(titleOf(path), "The same");
   }
 }
 
 TEST_F(Edits, TakeAPathThatIsNotUtf8) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3", "caf\xe9.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3", "caf\xe9.mp3");
   EXPECT_STATUS(Status::kWritten, writer_.write(path, title("One")));
   EXPECT_EQ(titleOf(path), "One");
 }
 
 TEST_F(Edits, AreByTheNameOfTheCallersFile) {
   // The name decides the format: here an MP3 under a descriptor called FLAC.
-  const std::string mp3 = folder_.copyOf("mp3_plain.mp3");
+  const std::string mp3 = directory_.copyOf("mp3_plain.mp3");
   const UniqueFd file = openFile(mp3);
   const Edit composer = Edit::setField("composer", std::string("C"));
   EXPECT_STATUS(Status::kRefused, writer_.write({file.get(), "song.flac"}, composer));
@@ -114,7 +114,7 @@ TEST_F(Edits, KeepAPictureThatIsNotToBeReplaced) {
         "opus_plain.opus", "wma_plain.wma", "aiff_plain.aiff", "wav_plain.wav", "ape_plain.ape",
         "wavpack_plain.wv", "mpc_plain.mpc", "dsf_plain.dsf"}) {
     SCOPED_TRACE(name);
-    const std::string path = folder_.copyOf(name, std::string("cover_") + name);
+    const std::string path = directory_.copyOf(name, std::string("cover_") + name);
     const Edit cover = Edit::setCover(red, detectImageType(red), false);
     EXPECT_STATUS(Status::kWritten, writer_.write(path, cover));
     const std::string before = readFile(path);

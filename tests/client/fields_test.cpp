@@ -85,7 +85,7 @@ class Fields : public ClientTest, public testing::WithParamInterface<Container> 
   }
   std::optional<TrackValue> read(std::string_view key) const { return readField(path_, key); }
 
-  std::string path_ = folder_.copyOf(GetParam().name);
+  std::string path_ = directory_.copyOf(GetParam().name);
 };
 
 TEST_P(Fields, ComeBackAsTheyWereWritten) {
@@ -152,19 +152,19 @@ INSTANTIATE_TEST_SUITE_P(Of, Fields, testing::ValuesIn(kContainers), [](const au
 class ReadField : public ClientTest {};
 
 TEST_F(ReadField, SaysNothingWhereThereIsNothing) {
-  const std::string mp3 = folder_.copyOf("mp3_plain.mp3");
+  const std::string mp3 = directory_.copyOf("mp3_plain.mp3");
   for (const field::Field& field : field::kAll) {
     EXPECT_FALSE(readField(mp3, field.key).has_value()) << field.key;
   }
   for (const char* key : {"", "titel", "Title", "path"}) {
-    EXPECT_FALSE(readField(folder_.copyOf("mp3_id3v23.mp3"), key).has_value()) << key;
+    EXPECT_FALSE(readField(directory_.copyOf("mp3_id3v23.mp3"), key).has_value()) << key;
   }
 }
 
 TEST_F(ReadField, SaysNothingOfFilesThatCannotBeRead) {
-  const std::string noise = folder_.write("noise.flac", "no audio at all");
-  for (const std::string& path : {in(folder_, "missing.mp3"), folder_.path().string(), noise,
-                                  std::string("/dev/null"), folder_.copyOf("ac3.ac3")}) {
+  const std::string noise = directory_.write("noise.flac", "no audio at all");
+  for (const std::string& path : {in(directory_, "missing.mp3"), directory_.path().string(), noise,
+                                  std::string("/dev/null"), directory_.copyOf("ac3.ac3")}) {
     EXPECT_FALSE(readField(path, "title").has_value()) << path;
     EXPECT_FALSE(readField(path, "composer").has_value()) << path;
   }
@@ -179,7 +179,7 @@ int waitingIn(const UniqueFd& pipe) {
 }
 
 TEST_F(ReadField, TakesNothingOutOfAPipe) {
-  const std::string fifo = in(folder_, "fifo.mp3");
+  const std::string fifo = in(directory_, "fifo.mp3");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   const UniqueFd writer = openFile(fifo, O_RDWR);
   ASSERT_EQ(::write(writer.get(), "ID3", 3), 3);
@@ -195,25 +195,25 @@ TEST_F(ReadField, TakesNothingOutOfAPipe) {
 }
 
 TEST_F(ReadField, DoesNotWaitForThePipesWriter) {
-  const std::string fifo = in(folder_, "fifo.mp3");
+  const std::string fifo = in(directory_, "fifo.mp3");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   EXPECT_FALSE(readField(fifo, "title").has_value());
 }
 
 TEST_F(ReadField, ReadsRegularFilesOnly) {
   const UniqueFd zero = openFile("/dev/zero", O_RDWR);
-  const UniqueFd folder = openFile(folder_.path(), O_RDONLY | O_DIRECTORY);
-  const std::string device = in(folder_, "zero.mp3");
+  const UniqueFd directory = openFile(directory_.path(), O_RDONLY | O_DIRECTORY);
+  const std::string device = in(directory_, "zero.mp3");
   std::filesystem::create_symlink("/dev/zero", device);
   for (const AudioFile& file : {AudioFile(device), AudioFile(zero.get(), "zero.mp3"),
-                                AudioFile(folder.get(), "folder.mp3")}) {
+                                AudioFile(directory.get(), "directory.mp3")}) {
     EXPECT_FALSE(readField(file, "title").has_value()) << file.path();
     EXPECT_FALSE(readField(file, "composer").has_value()) << file.path();
   }
 }
 
 TEST_F(ReadField, TakesNoPathWithAZeroByte) {
-  const std::string path = folder_.copyOf("mp3_id3v23.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v23.mp3");
   const UniqueFd file = openFile(path, O_RDONLY);
   ASSERT_TRUE(readField(path, "title").has_value());
   const std::string longer = path + std::string("\0.mp3", 5);
@@ -222,7 +222,7 @@ TEST_F(ReadField, TakesNoPathWithAZeroByte) {
 }
 
 TEST_F(ReadField, NeedsNoRightToWrite) {
-  const std::string path = folder_.copyOf("mp3_id3v23.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v23.mp3");
   const UniqueFd file = openFile(path, O_RDONLY);
   const auto title = readField(AudioFile(file.get(), path), "title");
   ASSERT_TRUE(title.has_value());

@@ -10,7 +10,7 @@
 #include <functional>
 #include <utility>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -75,14 +75,14 @@ void waitForLaterTime(const std::string& path) {
     EXPECT_EQ(::stat(file.c_str(), &status), 0) << file;
     return std::pair(status.st_ctim.tv_sec, status.st_ctim.tv_nsec);
   };
-  const TemporaryFolder folder;
-  while (changed(folder.write("clock", "tick")) <= changed(path)) {
+  const TemporaryDirectory directory;
+  while (changed(directory.write("clock", "tick")) <= changed(path)) {
   }
 }
 
-std::vector<std::string> namesIn(const std::filesystem::path& folder) {
+std::vector<std::string> namesIn(const std::filesystem::path& directory) {
   std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
     names.push_back(entry.path().filename());
   }
   std::sort(names.begin(), names.end());

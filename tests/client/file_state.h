@@ -37,8 +37,8 @@ FileState stateOf(const std::string& path);
 /// files may go in steps of some milliseconds.
 void waitForLaterTime(const std::string& path);
 
-/// The names in a folder, hidden ones included, sorted.
-std::vector<std::string> namesIn(const std::filesystem::path& folder);
+/// The names in a directory, hidden ones included, sorted.
+std::vector<std::string> namesIn(const std::filesystem::path& directory);
 
 /// The program's mark that lets it open network sockets: one that every write takes away.
 std::string capability();

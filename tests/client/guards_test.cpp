@@ -36,8 +36,8 @@ class OpenForEdit : public testing::Test {
     return open({file.get(), path_});
   }
 
-  TemporaryFolder folder_;
-  std::string path_ = folder_.copyOf("mp3_plain.mp3");
+  TemporaryDirectory directory_;
+  std::string path_ = directory_.copyOf("mp3_plain.mp3");
   int opened_ = -1;
 };
 
@@ -74,32 +74,32 @@ TEST_F(OpenForEdit, ThePathIsOnlyANameWhenThereIsADescriptor) {
 }
 
 TEST_F(OpenForEdit, SaysWhatIsWrongWithAPath) {
-  const std::string fifo = in(folder_, "fifo.mp3");
+  const std::string fifo = in(directory_, "fifo.mp3");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  const std::string socket = in(folder_, "socket.mp3");
+  const std::string socket = in(directory_, "socket.mp3");
   const UniqueFd bound(::socket(AF_UNIX, SOCK_STREAM, 0));
   sockaddr_un address{AF_UNIX, {}};
   socket.copy(address.sun_path, sizeof address.sun_path - 1);
   ASSERT_EQ(::bind(bound.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  std::filesystem::create_symlink(folder_.path(), in(folder_, "folder.mp3"));
-  std::filesystem::create_symlink("loop.mp3", in(folder_, "loop.mp3"));
+  std::filesystem::create_symlink(directory_.path(), in(directory_, "directory.mp3"));
+  std::filesystem::create_symlink("loop.mp3", in(directory_, "loop.mp3"));
 
-  EXPECT_STATUS(Status::kNotFound, open(in(folder_, "missing.mp3")));
+  EXPECT_STATUS(Status::kNotFound, open(in(directory_, "missing.mp3")));
   EXPECT_STATUS(Status::kNotFound, open(path_ + "/below.mp3"));
-  EXPECT_STATUS(Status::kNotFound, open(in(folder_, "loop.mp3")));
-  EXPECT_STATUS(Status::kNotFound, open(in(folder_, std::string(300, 'x'))));
+  EXPECT_STATUS(Status::kNotFound, open(in(directory_, "loop.mp3")));
+  EXPECT_STATUS(Status::kNotFound, open(in(directory_, std::string(300, 'x'))));
   EXPECT_STATUS(Status::kNotFound, open(""));
-  EXPECT_STATUS(Status::kNotRegularFile, open(folder_.path().string()));
-  EXPECT_STATUS(Status::kNotRegularFile, open(in(folder_, "folder.mp3")));
+  EXPECT_STATUS(Status::kNotRegularFile, open(directory_.path().string()));
+  EXPECT_STATUS(Status::kNotRegularFile, open(in(directory_, "directory.mp3")));
   EXPECT_STATUS(Status::kNotRegularFile, open(fifo));
   EXPECT_STATUS(Status::kNotRegularFile, open(socket));
   EXPECT_STATUS(Status::kNotRegularFile, open("/dev/null"));
-  EXPECT_EQ(open(in(folder_, "missing.mp3")).detail, "No such file or directory");
+  EXPECT_EQ(open(in(directory_, "missing.mp3")).detail, "No such file or directory");
 }
 
 TEST_F(OpenForEdit, SaysThatAFileIsNotWritable) {
   std::filesystem::permissions(path_, std::filesystem::perms(0444));
-  EXPECT_EQ(unprivileged(folder_,
+  EXPECT_EQ(unprivileged(directory_,
                          [this] {
                            UniqueFd fd;
                            return static_cast<int>(openForEdit(path_, fd).status);
@@ -117,9 +117,9 @@ TEST_F(OpenForEdit, SaysWhatIsWrongWithADescriptor) {
 
   const dbus::SocketPair sockets = dbus::makeSocketPair();
   EXPECT_STATUS(Status::kNotRegularFile, open({sockets.ours.get(), path_}));
-  const UniqueFd folder(::open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  EXPECT_STATUS(Status::kNotRegularFile, open({folder.get(), path_}));
-  const int closed = ::dup(folder.get());
+  const UniqueFd directory(::open(directory_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  EXPECT_STATUS(Status::kNotRegularFile, open({directory.get(), path_}));
+  const int closed = ::dup(directory.get());
   ::close(closed);
   EXPECT_STATUS(Status::kNotFound, open({closed, path_}));
 }
@@ -128,16 +128,16 @@ class CheckRequest : public testing::Test {
  protected:
   /// The outcome for a file of this name and size, which takes no room on the disk.
   Outcome check(const std::string& name, std::uint64_t size, const ValueDictionary& request) {
-    const std::string path = in(folder_, name);
+    const std::string path = in(directory_, name);
     makeSparse(path, size);
     const UniqueFd file = openFile(path);
     return checkRequest(file.get(), path, request);
   }
   std::uint64_t sizeWithPath(const std::string& name, const ValueDictionary& request) const {
-    return wireSizeOf(request) + in(folder_, name).size();
+    return wireSizeOf(request) + in(directory_, name).size();
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 };
 
 ValueDictionary artworkOf(std::span<const std::byte> image) {

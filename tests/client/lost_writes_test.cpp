@@ -33,7 +33,7 @@ class LostWrites : public ClientTest, public testing::WithParamInterface<const c
     return writer_.write(path_, Edit::setCover(image, ImageType::kPNG, true), options);
   }
 
-  std::string path_ = folder_.copyOf(GetParam());
+  std::string path_ = directory_.copyOf(GetParam());
 };
 
 TEST_P(LostWrites, AreToldInPlace) {
@@ -44,7 +44,7 @@ TEST_P(LostWrites, LeaveTheFileAsItIsInSafeMode) {
   const FileState before = stateOf(path_);
   EXPECT_STATUS(Status::kIncomplete, store({.safe = true}));
   EXPECT_EQ(stateOf(path_), before);
-  EXPECT_EQ(namesIn(folder_.path()), std::vector<std::string>{GetParam()});
+  EXPECT_EQ(namesIn(directory_.path()), std::vector<std::string>{GetParam()});
 }
 
 TEST_P(LostWrites, AreNotHiddenBehindTheOldTime) {

@@ -18,7 +18,7 @@ class Refusal : public ClientTest {
     return writer_.setField(file, "title", std::string("Title"), options);
   }
 
-  std::string path_ = folder_.copyOf("mp3_plain.mp3");
+  std::string path_ = directory_.copyOf("mp3_plain.mp3");
   FileState before_ = stateOf(path_);
 };
 
@@ -49,17 +49,17 @@ TEST_F(Refusal, OfValuesOfAnotherType) {
 }
 
 TEST_F(Refusal, OfFilesThatCannotBeEdited) {
-  const std::string fifo = in(folder_, "fifo.mp3");
+  const std::string fifo = in(directory_, "fifo.mp3");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  const std::string wav = in(folder_, "long.wav");
+  const std::string wav = in(directory_, "long.wav");
   makeSparse(wav, 0xffffffff);
   const UniqueFd readOnly = openFile(path_, O_RDONLY);
   const UniqueFd writeOnly = openFile(path_, O_WRONLY);
   const UniqueFd append = openFile(path_, O_RDWR | O_APPEND);
   for (const WriteOptions options : {WriteOptions{}, WriteOptions{.safe = true}}) {
     SCOPED_TRACE(options.safe ? "safe" : "in place");
-    EXPECT_STATUS(Status::kNotFound, setTitle(in(folder_, "missing.mp3"), options));
-    EXPECT_STATUS(Status::kNotRegularFile, setTitle(folder_.path().string(), options));
+    EXPECT_STATUS(Status::kNotFound, setTitle(in(directory_, "missing.mp3"), options));
+    EXPECT_STATUS(Status::kNotRegularFile, setTitle(directory_.path().string(), options));
     EXPECT_STATUS(Status::kNotRegularFile, setTitle(fifo, options));
     EXPECT_STATUS(Status::kNotRegularFile, setTitle("/dev/null", options));
     EXPECT_STATUS(Status::kNotWritable, setTitle("/sys/kernel/uevent_seqnum", options));
@@ -108,10 +108,10 @@ TEST_F(Refusal, OfNoEditIsNone) {
 }
 
 TEST_F(Refusal, ByTheService) {
-  const std::string noise = folder_.write("noise.flac", "no audio at all");
+  const std::string noise = directory_.write("noise.flac", "no audio at all");
   EXPECT_STATUS(Status::kRefused, setTitle(noise));
   EXPECT_EQ(readFile(noise), "no audio at all");
-  const std::string ac3 = folder_.copyOf("ac3.ac3");
+  const std::string ac3 = directory_.copyOf("ac3.ac3");
   EXPECT_STATUS(Status::kRefused, writer_.setField(ac3, "composer", std::string("C")));
   EXPECT_TRUE(readFile(ac3) == readFile(dataFile("ac3.ac3")));
   // An MP3 takes no cue sheet.

@@ -39,7 +39,7 @@ class SafeAttributes : public ClientTest {
   }
   int safeEdit() const { return safeEdit(path_); }
 
-  std::string path_ = folder_.copyOf("flac_plain.flac");
+  std::string path_ = directory_.copyOf("flac_plain.flac");
   int edits_ = 0;
 };
 
@@ -54,7 +54,7 @@ TEST_F(SafeAttributes, OfTheMode) {
 
 TEST_F(SafeAttributes, OfTheModeWithoutPrivileges) {
   // The system takes these marks away whenever such a user writes to a file.
-  std::filesystem::permissions(folder_.path(), std::filesystem::perms(0777));
+  std::filesystem::permissions(directory_.path(), std::filesystem::perms(0777));
   if (::geteuid() == 0) {
     ASSERT_EQ(::chown(path_.c_str(), kNobody, kNobody), 0);
   }
@@ -62,7 +62,7 @@ TEST_F(SafeAttributes, OfTheModeWithoutPrivileges) {
     SCOPED_TRACE(mode);
     ASSERT_EQ(::chmod(path_.c_str(), mode), 0);
     const FileState before = stateOf(path_);
-    EXPECT_EQ(unprivileged(folder_, [this] { return safeEdit(); }), kWritten);
+    EXPECT_EQ(unprivileged(directory_, [this] { return safeEdit(); }), kWritten);
     const FileState after = stateOf(path_);
     EXPECT_NE(after.inode, before.inode);
     EXPECT_EQ(after.mode, before.mode);
@@ -75,18 +75,18 @@ TEST_F(SafeAttributes, OfAModeThatCannotBeKept) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can give a file to a group of others";
   // Nobody may own a file of this group, but not mark it: the system leaves the mark out and says
   // that all is well.
-  ASSERT_EQ(::chown(folder_.path().c_str(), kNobody, kSomeGroup), 0);
-  ASSERT_EQ(::chmod(folder_.path().c_str(), 02777), 0);
+  ASSERT_EQ(::chown(directory_.path().c_str(), kNobody, kSomeGroup), 0);
+  ASSERT_EQ(::chmod(directory_.path().c_str(), 02777), 0);
   ASSERT_EQ(::chown(path_.c_str(), kNobody, kSomeGroup), 0);
   ASSERT_EQ(::chmod(path_.c_str(), 02775), 0);
   const FileState before = stateOf(path_);
-  EXPECT_EQ(unprivileged(folder_, [this] { return safeEdit(); }),
+  EXPECT_EQ(unprivileged(directory_, [this] { return safeEdit(); }),
             static_cast<int>(Status::kCopyFailed));
   EXPECT_EQ(stateOf(path_), before);
-  EXPECT_EQ(namesIn(folder_.path()).size(), 1);
+  EXPECT_EQ(namesIn(directory_.path()).size(), 1);
   // It is the mark that stands in the way.
   ASSERT_EQ(::chmod(path_.c_str(), 0775), 0);
-  EXPECT_EQ(unprivileged(folder_, [this] { return safeEdit(); }), kWritten);
+  EXPECT_EQ(unprivileged(directory_, [this] { return safeEdit(); }), kWritten);
   EXPECT_EQ(stateOf(path_).mode & 07777, 0775);
   EXPECT_EQ(stateOf(path_).group, kSomeGroup);
 }
@@ -122,14 +122,14 @@ TEST_F(SafeAttributes, ThatAreExtended) {
 TEST_F(SafeAttributes, ThatTheOwnerMayNotChange) {
   // The file has become read-only since it was opened.
   if (!setAttribute(path_, "user.one", "1")) GTEST_SKIP() << "no extended attributes here";
-  std::filesystem::permissions(folder_.path(), std::filesystem::perms(0777));
+  std::filesystem::permissions(directory_.path(), std::filesystem::perms(0777));
   if (::geteuid() == 0) {
     ASSERT_EQ(::chown(path_.c_str(), kNobody, kNobody), 0);
   }
   const UniqueFd file = openFile(path_);
   ASSERT_EQ(::chmod(path_.c_str(), 0444), 0);
   const FileState before = stateOf(path_);
-  EXPECT_EQ(unprivileged(folder_, [&] { return safeEdit({file.get(), path_}); }), kWritten);
+  EXPECT_EQ(unprivileged(directory_, [&] { return safeEdit({file.get(), path_}); }), kWritten);
   const FileState after = stateOf(path_);
   EXPECT_NE(after.inode, before.inode);
   EXPECT_EQ(after.mode, before.mode);
@@ -152,10 +152,10 @@ TEST_F(SafeAttributes, OfTheAccessList) {
   EXPECT_EQ(stateOf(path_).attributes[kAccessList], accessListFor(kSomebody));
 }
 
-TEST_F(SafeAttributes, OfTheFolderAreNotTakenOver) {
-  // New files in this folder let somebody read them. This one does not.
+TEST_F(SafeAttributes, OfTheDirectoryAreNotTakenOver) {
+  // New files in this directory let somebody read them. This one does not.
   ASSERT_EQ(::chmod(path_.c_str(), 0600), 0);
-  if (!setAttribute(folder_.path(), kDefaultAccessList, accessListFor(kSomebody))) {
+  if (!setAttribute(directory_.path(), kDefaultAccessList, accessListFor(kSomebody))) {
     GTEST_SKIP() << "no access lists here";
   }
   expectKept();

@@ -15,7 +15,7 @@
 namespace tagwriter::test {
 namespace {
 
-/// The longest name in an encrypted folder, in bytes.
+/// The longest name in an encrypted directory, in bytes.
 constexpr std::size_t kShortestLimit = 143;
 
 TEST_F(SafeCopyTest, IsGivenAgainWhatTheSystemTookAway) {
@@ -141,12 +141,13 @@ TEST_F(SafeCopyTest, DoesNotTakeItFromAnotherVersion) {
   EXPECT_STATUS(Status::kWritten, copy.replaceOriginal(file_.get()));
 }
 
-TEST_F(SafeCopyTest, StaysInItsFolder) {
-  // Somebody puts a link where the folder was, to a folder of others that has such a file, too.
-  const TemporaryFolder others;
+TEST_F(SafeCopyTest, StaysInItsDirectory) {
+  // Somebody puts a link where the directory was, to a directory of others that has such a file,
+  // too.
+  const TemporaryDirectory others;
   const std::string othersFile = others.write("file.mp3", "not yours");
-  const std::filesystem::path music = folder_.path() / "music";
-  const std::filesystem::path moved = folder_.path() / "moved";
+  const std::filesystem::path music = directory_.path() / "music";
+  const std::filesystem::path moved = directory_.path() / "moved";
   std::filesystem::create_directory(music);
   for (const bool named : {false, true}) {
     SCOPED_TRACE(named);
@@ -174,8 +175,8 @@ TEST_F(SafeCopyTest, StaysInItsFolder) {
   }
 }
 
-TEST_F(SafeCopyTest, VanishesFromItsFolderWhereverThatIs) {
-  const std::filesystem::path music = folder_.path() / "music";
+TEST_F(SafeCopyTest, VanishesFromItsDirectoryWhereverThatIs) {
+  const std::filesystem::path music = directory_.path() / "music";
   std::filesystem::create_directory(music);
   std::filesystem::rename(path_, music / "file.mp3");
   const Failing unnamed(Call::kOpenUnnamed, EOPNOTSUPP);
@@ -183,9 +184,9 @@ TEST_F(SafeCopyTest, VanishesFromItsFolderWhereverThatIs) {
     SafeCopy copy;
     ASSERT_STATUS(Status::kWritten, copy.make(file_.get(), music / "file.mp3"));
     ASSERT_EQ(namesIn(music).size(), 2);
-    std::filesystem::rename(music, folder_.path() / "moved");
+    std::filesystem::rename(music, directory_.path() / "moved");
   }
-  EXPECT_EQ(namesIn(folder_.path() / "moved"), Names{"file.mp3"});
+  EXPECT_EQ(namesIn(directory_.path() / "moved"), Names{"file.mp3"});
 }
 
 TEST_F(SafeCopyTest, HasANameOfWholeCharacters) {
@@ -193,10 +194,10 @@ TEST_F(SafeCopyTest, HasANameOfWholeCharacters) {
   for (const std::string& start : Names{"", "x", "xx"}) {
     std::string name = start;
     while (name.size() + 3 <= NAME_MAX) name += "夜";
-    const std::string path = folder_.write(name, "content");
+    const std::string path = directory_.write(name, "content");
     SafeCopy copy;
     ASSERT_STATUS(Status::kWritten, copy.make(openFile(path).get(), path));
-    const std::string hidden = namesIn(folder_.path()).front();
+    const std::string hidden = namesIn(directory_.path()).front();
     const std::string kept = hidden.substr(1, hidden.rfind(".tagwriter-") - 1);
     EXPECT_EQ((kept.size() - start.size()) % 3, 0) << hidden;
     EXPECT_EQ(name.rfind(kept, 0), 0) << hidden;
@@ -209,7 +210,7 @@ TEST_F(SafeCopyTest, WithANameVanishesWithItsObject) {
   {
     SafeCopy copy;
     ASSERT_STATUS(Status::kWritten, copy.make(file_.get(), path_));
-    const Names names = namesIn(folder_.path());
+    const Names names = namesIn(directory_.path());
     ASSERT_EQ(names.size(), 2);
     EXPECT_EQ(names.front().rfind(".file.mp3.tagwriter-", 0), 0) << names.front();
     EXPECT_TRUE(contentOf(copy) == content());

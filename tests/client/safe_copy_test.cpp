@@ -175,7 +175,7 @@ TEST_F(SafeCopyTest, IsNotMadeOfAPathWithAZeroByte) {
 }
 
 TEST_F(SafeCopyTest, OfAnEmptyFile) {
-  const std::string empty = folder_.write("empty", "");
+  const std::string empty = directory_.write("empty", "");
   SafeCopy copy;
   ASSERT_STATUS(Status::kWritten, copy.make(openFile(empty).get(), empty));
   EXPECT_EQ(contentOf(copy), "");
@@ -247,13 +247,14 @@ TEST_F(SafeCopyTest, IsNotMadeWhereNoFileCanBeMade) {
 }
 
 TEST_F(SafeCopyTest, IsNobodyElsesBeforeItHasItsMode) {
-  // Whoever may not read the file must not be able to read its copy, whom the folder lets in or
+  // Whoever may not read the file must not be able to read its copy, whom the directory lets in or
   // not.
   if (::geteuid() == 0) {
     ASSERT_EQ(::chown(path_.c_str(), kSomebody, kSomebody), 0);
   }
   ASSERT_EQ(::chmod(path_.c_str(), 0644), 0);
-  const bool hasList = setAttribute(folder_.path(), kDefaultAccessList, accessListFor(kSomebody));
+  const bool hasList =
+      setAttribute(directory_.path(), kDefaultAccessList, accessListFor(kSomebody));
   for (const bool named : {false, true}) {
     SCOPED_TRACE(named);
     const Failing unnamed(Call::kOpenUnnamed, named ? EOPNOTSUPP : 0);

@@ -41,7 +41,7 @@ class SafeCopyTest : public testing::Test {
     if (before_.attributes.empty()) return;
     ASSERT_EQ(::fremovexattr(copy.fd(), "user.tagwriter"), 0);
   }
-  void expectAlone() { EXPECT_EQ(namesIn(folder_.path()), Names{"file.mp3"}); }
+  void expectAlone() { EXPECT_EQ(namesIn(directory_.path()), Names{"file.mp3"}); }
 
   /// Somebody else where that is possible.
   static uid_t owner() { return ::geteuid() == 0 ? kSomebody : ::geteuid(); }
@@ -55,8 +55,8 @@ class SafeCopyTest : public testing::Test {
     return content;
   }
 
-  TemporaryFolder folder_;
-  std::string path_ = folder_.write("file.mp3", content());
+  TemporaryDirectory directory_;
+  std::string path_ = directory_.write("file.mp3", content());
   UniqueFd file_ = openFile(path_);
   FileState before_;
 };

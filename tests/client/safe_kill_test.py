@@ -118,13 +118,13 @@ class SafeKillTest(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        folder = tempfile.TemporaryDirectory(prefix="tagwriter-kill-")
-        cls.addClassCleanup(folder.cleanup)
-        cls.original = Path(folder.name) / "original.flac"
+        directory = tempfile.TemporaryDirectory(prefix="tagwriter-kill-")
+        cls.addClassCleanup(directory.cleanup)
+        cls.original = Path(directory.name) / "original.flac"
         make_flac(cls.original)
-        cls.folder = Path(folder.name) / "music"
-        cls.folder.mkdir()
-        cls.path = cls.folder / "song.flac"
+        cls.directory = Path(directory.name) / "music"
+        cls.directory.mkdir()
+        cls.path = cls.directory / "song.flac"
         cls.make_versions()
         seed = int(os.environ.get("SAFE_KILL_SEED", time.time_ns() % 1_000_000))
         print(f"SAFE_KILL_SEED={seed}")
@@ -186,11 +186,11 @@ class SafeKillTest(unittest.TestCase):
                 ends[expected[version]] += 1
                 title = mutagen.File(self.path)["title"][0]
                 self.assertEqual(set(title), {version})
-                others = set(os.listdir(self.folder)) - {self.path.name}
+                others = set(os.listdir(self.directory)) - {self.path.name}
                 # A finished copy that has its name, but not yet its place.
                 for name in others - leftovers:
                     self.assertTrue(name.startswith("."))
-                    self.assertTrue((self.folder / name).read_bytes() in self.versions.values())
+                    self.assertTrue((self.directory / name).read_bytes() in self.versions.values())
                 leftovers = others
         print(f"{KILLS} kills: {ends['before']} before, {ends['after']} after the edit in hand was in "
               f"place; {len(leftovers)} finished copies left under a hidden name")

@@ -18,15 +18,15 @@ class SafeMode : public ClientTest {
     return writer_.setField(file, "title", title, {.safe = true});
   }
 
-  std::string path_ = folder_.copyOf("flac_plain.flac");
+  std::string path_ = directory_.copyOf("flac_plain.flac");
   FileState before_ = stateOf(path_);
 };
 
 TEST_F(SafeMode, WritesWhatAnEditInPlaceWrites) {
   for (const std::string& name : audioFileNames()) {
     SCOPED_TRACE(name);
-    const std::string inPlace = folder_.copyOf(name, "in place " + name);
-    const std::string safe = folder_.copyOf(name);
+    const std::string inPlace = directory_.copyOf(name, "in place " + name);
+    const std::string safe = directory_.copyOf(name);
     const bool written =
         static_cast<bool>(writer_.setField(inPlace, "title", std::string("Title")));
     const FileState before = stateOf(safe);
@@ -43,14 +43,14 @@ TEST_F(SafeMode, GivesTheFileANewInodeAndLeavesNothingBehind) {
   EXPECT_STATUS(Status::kWritten, setTitle(path_));
   EXPECT_NE(stateOf(path_).inode, before_.inode);
   EXPECT_EQ(titleOf(path_), "Title");
-  EXPECT_EQ(namesIn(folder_.path()), Names{"flac_plain.flac"});
+  EXPECT_EQ(namesIn(directory_.path()), Names{"flac_plain.flac"});
 }
 
 TEST_F(SafeMode, CopiesFilesOfManyMegabytes) {
   std::string bytes = readFile(dataFile("flac_plain.flac"));
   for (std::uint32_t i = 0; bytes.size() < 5'000'001; ++i) bytes += std::to_string(i);
-  folder_.write("flac_plain.flac", bytes);
-  const std::string inPlace = folder_.write("in place.flac", bytes);
+  directory_.write("flac_plain.flac", bytes);
+  const std::string inPlace = directory_.write("in place.flac", bytes);
   const std::string title(100'000, 'x');
   EXPECT_STATUS(Status::kWritten, setTitle(path_, title));
   EXPECT_STATUS(Status::kWritten, writer_.setField(inPlace, "title", title));
@@ -59,7 +59,7 @@ TEST_F(SafeMode, CopiesFilesOfManyMegabytes) {
 }
 
 TEST_F(SafeMode, LeavesHardLinksTheOldContent) {
-  const std::string link = in(folder_, "link.flac");
+  const std::string link = in(directory_, "link.flac");
   fs::create_hard_link(path_, link);
   EXPECT_STATUS(Status::kWritten, setTitle(path_));
   EXPECT_EQ(stateOf(link), before_);
@@ -73,7 +73,7 @@ TEST_F(SafeMode, LeavesOpenDescriptorsTheOldContent) {
 }
 
 TEST_F(SafeMode, InPlaceKeepsInodeAndHardLinks) {
-  const std::string link = in(folder_, "link.flac");
+  const std::string link = in(directory_, "link.flac");
   fs::create_hard_link(path_, link);
   EXPECT_STATUS(Status::kWritten, writer_.setField(path_, "title", std::string("Title")));
   EXPECT_EQ(stateOf(path_).inode, before_.inode);
@@ -81,11 +81,11 @@ TEST_F(SafeMode, InPlaceKeepsInodeAndHardLinks) {
 }
 
 TEST_F(SafeMode, ReplacesTheTargetOfASymbolicLink) {
-  const fs::path elsewhere = folder_.path() / "elsewhere";
+  const fs::path elsewhere = directory_.path() / "elsewhere";
   fs::create_directory(elsewhere);
   fs::rename(path_, elsewhere / "target.flac");
   fs::create_symlink("elsewhere/target.flac", path_);
-  const std::string chain = in(folder_, "chain.flac");
+  const std::string chain = in(directory_, "chain.flac");
   fs::create_symlink("flac_plain.flac", chain);
   EXPECT_STATUS(Status::kWritten, setTitle(chain));
   EXPECT_EQ(fs::read_symlink(path_), "elsewhere/target.flac");
@@ -93,12 +93,12 @@ TEST_F(SafeMode, ReplacesTheTargetOfASymbolicLink) {
   EXPECT_EQ(titleOf((elsewhere / "target.flac").string()), "Title");
   EXPECT_NE(stateOf(elsewhere / "target.flac").inode, before_.inode);
   EXPECT_EQ(namesIn(elsewhere), Names{"target.flac"});
-  EXPECT_EQ(namesIn(folder_.path()), (Names{"chain.flac", "elsewhere", "flac_plain.flac"}));
+  EXPECT_EQ(namesIn(directory_.path()), (Names{"chain.flac", "elsewhere", "flac_plain.flac"}));
 }
 
 TEST_F(SafeMode, TakesARelativePath) {
   const fs::path before = fs::current_path();
-  fs::current_path(folder_.path());
+  fs::current_path(directory_.path());
   const Outcome outcome = setTitle("flac_plain.flac");
   fs::current_path(before);
   EXPECT_STATUS(Status::kWritten, outcome);
@@ -106,14 +106,14 @@ TEST_F(SafeMode, TakesARelativePath) {
 }
 
 TEST_F(SafeMode, TakesTheLongestName) {
-  const std::string path = folder_.copyOf("flac_plain.flac", std::string(250, 'x') + ".flac");
+  const std::string path = directory_.copyOf("flac_plain.flac", std::string(250, 'x') + ".flac");
   EXPECT_STATUS(Status::kWritten, setTitle(path));
   EXPECT_EQ(titleOf(path), "Title");
   // The same where the copy has a name.
   const Interception named(Call::kOpenUnnamed, [] { return EOPNOTSUPP; });
   EXPECT_STATUS(Status::kWritten, setTitle(path, "Again"));
   EXPECT_EQ(titleOf(path), "Again");
-  EXPECT_EQ(namesIn(folder_.path()).size(), 2);
+  EXPECT_EQ(namesIn(directory_.path()).size(), 2);
 }
 
 TEST_F(SafeMode, MakesAllEditsOnOneCopy) {
@@ -132,7 +132,7 @@ TEST_F(SafeMode, ReachesTheDiskBeforeItReachesTheName) {
   const CallRecord record;
   EXPECT_STATUS(Status::kWritten, setTitle(path_));
   Names calls = record.calls();
-  // From the last flush of the copy on: copy, name, place, folder.
+  // From the last flush of the copy on: copy, name, place, directory.
   ASSERT_GE(calls.size(), 4);
   calls.erase(calls.begin(), calls.end() - 4);
   EXPECT_EQ(calls, (Names{"fsync", "linkat", "rename", "fsync"}));
@@ -143,7 +143,7 @@ TEST_F(SafeMode, WorksWhereEveryFileHasAName) {
   EXPECT_STATUS(Status::kWritten, setTitle(path_));
   EXPECT_EQ(titleOf(path_), "Title");
   EXPECT_NE(stateOf(path_).inode, before_.inode);
-  EXPECT_EQ(namesIn(folder_.path()), Names{"flac_plain.flac"});
+  EXPECT_EQ(namesIn(directory_.path()), Names{"flac_plain.flac"});
 }
 
 TEST_F(SafeMode, ShortensTheCopyThroughThePlayer) {

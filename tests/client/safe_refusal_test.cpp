@@ -31,21 +31,21 @@ class SafeRefusal : public ClientTest {
   }
   void expectUntouched() {
     EXPECT_EQ(stateOf(path_), before_);
-    EXPECT_EQ(namesIn(folder_.path()), names_);
+    EXPECT_EQ(namesIn(directory_.path()), names_);
   }
-  /// Whatever is in the folder now belongs there.
+  /// Whatever is in the directory now belongs there.
   /// What comes of an edit by somebody without privileges.
   Status statusWithoutPrivileges() {
-    return static_cast<Status>(unprivileged(folder_, [this] {
+    return static_cast<Status>(unprivileged(directory_, [this] {
       TagWriter writer(TAGWRITER_WORKER);
       return static_cast<int>(setTitle(writer, path_).status);
     }));
   }
-  void settle() { names_ = namesIn(folder_.path()); }
+  void settle() { names_ = namesIn(directory_.path()); }
 
-  std::string path_ = folder_.copyOf("flac_plain.flac");
+  std::string path_ = directory_.copyOf("flac_plain.flac");
   FileState before_ = stateOf(path_);
-  std::vector<std::string> names_ = namesIn(folder_.path());
+  std::vector<std::string> names_ = namesIn(directory_.path());
 };
 
 TEST_F(SafeRefusal, OfOneEditIsOneOfAll) {
@@ -58,7 +58,7 @@ TEST_F(SafeRefusal, OfOneEditIsOneOfAll) {
 }
 
 TEST_F(SafeRefusal, ByTheService) {
-  const std::string mp3 = folder_.copyOf("mp3_plain.mp3");
+  const std::string mp3 = directory_.copyOf("mp3_plain.mp3");
   settle();
   const FileState before = stateOf(mp3);
   const Edit edits[] = {Edit::setField("title", std::string("T")),
@@ -104,30 +104,30 @@ TEST_F(SafeRefusal, BecauseTheCopyDoesNotOpenAnyMore) {
 }
 
 TEST_F(SafeRefusal, BecauseThePathNamesAnotherFile) {
-  const std::string other = folder_.copyOf("flac_comment.flac");
+  const std::string other = directory_.copyOf("flac_comment.flac");
   settle();
   const FileState otherBefore = stateOf(other);
   const UniqueFd file = openFile(path_);
   EXPECT_STATUS(Status::kCopyFailed, setTitle(writer_, {file.get(), other}));
-  EXPECT_STATUS(Status::kCopyFailed, setTitle(writer_, {file.get(), in(folder_, "missing")}));
+  EXPECT_STATUS(Status::kCopyFailed, setTitle(writer_, {file.get(), in(directory_, "missing")}));
   EXPECT_STATUS(Status::kCopyFailed, setTitle(writer_, {file.get(), ""}));
   EXPECT_EQ(stateOf(other), otherBefore);
   expectUntouched();
 }
 
-TEST_F(SafeRefusal, BecauseTheFolderTakesNoCopy) {
+TEST_F(SafeRefusal, BecauseTheDirectoryTakesNoCopy) {
   fs::permissions(path_, fs::perms(0666));
-  fs::permissions(folder_.path(), fs::perms(0555));
+  fs::permissions(directory_.path(), fs::perms(0555));
   before_ = stateOf(path_);
   EXPECT_EQ(statusWithoutPrivileges(), Status::kCopyFailed);
   expectUntouched();
-  fs::permissions(folder_.path(), fs::perms(0700));
+  fs::permissions(directory_.path(), fs::perms(0700));
 }
 
 TEST_F(SafeRefusal, BecauseTheOwnerCannotBeKept) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can make a file of somebody else";
   fs::permissions(path_, fs::perms(0666));
-  fs::permissions(folder_.path(), fs::perms(0777));
+  fs::permissions(directory_.path(), fs::perms(0777));
   before_ = stateOf(path_);
   EXPECT_EQ(statusWithoutPrivileges(), Status::kCopyFailed);
   expectUntouched();
@@ -138,7 +138,7 @@ class SafeRace : public SafeRefusal,
                  public testing::WithParamInterface<std::pair<const char*, const char*>> {};
 
 TEST_P(SafeRace, IsNotWon) {
-  const std::string program = script("meddler", "cd " + folder_.path().string() + "\n" +
+  const std::string program = script("meddler", "cd " + directory_.path().string() + "\n" +
                                                     GetParam().second + "\nexec $WORKER \"$@\"\n");
   // Old enough for any change to show.
   setTimes(path_, {1'000'000'000, 0}, {1'000'000'000, 0});
@@ -147,7 +147,7 @@ TEST_P(SafeRace, IsNotWon) {
   const Outcome outcome = setTitle(writer, path_);
   EXPECT_STATUS(Status::kReplaceFailed, outcome);
   EXPECT_NE(outcome.detail, "");
-  for (const std::string& name : namesIn(folder_.path())) {
+  for (const std::string& name : namesIn(directory_.path())) {
     EXPECT_NE(name.front(), '.') << name;
   }
   if (fs::exists(path_)) {
@@ -173,12 +173,12 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(SafeRefusal, BecauseTheFileChangesAtTheLastMoment) {
   // While the copy is on its way to the disk, which can take seconds.
   const Interception meddling(Call::kFsync, [this] {
-    folder_.write("flac_plain.flac", "somebody else's work");
+    directory_.write("flac_plain.flac", "somebody else's work");
     return 0;
   });
   EXPECT_STATUS(Status::kReplaceFailed, setTitle(writer_, path_));
   EXPECT_EQ(readFile(path_), "somebody else's work");
-  EXPECT_EQ(namesIn(folder_.path()), names_);
+  EXPECT_EQ(namesIn(directory_.path()), names_);
 }
 
 }  // namespace

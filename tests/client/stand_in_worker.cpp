@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
   const std::string work = how ? how : "";
   const int socket = std::stoi(option.substr(option.find('=') + 1));
   return dbus::serveWrites(UniqueFd(socket), [&](const Dictionary& request) {
-    const UniqueFd file(request.duplicateDescriptor(key::kFd));
+    const UniqueFd file = request.duplicateDescriptor(key::kFd);
     if (work == "cuts") return Answer{::ftruncate(file.get(), 0) == 0};
     if (work == "overwrites") return Answer{::pwrite(file.get(), "no audio", 8, 0) == 8};
     return Answer{true};

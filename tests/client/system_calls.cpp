@@ -94,8 +94,8 @@ using tagwriter::test::Call;
 using tagwriter::test::permits;
 using tagwriter::test::shortened;
 
-int __real_openat(int folder, const char* path, int flags, ...);
-int __wrap_openat(int folder, const char* path, int flags, ...) {
+int __real_openat(int directory, const char* path, int flags, ...);
+int __wrap_openat(int directory, const char* path, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
   const bool makes = (flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE;
@@ -103,7 +103,7 @@ int __wrap_openat(int folder, const char* path, int flags, ...) {
   va_end(arguments);
   if ((flags & O_TMPFILE) == O_TMPFILE && !permits(Call::kOpenUnnamed, "open unnamed")) return -1;
   if ((flags & O_EXCL) && !permits(Call::kOpenNew, "open new")) return -1;
-  return __real_openat(folder, path, flags, mode);
+  return __real_openat(directory, path, flags, mode);
 }
 
 int __real_ftruncate(int fd, off_t size);
@@ -116,15 +116,17 @@ int __wrap_fsync(int fd) {
   return permits(Call::kFsync, "fsync") ? __real_fsync(fd) : -1;
 }
 
-int __real_linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags);
-int __wrap_linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) {
-  return permits(Call::kLinkat, "linkat") ? __real_linkat(fromFolder, from, toFolder, to, flags)
-                                          : -1;
+int __real_linkat(int fromDirectory, const char* from, int toDirectory, const char* to, int flags);
+int __wrap_linkat(int fromDirectory, const char* from, int toDirectory, const char* to, int flags) {
+  return permits(Call::kLinkat, "linkat")
+             ? __real_linkat(fromDirectory, from, toDirectory, to, flags)
+             : -1;
 }
 
-int __real_renameat(int fromFolder, const char* from, int toFolder, const char* to);
-int __wrap_renameat(int fromFolder, const char* from, int toFolder, const char* to) {
-  return permits(Call::kRename, "rename") ? __real_renameat(fromFolder, from, toFolder, to) : -1;
+int __real_renameat(int fromDirectory, const char* from, int toDirectory, const char* to);
+int __wrap_renameat(int fromDirectory, const char* from, int toDirectory, const char* to) {
+  return permits(Call::kRename, "rename") ? __real_renameat(fromDirectory, from, toDirectory, to)
+                                          : -1;
 }
 
 int __real_fchown(int fd, uid_t user, gid_t group);

@@ -19,7 +19,7 @@ class Times : public ClientTest, public testing::WithParamInterface<bool> {
   WriteOptions keeping() const { return {.safe = GetParam(), .keepTimes = true}; }
   WriteOptions plain() const { return {.safe = GetParam(), .keepTimes = false}; }
 
-  std::string path_ = folder_.copyOf("flac_plain.flac");
+  std::string path_ = directory_.copyOf("flac_plain.flac");
 };
 
 TEST_P(Times, AreNewAfterAnEdit) {
@@ -37,7 +37,7 @@ TEST_P(Times, ThatCannotBeKeptAreSaid) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can make a file somebody else's";
   // Whoever may write the file need not be allowed to set its time.
   std::filesystem::permissions(path_, std::filesystem::perms(0666));
-  const int status = unprivileged(folder_, [this] {
+  const int status = unprivileged(directory_, [this] {
     TagWriter writer(TAGWRITER_WORKER);
     return static_cast<int>(writer.setField(path_, "title", std::string("T"), keeping()).status);
   });
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(Mode, Times, testing::Bool(), [](const auto& info) {
 });
 
 TEST_F(ClientTest, LeavesTheTimeOfAccessToTheSystem) {
-  const std::string path = folder_.copyOf("flac_plain.flac");
+  const std::string path = directory_.copyOf("flac_plain.flac");
   setTimes(path, kAccessed, kModified);
   EXPECT_STATUS(Status::kWritten,
                 writer_.setField(path, "title", std::string("T"), {.keepTimes = true}));

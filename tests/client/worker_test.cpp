@@ -30,7 +30,7 @@ class Worker : public ClientTest {
     return found.empty() ? -1 : *found.begin();
   }
 
-  std::string path_ = folder_.copyOf("mp3_plain.mp3");
+  std::string path_ = directory_.copyOf("mp3_plain.mp3");
   FileState before_ = stateOf(path_);
 };
 
@@ -69,8 +69,8 @@ TEST_F(Worker, ServesOneThreadAfterTheOther) {
 
 TEST_F(Worker, ThatCannotBeStartedIsSaid) {
   for (const std::string& program :
-       {folder_.path().string() + "/missing", folder_.write("no program", "#!/bin/sh\n"),
-        folder_.path().string(), script("ends at once", "exit 1"),
+       {directory_.path().string() + "/missing", directory_.write("no program", "#!/bin/sh\n"),
+        directory_.path().string(), script("ends at once", "exit 1"),
         script("is killed", "kill -9 $$"), script("does not speak", "exec true"),
         script("speaks nonsense and stays",
                R"(printf 'no\r\nno\r\nno\r\n' >&3; exec sleep 3600)")}) {
@@ -89,7 +89,7 @@ TEST_F(Worker, ThatCannotBeStartedIsSaid) {
 }
 
 TEST_F(Worker, ThatCouldNotBeStartedIsTriedAgain) {
-  const std::string once = script("once", "cd " + folder_.path().string() +
+  const std::string once = script("once", "cd " + directory_.path().string() +
                                               "\nmkdir tried 2>/dev/null && exit 1\n"
                                               "exec $WORKER \"$@\"\n");
   TagWriter writer(once);
@@ -100,7 +100,7 @@ TEST_F(Worker, ThatCouldNotBeStartedIsTriedAgain) {
 }
 
 TEST_F(Worker, ThatIsKilledInTheMiddleDoesNotAnswerAndHasASuccessor) {
-  const std::string ape = folder_.copyOf("ape_tagged.ape");
+  const std::string ape = directory_.copyOf("ape_tagged.ape");
   EXPECT_STATUS(Status::kWritten, writer_.setField(ape, "title", std::string(5000, 'x')));
   const pid_t first = worker();
   {
@@ -141,7 +141,7 @@ TEST_F(Worker, IsNotDisturbedByThePlayersSignals) {
   ASSERT_EQ(::sigaction(SIGALRM, &handled, &old), 0);
   const itimerval often = {{0, 300}, {0, 300}};
   const itimerval never = {};
-  const std::string ape = folder_.copyOf("ape_tagged.ape");
+  const std::string ape = directory_.copyOf("ape_tagged.ape");
   const auto size = std::filesystem::file_size(ape);
   ::setitimer(ITIMER_REAL, &often, nullptr);
   for (int i = 0; i < 20; ++i) {
@@ -177,7 +177,7 @@ TEST_F(Worker, InheritsNothingButItsSocket) {
   struct sigaction ignored {};
   ignored.sa_handler = SIG_IGN;
   ASSERT_EQ(::sigaction(SIGTERM, &ignored, &old), 0);
-  const std::string other = folder_.copyOf("flac_plain.flac");
+  const std::string other = directory_.copyOf("flac_plain.flac");
   EXPECT_STATUS(Status::kWritten, writer_.setField(other, "title", std::string("T")));
   ::sigaction(SIGTERM, &old, nullptr);
   const std::string open = "/proc/" + std::to_string(worker()) + "/fd/";

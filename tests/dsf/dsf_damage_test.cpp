@@ -7,7 +7,7 @@
 #include "tests/dsf/allocation_meter.h"
 #include "tests/dsf/dsf_bytes.h"
 #include "tests/dsf/open_dsf.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -21,7 +21,7 @@ TEST(AllocationMeterTest, SeesWhatTheLibraryAllocates) {
 class CutDsfTest : public testing::TestWithParam<std::int64_t> {};
 
 TEST_P(CutDsfTest, IsSavedWithoutLossAtEveryLength) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   DsfBytes dsf;
   dsf.pointer = GetParam();
   const std::string whole = dsf.bytes();
@@ -30,7 +30,7 @@ TEST_P(CutDsfTest, IsSavedWithoutLossAtEveryLength) {
   for (std::size_t length = 0; length <= 120; ++length) {
     SCOPED_TRACE(length);
     const std::string before = whole.substr(0, length);
-    const std::string path = folder.write("cut.dsf", before);
+    const std::string path = directory.write("cut.dsf", before);
     for (const bool empty : {true, false}) {
       OpenDsf cut(path);
       EXPECT_EQ(cut.file.isValid(), length >= 4);
@@ -59,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(Pointers, CutDsfTest, testing::Values(0, 156));
 
 TEST(DamagedDsfTest, IsEditedWithoutACrashOrAHugeAllocation) {
   constexpr int kRounds = 3000;
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   const std::string whole = readFile(dataFile("dsf_tagged.dsf"));
   std::mt19937 random(20240229);
   int invalid = 0;
@@ -76,7 +76,7 @@ TEST(DamagedDsfTest, IsEditedWithoutACrashOrAHugeAllocation) {
     if (round % 3 == 0) {
       before = withPointer(before, static_cast<std::int64_t>(random() % (2 * whole.size())));
     }
-    const std::string path = folder.write("damaged.dsf", before);
+    const std::string path = directory.write("damaged.dsf", before);
     const bool magic = before.compare(0, 4, "DSD ") == 0;
     const bool samePointer = int64At(before, kPointerAt) == int64At(whole, kPointerAt);
     invalid += !magic;

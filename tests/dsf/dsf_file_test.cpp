@@ -6,18 +6,18 @@
 
 #include "tests/dsf/dsf_bytes.h"
 #include "tests/dsf/open_dsf.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
 
 class DsfFileTest : public testing::Test {
  protected:
-  TemporaryFolder folder;
+  TemporaryDirectory directory;
 };
 
 TEST_F(DsfFileTest, ReadsTheTagAtThePointer) {
-  OpenDsf dsf(folder.copyOf("dsf_tagged.dsf"));
+  OpenDsf dsf(directory.copyOf("dsf_tagged.dsf"));
   ASSERT_TRUE(dsf.file.isValid());
   ASSERT_NE(dynamic_cast<TagLib::ID3v2::Tag*>(dsf.file.tag()), nullptr);
   EXPECT_EQ(dsf.file.tag()->title().to8Bit(true), "Rising Tone");
@@ -25,14 +25,14 @@ TEST_F(DsfFileTest, ReadsTheTagAtThePointer) {
 }
 
 TEST_F(DsfFileTest, HasAnEmptyTagWhereThePointerIsZero) {
-  OpenDsf dsf(folder.copyOf("dsf_plain.dsf"));
+  OpenDsf dsf(directory.copyOf("dsf_plain.dsf"));
   ASSERT_TRUE(dsf.file.isValid());
   ASSERT_NE(dynamic_cast<TagLib::ID3v2::Tag*>(dsf.file.tag()), nullptr);
   EXPECT_TRUE(dsf.file.tag()->isEmpty());
 }
 
 TEST_F(DsfFileTest, ReadsTheProperties) {
-  OpenDsf dsf(folder.copyOf("dsf_tagged.dsf"));
+  OpenDsf dsf(directory.copyOf("dsf_tagged.dsf"));
   ASSERT_NE(dsf.file.audioProperties(), nullptr);
   EXPECT_EQ(dsf.file.audioProperties()->channels(), 1);
   EXPECT_EQ(dsf.file.audioProperties()->sampleRate(), 2822400);
@@ -40,7 +40,7 @@ TEST_F(DsfFileTest, ReadsTheProperties) {
 }
 
 TEST_F(DsfFileTest, HasNoPropertiesWhenTheyAreNotWanted) {
-  const std::string path = folder.copyOf("dsf_tagged.dsf");
+  const std::string path = directory.copyOf("dsf_tagged.dsf");
   TagLib::FDFileStream stream(openFile(path).release(), path.c_str(), nullptr);
   const TagLib::DSF::File file(&stream, false);
   EXPECT_EQ(file.audioProperties(), nullptr);
@@ -49,7 +49,7 @@ TEST_F(DsfFileTest, HasNoPropertiesWhenTheyAreNotWanted) {
 }
 
 TEST_F(DsfFileTest, LeavesTheStreamToItsOwner) {
-  const std::string path = folder.copyOf("dsf_tagged.dsf");
+  const std::string path = directory.copyOf("dsf_tagged.dsf");
   TagLib::FDFileStream stream(openFile(path).release(), path.c_str(), nullptr);
   { const TagLib::DSF::File file(&stream); }
   EXPECT_TRUE(stream.isOpen());
@@ -58,7 +58,7 @@ TEST_F(DsfFileTest, LeavesTheStreamToItsOwner) {
 }
 
 TEST_F(DsfFileTest, OpensAndEditsByName) {
-  const std::string path = folder.copyOf("dsf_plain.dsf");
+  const std::string path = directory.copyOf("dsf_plain.dsf");
   {
     TagLib::DSF::File file(path.c_str());
     ASSERT_TRUE(file.isValid());
@@ -71,20 +71,20 @@ TEST_F(DsfFileTest, OpensAndEditsByName) {
 }
 
 TEST_F(DsfFileTest, HasNoTagWhenItCannotBeOpened) {
-  TagLib::DSF::File file((folder.path() / "absent.dsf").c_str());
+  TagLib::DSF::File file((directory.path() / "absent.dsf").c_str());
   EXPECT_FALSE(file.isOpen());
   EXPECT_FALSE(file.isValid());
   EXPECT_EQ(file.tag(), nullptr);
   EXPECT_EQ(file.audioProperties(), nullptr);
   EXPECT_FALSE(file.save());
-  EXPECT_FALSE(std::filesystem::exists(folder.path() / "absent.dsf"));
+  EXPECT_FALSE(std::filesystem::exists(directory.path() / "absent.dsf"));
 }
 
 class ForeignFileTest : public DsfFileTest, public testing::WithParamInterface<std::string> {};
 
 TEST_P(ForeignFileTest, IsInvalidAndKeepsItsBytes) {
   const std::string bytes = GetParam();
-  const std::string path = folder.write("foreign.dsf", bytes);
+  const std::string path = directory.write("foreign.dsf", bytes);
   {
     OpenDsf dsf(path);
     EXPECT_TRUE(dsf.file.isOpen());

@@ -10,7 +10,7 @@
 #include "dsf/dsf_file.h"
 #include "tests/dsf/dsf_bytes.h"
 #include "tests/dsf/open_dsf.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -94,12 +94,12 @@ class DsfFileRefTest : public testing::Test {
     EXPECT_TRUE(file.save());
   }
 
-  TemporaryFolder folder;
-  const std::string plain = folder.copyOf("dsf_plain.dsf", "the file itself");
+  TemporaryDirectory directory;
+  const std::string plain = directory.copyOf("dsf_plain.dsf", "the file itself");
 };
 
 TEST_F(DsfFileRefTest, NeverOpensTheNameOfAStream) {
-  const std::string decoy = folder.copyOf("dsf_tagged.dsf", "decoy.dsf");
+  const std::string decoy = directory.copyOf("dsf_tagged.dsf", "decoy.dsf");
   const std::string decoyBefore = readFile(decoy);
 
   const UniqueFd watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
@@ -115,27 +115,27 @@ TEST_F(DsfFileRefTest, NeverOpensTheNameOfAStream) {
 }
 
 TEST_F(DsfFileRefTest, NeedsNoFileOfTheStreamsName) {
-  const std::string absent = folder.path() / "absent.DSF";
+  const std::string absent = directory.path() / "absent.DSF";
   editUnderTheName(absent, plain);
   EXPECT_FALSE(std::filesystem::exists(absent));
   EXPECT_EQ(OpenDsf(plain).file.tag()->title().to8Bit(true), "through the stream");
 }
 
 TEST_F(DsfFileRefTest, OpensAPathByItsName) {
-  const TagLib::FileRef file(folder.copyOf("dsf_tagged.dsf").c_str());
+  const TagLib::FileRef file(directory.copyOf("dsf_tagged.dsf").c_str());
   ASSERT_FALSE(file.isNull());
   EXPECT_EQ(file.tag()->title().to8Bit(true), "Rising Tone");
   EXPECT_EQ(file.audioProperties()->sampleRate(), 2822400);
 }
 
 TEST_F(DsfFileRefTest, IsNullOverAFileThatIsNoDsfFile) {
-  const std::string path = folder.write("text.dsf", "no audio at all");
+  const std::string path = directory.write("text.dsf", "no audio at all");
   TagLib::FDFileStream stream(openFile(path).release(), path.c_str(), nullptr);
   EXPECT_TRUE(TagLib::FileRef(&stream).isNull());
 }
 
 TEST_F(DsfFileRefTest, LeavesOtherNamesToTheLibrary) {
-  const std::string path = folder.copyOf("mp3_plain.mp3");
+  const std::string path = directory.copyOf("mp3_plain.mp3");
   TagLib::FDFileStream stream(openFile(path).release(), path.c_str(), nullptr);
   const TagLib::FileRef file(&stream);
   ASSERT_FALSE(file.isNull());

@@ -8,7 +8,7 @@
 
 #include "tests/dsf/dsf_bytes.h"
 #include "tests/dsf/open_dsf.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -23,9 +23,9 @@ std::string plainBytes() {
 /// Pointers at or beyond the end, which leave the offset at -1, and negative ones, which become it.
 class PointerToNowhereTest : public testing::TestWithParam<std::int64_t> {
  protected:
-  TemporaryFolder folder;
+  TemporaryDirectory directory;
   const std::string before = withPointer(plainBytes(), GetParam());
-  const std::string path = folder.write("nowhere.dsf", before);
+  const std::string path = directory.write("nowhere.dsf", before);
 };
 
 TEST_P(PointerToNowhereTest, LeavesAValidFileWithAnEmptyTag) {
@@ -131,9 +131,9 @@ TEST(PointerTest, IsSignedAndGivesWayToMinusOneFromTheFilesLengthOn) {
 
 TEST(PointerTest, ToTheLastByteIsTaken) {
   // There is no tag: the library makes one of 10 bytes of it, which the new one replaces.
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   const std::string before = withPointer(plainBytes(), 8283);
-  const std::string path = folder.write("last.dsf", before);
+  const std::string path = directory.write("last.dsf", before);
   EXPECT_TRUE(editTitle(path, "at the last byte"));
   const std::string after = readFile(path);
   EXPECT_EQ(after.substr(0, 8283), before.substr(0, 8283));
@@ -141,17 +141,17 @@ TEST(PointerTest, ToTheLastByteIsTaken) {
 }
 
 TEST(PointerTest, SurvivesATagThatClaimsMoreThanTheFileHas) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   const std::string header = std::string("ID3\x04\0\0\x7F\x7F\x7F\x7F", 10);
   const std::string before = withPointer(plainBytes(), 8284) + header;
-  const std::string path = folder.write("claims.dsf", before);
+  const std::string path = directory.write("claims.dsf", before);
   EXPECT_TRUE(editTitle(path, "true"));
   const std::string after = readFile(path);
   EXPECT_EQ(after.substr(0, 8284), before.substr(0, 8284));
   EXPECT_EQ(after.size(), 8284 + id3v2SizeAt(after, 8284));
   EXPECT_EQ(OpenDsf(path).file.tag()->title().to8Bit(true), "true");
 
-  const std::string emptied = folder.write("emptied.dsf", before);
+  const std::string emptied = directory.write("emptied.dsf", before);
   EXPECT_TRUE(saveEmptied(emptied));
   EXPECT_EQ(readFile(emptied), plainBytes());
 }

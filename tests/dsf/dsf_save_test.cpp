@@ -4,7 +4,7 @@
 
 #include "tests/dsf/dsf_bytes.h"
 #include "tests/dsf/open_dsf.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -13,10 +13,10 @@ constexpr std::size_t kAudioEnd = 8284;  // of all files in tests/data
 
 class DsfSaveTest : public testing::Test {
  protected:
-  TemporaryFolder folder;
-  const std::string plain = folder.copyOf("dsf_plain.dsf");
+  TemporaryDirectory directory;
+  const std::string plain = directory.copyOf("dsf_plain.dsf");
   const std::string plainBefore = readFile(plain);
-  const std::string tagged = folder.copyOf("dsf_tagged.dsf");
+  const std::string tagged = directory.copyOf("dsf_tagged.dsf");
   const std::string taggedBefore = readFile(tagged);
 };
 
@@ -36,9 +36,10 @@ class DeafStream : public TagLib::ByteVectorStream {
 };
 
 /// The title of an ID3v2 tag that starts at `offset`, found by a file of its own.
-std::string titleAt(const TemporaryFolder& folder, const std::string& bytes, std::size_t offset) {
+std::string titleAt(const TemporaryDirectory& directory, const std::string& bytes,
+                    std::size_t offset) {
   const std::string path =
-      folder.write("cut.dsf", withPointer(bytes, static_cast<int64_t>(offset)));
+      directory.write("cut.dsf", withPointer(bytes, static_cast<int64_t>(offset)));
   return OpenDsf(path).file.tag()->title().to8Bit(true);
 }
 
@@ -83,7 +84,7 @@ TEST_F(DsfSaveTest, ShrinksTheTagInItsPlace) {
 
 TEST_F(DsfSaveTest, KeepsWhatStandsBehindTheTag) {
   const std::string tail = "left by somebody else";
-  const std::string path = folder.write("tail.dsf", taggedBefore + tail);
+  const std::string path = directory.write("tail.dsf", taggedBefore + tail);
   EXPECT_TRUE(editTitle(path, std::string(5000, 'x')));
   const std::string after = readFile(path);
   EXPECT_EQ(after.substr(kAudioEnd + id3v2SizeAt(after, kAudioEnd)), tail);
@@ -118,8 +119,8 @@ TEST_F(DsfSaveTest, PutsASecondTagBeforeTheOneItAppended) {  // kept
   EXPECT_EQ(after.substr(0, kAudioEnd), withPointer(plainBefore, kAudioEnd));
   const std::size_t first = kAudioEnd + id3v2SizeAt(after, kAudioEnd);
   EXPECT_EQ(after.size(), first + id3v2SizeAt(after, first));
-  EXPECT_EQ(titleAt(folder, after, kAudioEnd), "two");
-  EXPECT_EQ(titleAt(folder, after, first), "one");
+  EXPECT_EQ(titleAt(directory, after, kAudioEnd), "two");
+  EXPECT_EQ(titleAt(directory, after, first), "one");
 }
 
 TEST_F(DsfSaveTest, RemovesAnEmptiedTagAndItsPointer) {
@@ -164,10 +165,10 @@ TEST_F(DsfSaveTest, ForgetsTheRemovedTagsSize) {
     }
   }
   const std::string after = readFile(tagged);
-  EXPECT_EQ(titleAt(folder, after, kAudioEnd), "two");
+  EXPECT_EQ(titleAt(directory, after, kAudioEnd), "two");
   const std::size_t first = kAudioEnd + id3v2SizeAt(after, kAudioEnd);
   EXPECT_EQ(after.size(), first + id3v2SizeAt(after, first));
-  EXPECT_EQ(titleAt(folder, after, first), "one");
+  EXPECT_EQ(titleAt(directory, after, first), "one");
 }
 
 TEST_F(DsfSaveTest, ChangesNothingForAnEmptyTagThatWasNeverThere) {

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 

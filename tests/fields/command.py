@@ -4,7 +4,7 @@ import os
 import subprocess
 import tempfile
 
-import reading  # noqa: F401, which finds the player's folder
+import reading  # noqa: F401, which finds the player's directory
 from support import SANITIZER_REPORTS, ScratchTest, contents, run
 
 TAGWRITER = os.path.join(os.environ["TAGWRITER_BIN"], "tagwriter")
@@ -12,8 +12,8 @@ TAGWRITER = os.path.join(os.environ["TAGWRITER_BIN"], "tagwriter")
 
 def all_samples(paths):
     """A digest of the decoded audio of each of the files `paths`, a dict: one ffmpeg for all."""
-    with tempfile.TemporaryDirectory() as folder:
-        digests = {name: os.path.join(folder, str(i)) for i, name in enumerate(paths)}
+    with tempfile.TemporaryDirectory() as directory:
+        digests = {name: os.path.join(directory, str(i)) for i, name in enumerate(paths)}
         inputs = [flag for path in paths.values() for flag in ("-i", path)]
         outputs = [flag for i, digest in enumerate(digests.values())
                    for flag in ("-map", f"{i}:a", "-f", "md5", digest)]

@@ -10,7 +10,7 @@
 #include "tests/fields/edit.h"
 #include "tests/fields/tag_contents.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -88,14 +88,14 @@ class CueSheet : public testing::Test {
     }
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 
  private:
   std::optional<LogCapture> log_;
 };
 
 TEST_F(CueSheet, ReplacesTheOneInAFLAC) {
-  const std::string path = folder_.copyOf("flac_comment.flac");
+  const std::string path = directory_.copyOf("flac_comment.flac");
   ASSERT_TRUE(readTagContents(path).contains("Xiph CUESHEET"));
   expectWritten(path, "Xiph CUESHEET", kSheet, {kSheet});
   expectWritten(path, "Xiph CUESHEET", nullptr, {});
@@ -103,7 +103,7 @@ TEST_F(CueSheet, ReplacesTheOneInAFLAC) {
 
 TEST_F(CueSheet, IsNoReasonForACommentInAFLAC) {
   for (const char* sheet : {kSheet, static_cast<const char*>(nullptr)}) {
-    const std::string path = folder_.copyOf("flac_plain.flac");
+    const std::string path = directory_.copyOf("flac_plain.flac");
     TagContents expected = readTagContents(path);
     ASSERT_FALSE(expected.contains("Xiph vendor"));
     EXPECT_TRUE(writeField(path, "cueSheet", textValue(sheet)));
@@ -116,14 +116,14 @@ TEST_F(CueSheet, IsNoReasonForACommentInAFLAC) {
 TEST_F(CueSheet, GoesIntoEveryKindOfOgg) {
   for (const char* file : {"vorbis_plain.ogg", "vorbis_tagged.ogg", "vorbis.oga", "flac.oga",
                            "opus_plain.opus", "opus_tagged.opus"}) {
-    expectWritten(folder_.copyOf(file), "Xiph CUESHEET", kSheet, {kSheet});
+    expectWritten(directory_.copyOf(file), "Xiph CUESHEET", kSheet, {kSheet});
   }
 }
 
 TEST_F(CueSheet, GoesAwayFromOgg) {
   for (const char* file : {"vorbis_tagged.ogg", "vorbis.oga", "flac.oga", "opus_tagged.opus"}) {
     for (const char* sheet : {"", static_cast<const char*>(nullptr)}) {
-      const std::string path = folder_.copyOf(file);
+      const std::string path = directory_.copyOf(file);
       expectWritten(path, "Xiph CUESHEET", kSheet, {kSheet});
       expectWritten(path, "Xiph CUESHEET", sheet, {});
     }
@@ -133,7 +133,7 @@ TEST_F(CueSheet, GoesAwayFromOgg) {
 TEST_F(CueSheet, GoesIntoAnAPETagThatIsThere) {
   for (const char* file : {"ape_tagged.ape", "ape_id3v1.ape", "wavpack_tagged.wv"}) {
     for (const char* sheet : {"", static_cast<const char*>(nullptr)}) {
-      const std::string path = folder_.copyOf(file);
+      const std::string path = directory_.copyOf(file);
       expectWritten(path, "APE CUESHEET", kSheet, {"text:" + std::string(kSheet)});
       expectWritten(path, "APE CUESHEET", sheet, {});
     }
@@ -141,33 +141,33 @@ TEST_F(CueSheet, GoesIntoAnAPETagThatIsThere) {
 }
 
 TEST_F(CueSheet, IsNoReasonForAnAPETag) {
-  expectRefused(folder_.copyOf("ape_plain.ape"));
-  expectRefused(folder_.copyOf("wavpack_plain.wv"));
+  expectRefused(directory_.copyOf("ape_plain.ape"));
+  expectRefused(directory_.copyOf("wavpack_plain.wv"));
 }
 
 TEST_F(CueSheet, IsRefusedByOtherFormats) {
   for (const char* file : {"mp3_plain.mp3", "mp3_id3v23.mp3", "mp3_id3v2_ape.mp3", "m4a_tagged.m4a",
                            "wma_tagged.wma", "wav_id3.wav", "aiff_id3.aif", "aiff_plain.aiff",
                            "dsf_tagged.dsf", "mpc_tagged.mpc", "ac3.ac3", "au.au", "vgm.vgm"}) {
-    expectRefused(folder_.copyOf(file));
+    expectRefused(directory_.copyOf(file));
   }
-  expectRefused(folder_.copyOf("m4a_tagged.m4a", "protected.m4p"));
-  expectRefused(folder_.copyOf("ape_tagged.ape", "other.shn"));
+  expectRefused(directory_.copyOf("m4a_tagged.m4a", "protected.m4p"));
+  expectRefused(directory_.copyOf("ape_tagged.ape", "other.shn"));
 }
 
 TEST_F(CueSheet, IsRefusedByAnOgaFileOfNeitherCodec) {
-  expectRefused(folder_.copyOf("opus.oga"));
-  expectRefused(folder_.copyOf("speex.oga"));
-  expectRefused(folder_.write("short.oga", "OggS"));
+  expectRefused(directory_.copyOf("opus.oga"));
+  expectRefused(directory_.copyOf("speex.oga"));
+  expectRefused(directory_.write("short.oga", "OggS"));
 }
 
 TEST_F(CueSheet, IsRefusedByAnOggFLACStreamUnderTheNameOfVorbis) {
-  expectRefused(folder_.copyOf("oggflac_named.ogg"));
+  expectRefused(directory_.copyOf("oggflac_named.ogg"));
 }
 
 TEST_F(CueSheet, IsRefusedByFilesThatAreNotValid) {
   for (const char* name : {"noise.flac", "noise.ogg", "noise.opus", "noise.ape", "noise.wv"}) {
-    expectRefused(folder_.write(name, std::string(4000, 'n')));
+    expectRefused(directory_.write(name, std::string(4000, 'n')));
   }
 }
 

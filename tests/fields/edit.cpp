@@ -7,7 +7,7 @@
 #include "protocol/value_dictionary.h"
 #include "tagging/field_table.h"
 #include "tests/support/descriptors.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 

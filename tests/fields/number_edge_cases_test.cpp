@@ -10,7 +10,7 @@
 #include "tests/fields/places.h"
 #include "tests/fields/prepare.h"
 #include "tests/fields/tag_contents.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -27,20 +27,20 @@ class NumberEdgeCases : public testing::Test {
   }
 
   std::string written(const char* file, const char* field, const FieldValue& value) {
-    std::string path = folder_.copyOf(file);
+    std::string path = directory_.copyOf(file);
     EXPECT_TRUE(writeField(path, field, value)) << file;
     return path;
   }
 
   /// A copy of an MP3 file whose track is `text`, or none when null, after an edit.
   Values trackOfMP3(const char* text, const char* field, std::int64_t value) {
-    const std::string path = folder_.copyOf("mp3_plain.mp3");
+    const std::string path = directory_.copyOf("mp3_plain.mp3");
     if (text) prepareID3v2(path, [&](TagLib::ID3v2::Tag& tag) { addText(tag, "TRCK", text); });
     EXPECT_TRUE(writeField(path, field, numberValue(value)));
     return valuesIn(path, "ID3v2 TRCK");
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 };
 
 TEST_F(NumberEdgeCases, TrackNumberOfAnMP3) {
@@ -76,7 +76,7 @@ TEST_F(NumberEdgeCases, TrackNumberOfAnMP3GoesIntoBothTags) {
 }
 
 TEST_F(NumberEdgeCases, TrackOfAnM4A) {
-  const std::string path = folder_.copyOf("m4a_plain.m4a");
+  const std::string path = directory_.copyOf("m4a_plain.m4a");
   EXPECT_TRUE(writeField(path, "trackNumber", numberValue(4)));
   EXPECT_EQ(valuesIn(path, "MP4 trkn"), Values{mp4Pair("trkn", 4, 0)});
 
@@ -102,7 +102,7 @@ TEST_F(NumberEdgeCases, TrackOfAnAPEFile) {
 
 TEST_F(NumberEdgeCases, TrackTotalIsNotForWMA) {
   for (const std::int64_t total : {0, 12}) {
-    const std::string path = folder_.copyOf("wma_tagged.wma");
+    const std::string path = directory_.copyOf("wma_tagged.wma");
     EXPECT_FALSE(writeField(path, "totalNumberOfTracks", numberValue(total)));
     EXPECT_TRUE(readFile(path) == readFile(dataFile("wma_tagged.wma")));
   }
@@ -180,7 +180,7 @@ TEST_F(NumberEdgeCases, CompilationSaysNoWhereItCan) {
 }
 
 TEST_F(NumberEdgeCases, RatingTakesThePlaceOfAllPopularimeters) {
-  ASSERT_EQ(valuesIn(folder_.copyOf("mp3_id3v23.mp3"), "ID3v2 POPM").size(), 2u);
+  ASSERT_EQ(valuesIn(directory_.copyOf("mp3_id3v23.mp3"), "ID3v2 POPM").size(), 2u);
   const std::string none = written("mp3_id3v23.mp3", "rating", realValue(0.0));
   EXPECT_EQ(valuesIn(none, "ID3v2 POPM"), Values{"no@email\0\0\0\0\0\0"s});
   const std::string some = written("mp3_id3v23.mp3", "rating", realValue(3.5));

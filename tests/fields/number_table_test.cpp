@@ -10,7 +10,7 @@
 
 #include "tests/fields/edit.h"
 #include "tests/fields/places.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -143,17 +143,17 @@ class NumberFields : public testing::TestWithParam<Container> {
   void check(const char* field, const FieldValue& value, const FieldValue& typical,
              const Outcomes& outcomes) {
     checkOn(readFile(dataFile(GetParam().file)), field, value, outcomes);
-    const std::string path = folder_.copyOf(GetParam().file);
+    const std::string path = directory_.copyOf(GetParam().file);
     writeField(path, field, typical);
     checkOn(readFile(path), field, value, outcomes);
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 
  private:
   void checkOn(const std::string& start, const char* field, const FieldValue& value,
                const Outcomes& outcomes) {
-    const std::string path = folder_.write(GetParam().file, start);
+    const std::string path = directory_.write(GetParam().file, start);
     TagContents expected = readTagContents(path);
     if (field == "totalNumberOfTracks"s && family() == Family::kASF) {
       EXPECT_FALSE(writeField(path, field, value));

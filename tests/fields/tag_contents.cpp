@@ -25,7 +25,7 @@
 #include <filesystem>
 #include <functional>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {

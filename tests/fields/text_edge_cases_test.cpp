@@ -11,7 +11,7 @@
 #include "tests/fields/places.h"
 #include "tests/fields/prepare.h"
 #include "tests/fields/tag_contents.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -34,16 +34,16 @@ class TextEdgeCases : public testing::Test {
 
   /// Writes a text into a copy of a test file and returns its path.
   std::string written(const char* file, const char* field, const char* text) {
-    std::string path = folder_.copyOf(file);
+    std::string path = directory_.copyOf(file);
     EXPECT_TRUE(writeField(path, field, textValue(text))) << file;
     return path;
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 };
 
 TEST_F(TextEdgeCases, EmptyComposerRemovesEveryFrameOfAnMP3) {
-  const std::string path = folder_.copyOf("mp3_id3v23.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v23.mp3");
   prepareID3v2(path, [](TagLib::ID3v2::Tag& tag) { addText(tag, "TCOM", "B. Composer"); });
   ASSERT_EQ(valuesIn(path, "ID3v2 TCOM").size(), 2u);
   EXPECT_TRUE(writeField(path, "composer", textValue("")));
@@ -80,7 +80,7 @@ TEST_F(TextEdgeCases, AbsentComposerGoesAwayInEveryFamily) {
 }
 
 TEST_F(TextEdgeCases, CommentOfAnMP3IsTheFirstEnglishOne) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   prepareID3v2(path, [](TagLib::ID3v2::Tag& tag) {
     addComment(tag, "deu", "", "A");
     addComment(tag, "eng", "Comment", "B");
@@ -93,7 +93,7 @@ TEST_F(TextEdgeCases, CommentOfAnMP3IsTheFirstEnglishOne) {
 }
 
 TEST_F(TextEdgeCases, CommentOfAnMP3LeavesOtherDescriptionsAlone) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   prepareID3v2(path, [](TagLib::ID3v2::Tag& tag) { addComment(tag, "eng", "note", "A"); });
   const TagContents before = readTagContents(path);
   EXPECT_TRUE(writeField(path, "comment", textValue("new")));
@@ -136,7 +136,7 @@ TEST_F(TextEdgeCases, CommentAndDescriptionOfAFLACAreTwoFields) {
 /// The library's: in a file with an ID3v1 tag an empty main comment counts as none, and where both
 /// tags have none, saving removes all comments from the ID3v2 tag, those of others too.
 TEST_F(TextEdgeCases, EmptyCommentTakesAllCommentsOutOfAnMP3WithAnID3v1Tag) {
-  const std::string path = folder_.copyOf("mp3_id3v24_id3v1.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v24_id3v1.mp3");
   prepareID3v2(path, [](TagLib::ID3v2::Tag& tag) { addComment(tag, "eng", "note", "A"); });
   EXPECT_TRUE(writeField(path, "comment", textValue("new")));
   EXPECT_EQ(valuesIn(path, "ID3v2 COMM:eng:note").size(), 1u);
@@ -158,7 +158,7 @@ TEST_F(TextEdgeCases, TitleTakesAnEmptyMainCommentAndWithItAllOthersOutOfAnMP3) 
 }
 
 TEST_F(TextEdgeCases, TitleTakesATrackWithATotalOnlyOutOfAnMP3) {
-  const std::string path = folder_.copyOf("mp3_id3v23.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v23.mp3");
   EXPECT_TRUE(writeField(path, "trackNumber", numberValue(0)));
   EXPECT_EQ(valuesIn(path, "ID3v2 TRCK"), Values{id3v2Text("0/10")});
   EXPECT_TRUE(writeField(path, "title", textValue("new")));
@@ -173,7 +173,7 @@ TEST_F(TextEdgeCases, CatalogNumberOfAnMP3KeepsItsEncoding) {
 }
 
 TEST_F(TextEdgeCases, GroupingLeavesOneFrameUnderEachName) {
-  const std::string path = folder_.copyOf("mp3_id3v23.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v23.mp3");
   prepareID3v2(path, [](TagLib::ID3v2::Tag& tag) {
     for (const char* id : {"TIT1", "GRP1"}) {
       addText(tag, id, "one");
@@ -186,7 +186,7 @@ TEST_F(TextEdgeCases, GroupingLeavesOneFrameUnderEachName) {
 }
 
 TEST_F(TextEdgeCases, GroupingLeavesOneFieldUnderEachName) {
-  const std::string path = folder_.copyOf("vorbis_tagged.ogg");
+  const std::string path = directory_.copyOf("vorbis_tagged.ogg");
   prepare<TagLib::Vorbis::File>(path, [](TagLib::Vorbis::File& file) {
     for (const char* name : {"CONTENTGROUP", "GROUPING"}) {
       file.tag()->addField(name, "one", false);
@@ -229,7 +229,7 @@ TEST_F(TextEdgeCases, LyricsHaveANameInEveryFamily) {
 TEST_F(TextEdgeCases, TextTooLongForAWMAIsRefused) {
   const std::string tooLong(32767, 'x');  // one more than fits, with the terminator
   for (const char* field : {"title", "artist", "comment"}) {
-    const std::string path = folder_.copyOf("wma_tagged.wma");
+    const std::string path = directory_.copyOf("wma_tagged.wma");
     EXPECT_FALSE(writeField(path, field, textValue(tooLong.c_str()))) << field;
     EXPECT_TRUE(readFile(path) == readFile(dataFile("wma_tagged.wma"))) << field;
   }
@@ -240,7 +240,7 @@ TEST_F(TextEdgeCases, LongestTextThatFitsAWMA) {
   const std::pair<const char*, const char*> kFields[] = {
       {"title", "ASF (title)"}, {"artist", "ASF (author)"}, {"comment", "ASF (description)"}};
   for (const auto& [field, name] : kFields) {
-    const std::string path = folder_.copyOf("wma_tagged.wma");
+    const std::string path = directory_.copyOf("wma_tagged.wma");
     TagContents expected = readTagContents(path);
     expected[name] = {longest};
     EXPECT_TRUE(writeField(path, field, textValue(longest.c_str())));

@@ -8,7 +8,7 @@
 #include "tagging/field_table.h"
 #include "tests/fields/edit.h"
 #include "tests/fields/places.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -58,7 +58,7 @@ class TextFields : public testing::TestWithParam<Container> {
   /// Writes the text into a copy of `start`, checks the whole file and returns its path.
   std::string check(const Places& places, const Text& text, const std::string& start) {
     SCOPED_TRACE(places.field);
-    const std::string path = folder_.write(GetParam().file, readFile(start));
+    const std::string path = directory_.write(GetParam().file, readFile(start));
     const TagContents before = readTagContents(path);
 
     const bool taken = isTaken(places, GetParam().family, text);
@@ -83,11 +83,11 @@ class TextFields : public testing::TestWithParam<Container> {
       const std::string untagged = dataFile(GetParam().file);
       check(places, text, untagged);
       const std::string typical = readFile(check(places, kTypical, untagged));
-      check(places, text, folder_.write("with a typical value", typical));
+      check(places, text, directory_.write("with a typical value", typical));
     }
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 };
 
 TEST(FieldTable, HasTheseFieldsAndNoOthers) {

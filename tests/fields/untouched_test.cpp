@@ -13,7 +13,7 @@
 
 #include "tests/fields/edit.h"
 #include "tests/fields/places.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -173,7 +173,7 @@ class Untouched : public testing::TestWithParam<TaggedFile> {
   void checkAll(const FieldValue& value, const std::set<std::string>& replaced) {
     for (const Places& places : kPlaces) {
       SCOPED_TRACE(places.field);
-      const std::string path = folder_.copyOf(GetParam().name);
+      const std::string path = directory_.copyOf(GetParam().name);
       TagContents expected = readTagContents(path);
 
       const bool taken = isTaken(places);
@@ -208,7 +208,7 @@ class Untouched : public testing::TestWithParam<TaggedFile> {
     }
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 };
 
 TEST_P(Untouched, ByAValue) {

@@ -19,7 +19,7 @@
 #include "tests/formats/core_file.h"
 #include "tests/formats/handed_over.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -29,7 +29,7 @@ class CoreFieldsLibraryTest : public testing::Test {
   /// A copy of tests/data/`name`, called `as` if that is given, with this title.
   std::string titled(const std::string& name, const char* title = "New",
                      const std::string& as = "") {
-    std::string path = folder_.copyOf(name, as);
+    std::string path = directory_.copyOf(name, as);
     const HandedOver file(path);
     EXPECT_TRUE(writeTitle(file.fd(), path.c_str(), title, request_)) << name;
     return path;
@@ -39,7 +39,7 @@ class CoreFieldsLibraryTest : public testing::Test {
     EXPECT_TRUE(writeYear(file.fd(), path.c_str(), year, request_)) << path;
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
   LogCapture log_;
   ValueDictionary request_;
 };
@@ -99,7 +99,7 @@ TEST_F(CoreFieldsLibraryTest, LeavesTheInfoListOfAWavFileWithItsOldValues) {
 }
 
 TEST_F(CoreFieldsLibraryTest, LeavesEmptyValuesInAWmaFile) {
-  const std::string path = folder_.copyOf("wma_plain.wma");
+  const std::string path = directory_.copyOf("wma_plain.wma");
   for (const StringField& field : kStringFields) {
     const HandedOver file(path);
     EXPECT_TRUE(field.write(file.fd(), path.c_str(), nullptr, request_));
@@ -116,9 +116,9 @@ TEST_F(CoreFieldsLibraryTest, LeavesEmptyValuesInAWmaFile) {
 }
 
 TEST_F(CoreFieldsLibraryTest, WritesAYearFrom2147483648OnWithAMinusSign) {
-  const std::string mp3 = folder_.copyOf("mp3_plain.mp3");
-  const std::string flac = folder_.copyOf("flac_plain.flac");
-  const std::string m4a = folder_.copyOf("m4a_plain.m4a");
+  const std::string mp3 = directory_.copyOf("mp3_plain.mp3");
+  const std::string flac = directory_.copyOf("flac_plain.flac");
+  const std::string m4a = directory_.copyOf("m4a_plain.m4a");
   for (const std::string& path : {mp3, flac, m4a}) setYear(path, 2147483648);
   TagLib::MPEG::File file(mp3.c_str(), false);
   const TagLib::ID3v2::FrameList& years = file.ID3v2Tag()->frameList("TDRC");

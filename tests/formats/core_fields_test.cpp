@@ -13,7 +13,7 @@
 #include "tests/formats/throwing_request.h"
 #include "tests/formats/written_files.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -51,7 +51,7 @@ class CoreFieldsTest : public testing::Test {
     return writeYear(file.fd(), path.c_str(), year, request_);
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
   LogCapture log_;
   ValueDictionary request_;
 };
@@ -60,7 +60,7 @@ TEST_F(CoreFieldsTest, WritesOneFieldAndNoOther) {
   for (const std::string& name : takenFiles()) {
     for (const StringField& field : kStringFields) {
       SCOPED_TRACE(name + ", " + field.name);
-      const std::string path = folder_.copyOf(name);
+      const std::string path = directory_.copyOf(name);
       CoreFields expected = coreFieldsOf(path);
       expected.*field.member = kValue;
       EXPECT_TRUE(write(field, path, kValue));
@@ -75,7 +75,7 @@ TEST_F(CoreFieldsTest, ClearsAFieldWithoutAValue) {
     for (const StringField& field : kStringFields) {
       for (const char* nothing : {static_cast<const char*>(nullptr), ""}) {
         SCOPED_TRACE(name + ", " + field.name + (nothing ? ", empty" : ", null"));
-        const std::string path = folder_.copyOf(name);
+        const std::string path = directory_.copyOf(name);
         CoreFields expected = coreFieldsOf(path);
         EXPECT_TRUE(write(field, path, kValue));
         EXPECT_NE(coreFieldsOf(path).*field.member, "");
@@ -95,7 +95,7 @@ TEST_F(CoreFieldsTest, WritesTheLow32BitsOfTheYear) {
                                        {std::int64_t{1} << 32, 0u},
                                        {INT64_MIN, 0u}}) {
       SCOPED_TRACE(name + ", " + std::to_string(year));
-      const std::string path = folder_.copyOf(name);
+      const std::string path = directory_.copyOf(name);
       CoreFields expected = coreFieldsOf(path);
       expected.year = stored;
       EXPECT_TRUE(writeTheYear(path, year));
@@ -107,7 +107,7 @@ TEST_F(CoreFieldsTest, WritesTheLow32BitsOfTheYear) {
 TEST_F(CoreFieldsTest, ClearsTheYearWithZero) {
   for (const std::string& name : takenFiles()) {
     SCOPED_TRACE(name);
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     EXPECT_TRUE(writeTheYear(path, 1999));
     EXPECT_EQ(coreFieldsOf(path).year, 1999u);
     EXPECT_TRUE(writeTheYear(path, 0));
@@ -117,7 +117,7 @@ TEST_F(CoreFieldsTest, ClearsTheYearWithZero) {
 
 TEST_F(CoreFieldsTest, LogsAFileThatTheLibraryCannotReadAndLeavesIt) {
   for (const std::string& name : kUnreadable) {
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     const std::string rest = " tag to file. TagLib could not read the file at " + path + "\n";
     for (const StringField& field : kStringFields) {
       const LogCapture log;
@@ -133,7 +133,7 @@ TEST_F(CoreFieldsTest, LogsAFileThatTheLibraryCannotReadAndLeavesIt) {
 
 TEST_F(CoreFieldsTest, HasNoPlaceForATagInADsfFileWhosePointerLeadsNowhere) {
   for (const std::string& name : placelessFiles()) {
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     for (const StringField& field : kStringFields) EXPECT_TRUE(write(field, path, kValue));
     EXPECT_TRUE(writeTheYear(path, 2024));
     EXPECT_EQ(readFile(path), readFile(dataFile(name)));
@@ -143,7 +143,7 @@ TEST_F(CoreFieldsTest, HasNoPlaceForATagInADsfFileWhosePointerLeadsNowhere) {
 TEST_F(CoreFieldsTest, CannotSaveThroughADescriptorForReadingOnly) {
   for (const std::string& name : takenFiles()) {
     SCOPED_TRACE(name);
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     for (const StringField& field : kStringFields) {
       EXPECT_FALSE(write(field, path, kValue, O_RDONLY)) << field.name;
     }
@@ -164,9 +164,9 @@ TEST_F(CoreFieldsTest, CannotReadThroughADescriptorThatIsNotOpen) {
 
 TEST_F(CoreFieldsTest, LetsExceptionsPassAndClosesTheDescriptor) {
   const ThrowingRequest request;
-  const std::string path = folder_.copyOf("vorbis_tagged.ogg");
+  const std::string path = directory_.copyOf("vorbis_tagged.ogg");
   const auto writeWith = [&](auto writer, auto value) {
-    folder_.copyOf("vorbis_tagged.ogg");
+    directory_.copyOf("vorbis_tagged.ogg");
     const HandedOver file(path);
     writer(file.fd(), path.c_str(), value, request);
   };

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "tests/support/descriptors.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "tests/support/descriptors.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -67,9 +67,9 @@ class OggCodec : public testing::Test {
     EXPECT_EQ(sniffed(path, kNeither, 3, O_RDONLY), kNeither);
   }
 
-  std::string file(const std::string& bytes) { return folder_.write("a.oga", bytes); }
+  std::string file(const std::string& bytes) { return directory_.write("a.oga", bytes); }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 };
 
 TEST_F(OggCodec, RecognisesRealFiles) {
@@ -131,8 +131,8 @@ TEST_F(OggCodec, TakesWhatIsNoFile) {
   ASSERT_EQ(::pipe2(ends, O_CLOEXEC | O_NONBLOCK), 0);
   const UniqueFd reading(ends[0]);
   const UniqueFd writing(ends[1]);
-  const UniqueFd directory = openFile(folder_.path(), O_RDONLY);
-  const UniqueFd writeOnly = openFile(folder_.copyOf("vorbis.oga"), O_WRONLY);
+  const UniqueFd directory = openFile(directory_.path(), O_RDONLY);
+  const UniqueFd writeOnly = openFile(directory_.copyOf("vorbis.oga"), O_WRONLY);
   for (const int fd :
        {-1, INT_MAX, reading.get(), writing.get(), directory.get(), writeOnly.get()}) {
     for (const Flags start : kAllStarts) {

@@ -12,7 +12,7 @@
 #include "tests/formats/core_file.h"
 #include "tests/formats/handed_over.h"
 #include "tests/formats/written_files.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -46,23 +46,23 @@ class PathTest : public testing::Test {
   void check(const std::string& data, const std::string& name, Write write) {
     SCOPED_TRACE(data + " as " + name);
     const std::string original = readFile(dataFile(data));
-    const std::string ownPath = folder_.copyOf(data, name);
+    const std::string ownPath = directory_.copyOf(data, name);
     EXPECT_TRUE(writeInto(ownPath, ownPath, write));
     const std::string expected = readFile(ownPath);
     EXPECT_NE(expected, original);
 
-    const std::string real = folder_.copyOf(data, "the file");
-    const std::string other = folder_.copyOf(data, name);
+    const std::string real = directory_.copyOf(data, "the file");
+    const std::string other = directory_.copyOf(data, name);
     const Watch watch(other);
     EXPECT_TRUE(writeInto(real, other, write));
     EXPECT_FALSE(watch.sawAnything());
     EXPECT_EQ(readFile(other), original);
     EXPECT_EQ(readFile(real), expected);
 
-    folder_.copyOf(data, "the file");
-    EXPECT_TRUE(writeInto(real, "/no such folder/" + name, write));
+    directory_.copyOf(data, "the file");
+    EXPECT_TRUE(writeInto(real, "/no such directory/" + name, write));
     EXPECT_EQ(readFile(real), expected);
-    EXPECT_FALSE(std::filesystem::exists("/no such folder"));
+    EXPECT_FALSE(std::filesystem::exists("/no such directory"));
   }
 
  private:
@@ -72,7 +72,7 @@ class PathTest : public testing::Test {
     return write(file.fd(), name.c_str());
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
 };
 
 TEST_F(PathTest, IsNeverOpenedByTheFormatDispatchedWrite) {
@@ -99,8 +99,8 @@ TEST_F(PathTest, IsNeverOpenedByTheYear) {
 }
 
 TEST(Watch, SeesAFileBeingOpened) {
-  const TemporaryFolder folder;
-  const std::string path = folder.write("a.dsf", "bytes");
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("a.dsf", "bytes");
   const Watch watch(path);
   EXPECT_FALSE(watch.sawAnything());
   readFile(path);

@@ -83,7 +83,7 @@ TEST_F(SaveOggFlacTest, TakesApartWhatItPutsTogether) {
 }
 
 TEST_F(SaveOggFlacTest, KeepsTheMarkOfTheLastBlockOnTheComment) {
-  const std::string path = folder_.copyOf("flac.oga");
+  const std::string path = directory_.copyOf("flac.oga");
   ASSERT_EQ(blockTypes(path, 1), std::string{kComment | kLast});
   for (int round = 0; round < 3; ++round) {
     expectWritable(path);
@@ -92,7 +92,7 @@ TEST_F(SaveOggFlacTest, KeepsTheMarkOfTheLastBlockOnTheComment) {
 }
 
 TEST_F(SaveOggFlacTest, KeepsTheMarkOnACommentThatNeedsSeveralPages) {
-  const std::string path = folder_.copyOf("flac.oga");
+  const std::string path = directory_.copyOf("flac.oga");
   for (const std::size_t length : {200'000, 1, 70'000}) {
     EXPECT_TRUE(writeTheTitle(path, std::string(length, 'x').c_str()));
     const TagLib::Ogg::FLAC::File file(path.c_str(), false);
@@ -104,22 +104,22 @@ TEST_F(SaveOggFlacTest, KeepsTheMarkOnACommentThatNeedsSeveralPages) {
 }
 
 TEST_F(SaveOggFlacTest, LeavesTheMarkOnTheBlockThatIsTheLast) {
-  const std::string path = folder_.write(
+  const std::string path = directory_.write(
       "a.oga", oggFlacWith({retyped(commentBlock(), kComment), block(kPadding | kLast)}));
   expectWritable(path);
   EXPECT_EQ(blockTypes(path, 2), (std::string{kComment, kPadding | kLast}));
 }
 
 TEST_F(SaveOggFlacTest, FindsACommentBehindOtherBlocks) {
-  const std::string path =
-      folder_.write("a.oga", oggFlacWith({block(kApplication), block(kPadding), commentBlock()}));
+  const std::string path = directory_.write(
+      "a.oga", oggFlacWith({block(kApplication), block(kPadding), commentBlock()}));
   expectWritable(path);
   EXPECT_EQ(blockTypes(path, 3), (std::string{kApplication, kPadding, kComment | kLast}));
 }
 
 TEST_F(SaveOggFlacTest, RefusesAFileWithoutAComment) {
   const std::string bytes = oggFlacWith({block(kPadding | kLast)});
-  const std::string path = folder_.write("a.oga", bytes);
+  const std::string path = directory_.write("a.oga", bytes);
   ASSERT_TRUE(TagLib::Ogg::FLAC::File(path.c_str(), true).isValid());
   const RecordingEditors editors;
   EXPECT_FALSE(write(path, editors));
@@ -129,7 +129,7 @@ TEST_F(SaveOggFlacTest, RefusesAFileWithoutAComment) {
 }
 
 TEST_F(SaveOggFlacTest, RefusesToSaveThroughADescriptorForReadingOnly) {
-  const std::string path = folder_.copyOf("flac.oga");
+  const std::string path = directory_.copyOf("flac.oga");
   const RecordingEditors editors;
   EXPECT_FALSE(write(path, editors, O_RDONLY));
   EXPECT_EQ(readFile(path), readFile(dataFile("flac.oga")));

@@ -10,7 +10,7 @@
 #include "tests/formats/handed_over.h"
 #include "tests/formats/tag_write_fixture.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -41,8 +41,8 @@ TagLib::FLAC::Picture* pictureOf(unsigned size) {
 
 class SaveTest : public TagWriteTest {
  protected:
-  std::string flac_ = folder_.copyOf("flac_plain.flac");
-  std::string oggFlac_ = folder_.copyOf("flac.oga");
+  std::string flac_ = directory_.copyOf("flac_plain.flac");
+  std::string oggFlac_ = directory_.copyOf("flac.oga");
 };
 
 TEST_F(SaveTest, SavesTheLongestCommentThatAFlacFileTakes) {
@@ -116,7 +116,7 @@ TEST_F(SaveTest, RefusesALongerCommentInAnOggFlacFile) {
 }
 
 TEST_F(SaveTest, KnowsNoSuchLimitOfOtherFormats) {
-  const std::string path = folder_.copyOf("vorbis_plain.ogg");
+  const std::string path = directory_.copyOf("vorbis_plain.ogg");
   const HandedOver file(path);
   EXPECT_TRUE(writeTitle(file.fd(), path.c_str(), std::string(kMaxBlock, 'x').c_str(), request_));
   EXPECT_GT(std::filesystem::file_size(path), kMaxBlock);

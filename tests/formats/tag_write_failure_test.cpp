@@ -25,7 +25,7 @@ TEST_F(TagWriteFailureTest, RefusesTypesWithoutAWriter) {
   for (const RefusedFile& file : refusedFiles()) {
     for (const std::string& name : {std::string(file.name), inCapitals(file.name)}) {
       SCOPED_TRACE(std::string(file.data) + " as " + name);
-      const std::string path = folder_.copyOf(file.data, name);
+      const std::string path = directory_.copyOf(file.data, name);
       RecordingEditors editors;
       EXPECT_FALSE(write(path, editors));
       EXPECT_TRUE(editors.ran.empty());
@@ -38,7 +38,7 @@ TEST_F(TagWriteFailureTest, RefusesTypesWithoutAWriter) {
 TEST_F(TagWriteFailureTest, SavesNothingWithoutAnEditorForTheFilesFamily) {
   for (const WrittenFile& file : writtenFiles()) {
     SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = folder_.copyOf(file.data, file.name);
+    const std::string path = directory_.copyOf(file.data, file.name);
     RecordingEditors editors;
     editors.remove(file.edited);
     EXPECT_FALSE(write(path, editors));
@@ -53,7 +53,7 @@ TEST_F(TagWriteFailureTest, SavesNothingWithoutAnyEditor) {
   editors.keepOnly({});
   for (const WrittenFile& file : writtenFiles()) {
     SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = folder_.copyOf(file.data, file.name);
+    const std::string path = directory_.copyOf(file.data, file.name);
     EXPECT_FALSE(write(path, editors));
     EXPECT_TRUE(isUnchanged(path, file.data));
   }
@@ -62,7 +62,7 @@ TEST_F(TagWriteFailureTest, SavesNothingWithoutAnyEditor) {
 TEST_F(TagWriteFailureTest, LogsAStandardExceptionOfAnEditorAndSavesNothing) {
   for (const WrittenFile& file : writtenFiles()) {
     SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = folder_.copyOf(file.data, file.name);
+    const std::string path = directory_.copyOf(file.data, file.name);
     RecordingEditors editors;
     editors.afterwards = [] { throw std::runtime_error("gave up at 50% %s"); };
     const LogCapture log;
@@ -74,7 +74,7 @@ TEST_F(TagWriteFailureTest, LogsAStandardExceptionOfAnEditorAndSavesNothing) {
 }
 
 TEST_F(TagWriteFailureTest, LogsEveryKindOfStandardException) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   RecordingEditors editors;
   editors.afterwards = [] { throw std::bad_alloc(); };
   EXPECT_FALSE(write(path, editors));
@@ -83,7 +83,7 @@ TEST_F(TagWriteFailureTest, LogsEveryKindOfStandardException) {
 }
 
 TEST_F(TagWriteFailureTest, LogsWhatTheSecondOfTwoEditorsThrows) {
-  const std::string path = folder_.copyOf("mp3_id3v1.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v1.mp3");
   RecordingEditors editors;
   editors.afterwards = [&editors] {
     if (editors.ran.back() == Family::kId3v1) throw std::runtime_error("the second one");
@@ -95,7 +95,7 @@ TEST_F(TagWriteFailureTest, LogsWhatTheSecondOfTwoEditorsThrows) {
 }
 
 TEST_F(TagWriteFailureTest, LogsAStandardExceptionOfTheSave) {
-  const std::string path = folder_.copyOf("vorbis_tagged.ogg");
+  const std::string path = directory_.copyOf("vorbis_tagged.ogg");
   VQNTagWritingBlocks blocks;
   blocks.xiphBlock = [](TagLib::Ogg::XiphComment* tag) { tag->removeAllFields(); };
   const HandedOver file(path);
@@ -107,7 +107,7 @@ TEST_F(TagWriteFailureTest, LetsOtherExceptionsPass) {
   struct NoStandardException {};
   for (const WrittenFile& file : writtenFiles()) {
     SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = folder_.copyOf(file.data, file.name);
+    const std::string path = directory_.copyOf(file.data, file.name);
     RecordingEditors editors;
     editors.afterwards = [] { throw NoStandardException(); };
     EXPECT_THROW(write(path, editors), NoStandardException);
@@ -119,7 +119,7 @@ TEST_F(TagWriteFailureTest, LetsOtherExceptionsPass) {
 TEST_F(TagWriteFailureTest, CannotSaveThroughADescriptorForReadingOnly) {
   for (const WrittenFile& file : writtenFiles()) {
     SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = folder_.copyOf(file.data, file.name);
+    const std::string path = directory_.copyOf(file.data, file.name);
     RecordingEditors editors;
     EXPECT_FALSE(write(path, editors, O_RDONLY));
     EXPECT_EQ(editors.ran, file.edited);

@@ -1,4 +1,4 @@
-// One format-dispatched write at a time, with a clean folder, recording editors and the log at
+// One format-dispatched write at a time, with a clean directory, recording editors and the log at
 // hand.
 #pragma once
 
@@ -11,7 +11,7 @@
 #include "tests/formats/handed_over.h"
 #include "tests/formats/recording_editors.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 
@@ -29,7 +29,7 @@ class TagWriteTest : public testing::Test {
     return writeTagToFile(file.fd(), name, editors.blocks, request_);
   }
 
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
   LogCapture log_;
   ValueDictionary request_;
 };

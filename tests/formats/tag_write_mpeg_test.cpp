@@ -36,7 +36,7 @@ class TagWriteMpegTest : public TagWriteTest {
   /// the ID3v2 tag.
   void check(const char* name, const Families& given, const Families& expected) {
     SCOPED_TRACE(testing::Message() << name << " with " << given.size() << " editors");
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     const bool hadId3v1 = Tags(path).file.hasID3v1Tag();
     RecordingEditors editors;
     editors.keepOnly(given);
@@ -73,7 +73,7 @@ TEST_F(TagWriteMpegTest, NeverRunsTheId3v1EditorOnAFileWithoutThatTag) {
 }
 
 TEST_F(TagWriteMpegTest, NeverMakesAnId3v1TagHoweverOftenItSaves) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   for (int round = 0; round < 3; ++round) {
     const RecordingEditors editors;
     EXPECT_TRUE(write(path, editors));
@@ -86,7 +86,7 @@ TEST_F(TagWriteMpegTest, NeverMakesAnId3v1TagHoweverOftenItSaves) {
 TEST_F(TagWriteMpegTest, TakesAnId3v1TagOfBlanksForATag) {
   std::string blanks(kId3v1Size, '\0');
   blanks.replace(0, 3, "TAG");
-  const std::string path = folder_.write("a.mp3", readFile(dataFile("mp3_plain.mp3")) + blanks);
+  const std::string path = directory_.write("a.mp3", readFile(dataFile("mp3_plain.mp3")) + blanks);
   RecordingEditors editors;
   EXPECT_TRUE(write(path, editors));
   EXPECT_EQ(editors.ran, (Families{kId3v2, kId3v1}));
@@ -95,7 +95,7 @@ TEST_F(TagWriteMpegTest, TakesAnId3v1TagOfBlanksForATag) {
 
 TEST_F(TagWriteMpegTest, LeavesTheId3v1TagToTheByteWhenOnlyTheOtherIsEdited) {
   for (const char* name : {"mp3_id3v24_id3v1.mp3", "mp3_id3v1.mp3"}) {
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     RecordingEditors editors;
     editors.keepOnly({kId3v2});
     EXPECT_TRUE(write(path, editors));
@@ -104,7 +104,7 @@ TEST_F(TagWriteMpegTest, LeavesTheId3v1TagToTheByteWhenOnlyTheOtherIsEdited) {
 }
 
 TEST_F(TagWriteMpegTest, LeavesAnEmptyTagOutOfTheFile) {
-  const std::string path = folder_.copyOf("mp3_plain.mp3");
+  const std::string path = directory_.copyOf("mp3_plain.mp3");
   VQNTagWritingBlocks blocks;
   blocks.id3v2Block = [](TagLib::ID3v2::Tag*) {};
   const HandedOver file(path);
@@ -116,7 +116,7 @@ TEST_F(TagWriteMpegTest, LeavesAnEmptyTagOutOfTheFile) {
 
 TEST_F(TagWriteMpegTest, CopiesId3v1ValuesIntoId3v2FieldsThatAreEmpty) {
   for (const Families& given : {Families{kId3v2}, Families{kId3v1}, Families{kId3v2, kId3v1}}) {
-    const std::string path = folder_.copyOf("mp3_id3v24_id3v1.mp3");
+    const std::string path = directory_.copyOf("mp3_id3v24_id3v1.mp3");
     ASSERT_EQ(Tags(path).id3v2("COMMENT"), "");
     ASSERT_EQ(Tags(path).id3v2("GENRE"), "");
     RecordingEditors editors;
@@ -131,7 +131,7 @@ TEST_F(TagWriteMpegTest, CopiesId3v1ValuesIntoId3v2FieldsThatAreEmpty) {
 }
 
 TEST_F(TagWriteMpegTest, MakesAnId3v2TagOfTheId3v1TagThatIsAlone) {
-  const std::string path = folder_.copyOf("mp3_id3v1.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v1.mp3");
   ASSERT_FALSE(Tags(path).file.hasID3v2Tag());
   RecordingEditors editors;
   editors.keepOnly({kId3v1});
@@ -145,7 +145,7 @@ TEST_F(TagWriteMpegTest, MakesAnId3v2TagOfTheId3v1TagThatIsAlone) {
 TEST_F(TagWriteMpegTest, WritesVersion24WhateverItWas) {
   for (const char* name :
        {"mp3_plain.mp3", "mp3_id3v22.mp3", "mp3_id3v23.mp3", "mp3_id3v24_id3v1.mp3"}) {
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     const RecordingEditors editors;
     EXPECT_TRUE(write(path, editors));
     EXPECT_EQ(readFile(path).substr(0, 5), std::string("ID3\x04\0", 5)) << name;

@@ -41,7 +41,7 @@ class NeighbourTest : public TagWriteTest {
  protected:
   /// A written copy of tests/data/`name`.
   std::string written(const std::string& name) {
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     markFile(path);
     return path;
   }
@@ -78,8 +78,8 @@ TEST_F(NeighbourTest, RendersTheId3v2TagOfAFlacFileAnewWithoutTheTextsLastZeros)
 TEST_F(NeighbourTest, FillsEmptyXiphFieldsOfAFlacFileFromItsId3Tags) {
   const std::string withId3 = readFile(dataFile("flac_id3.flac"));
   const std::string path =
-      folder_.write("a.flac", withId3.substr(0, id3v2Size(withId3)) +
-                                  readFile(dataFile("flac_plain.flac")) + lastTag(withId3));
+      directory_.write("a.flac", withId3.substr(0, id3v2Size(withId3)) +
+                                     readFile(dataFile("flac_plain.flac")) + lastTag(withId3));
   markFile(path);
   const TagLib::FLAC::File file(path.c_str(), false);
   EXPECT_EQ(file.properties().toString().to8Bit(true),
@@ -105,7 +105,7 @@ TEST_F(NeighbourTest, CutsALongCommentInTheId3v1TagBehindAnApeTag) {
   ASSERT_EQ(comment.size(), 30u);
   const std::size_t commentAt = bytes.size() - kId3v1Size + 97;
   bytes.replace(commentAt, comment.size(), comment);
-  const std::string path = folder_.write("a.ape", bytes);
+  const std::string path = directory_.write("a.ape", bytes);
   markFile(path);
   // The library keeps the last two bytes for a track number, even when there is none.
   EXPECT_EQ(lastTag(readFile(path)), lastTag(bytes.replace(commentAt + 28, 2, 2, '\0')));
@@ -148,7 +148,7 @@ TEST_F(NeighbourTest, PutsNoInfoListIntoAWavFile) {
 }
 
 TEST_F(NeighbourTest, KeepsTheApeTagOfAnMP3) {
-  const std::string path = folder_.copyOf("mp3_id3v2_ape.mp3");
+  const std::string path = directory_.copyOf("mp3_id3v2_ape.mp3");
   const std::string before = listing(TagLib::MPEG::File(path.c_str(), false).APETag());
   ASSERT_EQ(before, "ARTIST=Zoë Müller\nCATALOG=CAT 001\nMOOD=calm, bright\nTITLE=Rising Tone\n");
   markFile(path);

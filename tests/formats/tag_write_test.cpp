@@ -24,7 +24,7 @@ TEST_F(TagWriteTest, EveryTestFileIsListed) {
 TEST_F(TagWriteTest, RunsOnlyTheEditorOfTheFilesFamilyAndSaves) {
   for (const WrittenFile& file : writtenFiles()) {
     SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = folder_.copyOf(file.data, file.name);
+    const std::string path = directory_.copyOf(file.data, file.name);
     ASSERT_NE(file.composer(path), kMark);
     RecordingEditors editors;
     EXPECT_TRUE(write(path, editors));
@@ -37,7 +37,7 @@ TEST_F(TagWriteTest, RunsOnlyTheEditorOfTheFilesFamilyAndSaves) {
 TEST_F(TagWriteTest, NeedsNoEditorButThatOne) {
   for (const WrittenFile& file : writtenFiles()) {
     SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = folder_.copyOf(file.data, file.name);
+    const std::string path = directory_.copyOf(file.data, file.name);
     RecordingEditors editors;
     editors.keepOnly(file.edited);
     EXPECT_TRUE(write(path, editors));
@@ -50,7 +50,7 @@ TEST_F(TagWriteTest, TakesExtensionsInCapitalLetters) {
   for (const WrittenFile& file : writtenFiles()) {
     const std::string name = inCapitals(file.name);
     SCOPED_TRACE(std::string(file.data) + " as " + name);
-    const std::string path = folder_.copyOf(file.data, name);
+    const std::string path = directory_.copyOf(file.data, name);
     RecordingEditors editors;
     EXPECT_TRUE(write(path, editors));
     EXPECT_EQ(editors.ran, file.edited);
@@ -60,7 +60,7 @@ TEST_F(TagWriteTest, TakesExtensionsInCapitalLetters) {
 
 TEST_F(TagWriteTest, TakesAFileWithoutAPathForAnMP3) {
   const WrittenFile& mp3 = writtenFiles().front();
-  const std::string path = folder_.copyOf(mp3.data);
+  const std::string path = directory_.copyOf(mp3.data);
   RecordingEditors editors;
   EXPECT_TRUE(writeCalled(nullptr, path, editors));
   EXPECT_EQ(editors.ran, std::vector{Family::kId3v2});
@@ -71,12 +71,12 @@ TEST_F(TagWriteTest, TakesAFileWithoutAPathForAnMP3) {
 TEST_F(TagWriteTest, DoesNotMindWhereTheDescriptorStands) {
   for (const WrittenFile& file : writtenFiles()) {
     SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = folder_.copyOf(file.data, file.name);
+    const std::string path = directory_.copyOf(file.data, file.name);
     RecordingEditors editors;
     EXPECT_TRUE(write(path, editors));
     const std::string expected = readFile(path);
 
-    folder_.copyOf(file.data, file.name);
+    directory_.copyOf(file.data, file.name);
     const HandedOver atTheEnd(path);
     ASSERT_GT(::lseek(atTheEnd.fd(), 0, SEEK_END), 0);
     EXPECT_TRUE(writeTagToFile(atTheEnd.fd(), path.c_str(), editors.blocks, request_));
@@ -87,7 +87,7 @@ TEST_F(TagWriteTest, DoesNotMindWhereTheDescriptorStands) {
 TEST_F(TagWriteTest, SavesTwiceTheSameAsOnce) {
   for (const WrittenFile& file : writtenFiles()) {
     SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = folder_.copyOf(file.data, file.name);
+    const std::string path = directory_.copyOf(file.data, file.name);
     RecordingEditors editors;
     EXPECT_TRUE(write(path, editors));
     EXPECT_TRUE(write(path, editors));
@@ -99,7 +99,7 @@ TEST_F(TagWriteTest, SavesTwiceTheSameAsOnce) {
 TEST_F(TagWriteTest, HasNoPlaceForATagInADsfFileWhosePointerLeadsNowhere) {
   for (const std::string& name : placelessFiles()) {
     SCOPED_TRACE(name);
-    const std::string path = folder_.copyOf(name);
+    const std::string path = directory_.copyOf(name);
     RecordingEditors editors;
     EXPECT_TRUE(write(path, editors));
     EXPECT_EQ(editors.ran, std::vector{Family::kId3v2});

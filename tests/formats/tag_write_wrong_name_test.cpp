@@ -40,7 +40,7 @@ class WrongNameTest : public TagWriteTest {
 
   /// Writes into a file of these bytes that is called "a" and `extension`.
   Result writeAs(const std::string& extension, const Content& content) {
-    const std::string path = folder_.write("a" + extension, content.bytes);
+    const std::string path = directory_.write("a" + extension, content.bytes);
     const RecordingEditors editors;
     const bool written = write(path, editors);
     EXPECT_EQ(log_.text(), "");

@@ -16,7 +16,7 @@ class ThrowingRequest final : public Dictionary {
   bool getBool(const char*) const override { return false; }
   std::optional<std::span<const std::byte>> getData(const char*) const override { return {}; }
   const Dictionary* getDictionary(const char*) const override { return nullptr; }
-  int duplicateDescriptor(const char*) const override { return -1; }
+  UniqueFd duplicateDescriptor(const char*) const override { return {}; }
   std::unique_ptr<TruncationConnection> createTruncationConnection(const char*) const override {
     throw std::runtime_error("cannot be shortened");
   }

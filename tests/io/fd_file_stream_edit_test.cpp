@@ -144,7 +144,7 @@ TEST_F(FDFileStreamEdit, IgnoresARangeThatStartsWhereNoFileReaches) {
 TEST_F(FDFileStreamEdit, IgnoresARangeBeyondTheEndOfTheFileSystem) {
   const UniqueFd probe(file_.open());
   if (::lseek(probe.get(), LONG_MAX - 4096, SEEK_SET) >= 0) {
-    GTEST_SKIP() << "the file system of the temporary folder takes every offset";
+    GTEST_SKIP() << "the file system of the temporary directory takes every offset";
   }
   for (const unsigned long far : {(1UL << 63) - 11, (1UL << 63) - 4096}) {
     for (const auto& [start, length] :

@@ -19,7 +19,7 @@
 #include "protocol/keys.h"
 #include "protocol/value_dictionary.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -111,11 +111,11 @@ class FDFileStreamLibrary : public testing::TestWithParam<std::string> {
   }
 
   LogCapture log_;
-  TemporaryFolder ourFolder_;
-  TemporaryFolder theirFolder_;
+  TemporaryDirectory ourDirectory_;
+  TemporaryDirectory theirDirectory_;
   const std::string before_ = readFile(dataFile(GetParam()));
-  const std::string ours_ = ourFolder_.copyOf(GetParam());
-  const std::string theirs_ = theirFolder_.copyOf(GetParam());
+  const std::string ours_ = ourDirectory_.copyOf(GetParam());
+  const std::string theirs_ = theirDirectory_.copyOf(GetParam());
   ValueDictionary request_{[](int) { return std::make_unique<ObligingPlayer>(); }};
 };
 

@@ -4,8 +4,8 @@
 
 #include <cstdio>
 
+#include "base/unique_fd.h"
 #include "io/fd_file_stream.h"
-#include "protocol/unique_fd.h"
 #include "protocol/value_dictionary.h"
 #include "tests/io/stream_file.h"
 #include "tests/support/log_capture.h"

@@ -10,8 +10,8 @@
 #include <random>
 #include <string>
 
+#include "base/unique_fd.h"
 #include "io/fd_file_stream.h"
-#include "protocol/unique_fd.h"
 #include "tests/io/stream_file.h"
 #include "tests/io/stream_model.h"
 #include "tests/support/log_capture.h"

@@ -2,8 +2,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include "base/unique_fd.h"
 #include "io/fd_file_stream.h"
-#include "protocol/unique_fd.h"
 #include "tests/io/stream_file.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/log_capture.h"

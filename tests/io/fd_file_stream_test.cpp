@@ -8,7 +8,7 @@
 #include <climits>
 #include <cstdio>
 
-#include "protocol/unique_fd.h"
+#include "base/unique_fd.h"
 #include "tests/io/stream_file.h"
 #include "tests/support/log_capture.h"
 

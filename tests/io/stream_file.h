@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 
@@ -34,7 +34,7 @@ inline std::string patternOf(std::size_t size, std::uint64_t seed = 1) {
 
 class StreamFile {
  public:
-  explicit StreamFile(const std::string& bytes) : path_(folder_.write("file.mp3", bytes)) {}
+  explicit StreamFile(const std::string& bytes) : path_(directory_.write("file.mp3", bytes)) {}
 
   const std::string& path() const { return path_; }
   std::string bytes() const { return readFile(path_); }
@@ -45,7 +45,7 @@ class StreamFile {
   int open(int flags) const { return openFile(path_, flags).release(); }
 
  private:
-  TemporaryFolder folder_;
+  TemporaryDirectory directory_;
   std::string path_;
 };
 

@@ -70,7 +70,7 @@ class ActivationTest(StagingTest):
         self.assertEqual(mutagen.File(ogg).tags["TITLE"], ["short"])
 
     def test_the_python_player_tells_what_is_not_written(self):
-        text, missing = self.folder / "text.flac", self.folder / "missing.mp3"
+        text, missing = self.directory / "text.flac", self.directory / "missing.mp3"
         text.write_text("no audio")
         with Session(self.prefix) as session, self.assertRaises(AssertionError) as failure:
             self.play(session, "Title", text, missing)

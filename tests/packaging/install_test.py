@@ -40,32 +40,32 @@ class InstallTest(StagingTest):
         self.assertEqual(setting(activation, "Name") + ".service", activation.name)
 
     def test_destdir_stands_in_front_and_is_named_nowhere(self):
-        install("/opt/tagwriter", destdir=self.folder)
-        self.assertEqual(without_configuration(files_below(self.folder)),
+        install("/opt/tagwriter", destdir=self.directory)
+        self.assertEqual(without_configuration(files_below(self.directory)),
                          sorted("opt/tagwriter/" + file for file in installed_files()))
         for file, key in FRONT_STARTERS.items():
-            self.assertEqual(setting(self.folder / "opt/tagwriter" / file, key),
+            self.assertEqual(setting(self.directory / "opt/tagwriter" / file, key),
                              "/opt/tagwriter/libexec/tagwriter/tagwriter-bus", file)
-        for path in map(self.folder.joinpath, files_below(self.folder)):
-            self.assertNotIn(os.fsencode(self.folder), path.read_bytes(), path)
+        for path in map(self.directory.joinpath, files_below(self.directory)):
+            self.assertNotIn(os.fsencode(self.directory), path.read_bytes(), path)
 
     def test_text_files_name_neither_the_sources_nor_the_build(self):
         for path in map(self.prefix.joinpath, files_below(self.prefix)):
             content = path.read_bytes()
             if content.startswith((b"\x7fELF", b"!<arch>")):
                 continue  # a debug build says where its sources are; see package_test.py
-            for folder in (SOURCE, BUILD):
-                self.assertNotIn(os.fsencode(folder), content, path)
+            for directory in (SOURCE, BUILD):
+                self.assertNotIn(os.fsencode(directory), content, path)
 
     def test_a_relative_prefix(self):
-        install("here", cwd=self.folder)
+        install("here", cwd=self.directory)
         self.assertEqual(
-            setting(self.folder / "here" / "lib/systemd/user/tagwriter.service", "ExecStart"),
-            f"{self.folder}/here/libexec/tagwriter/tagwriter-bus")
+            setting(self.directory / "here" / "lib/systemd/user/tagwriter.service", "ExecStart"),
+            f"{self.directory}/here/libexec/tagwriter/tagwriter-bus")
 
     def test_the_command_finds_the_service_after_a_move(self):
-        install(self.folder / "before")
-        moved = (self.folder / "before").rename(self.folder / "after")
+        install(self.directory / "before")
+        moved = (self.directory / "before").rename(self.directory / "after")
         started = spy_on(moved / "libexec/tagwriter/tagwriterd")
         mp3 = self.copy("mp3_plain.mp3")
         run(moved / "bin/tagwriter", "set", "-t", "title=Moved", mp3)

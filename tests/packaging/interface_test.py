@@ -93,13 +93,13 @@ class InterfaceTest(StagingTest):
         self.assert_served(reply.unpack()[0], "org.tagwriter.TagWriter1")
 
     def test_what_the_library_serves_for_truncation(self):
-        shutil.copy(BIN / "tagwriter", self.folder)
-        service = self.folder / "tagwriterd"
+        shutil.copy(BIN / "tagwriter", self.directory)
+        service = self.directory / "tagwriterd"
         service.write_text(
             STAND_IN.replace("@XML@", str(self.file("org.tagwriter.TagWriter1"))))
         service.chmod(0o755)
-        run(self.folder / "tagwriter", "set", "-t", "title=T", self.copy("mp3_plain.mp3"))
-        introspection = (self.folder / "tagwriterd.introspection").read_text()
+        run(self.directory / "tagwriter", "set", "-t", "title=T", self.copy("mp3_plain.mp3"))
+        introspection = (self.directory / "tagwriterd.introspection").read_text()
         self.assert_served(introspection, "org.tagwriter.Truncation1")
 
     def test_what_the_python_player_serves_for_truncation(self):

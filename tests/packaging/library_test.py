@@ -29,11 +29,11 @@ def needed_libraries(program):
 class LibraryTest(StagingTest):
     def setUp(self):
         super().setUp()
-        self.project = self.folder / "project"
+        self.project = self.directory / "project"
         shutil.copytree(self.prefix / PLAYER, self.project)
 
     def build_with_cmake(self):
-        build = self.folder / "build"
+        build = self.directory / "build"
         run("cmake", "-S", self.project, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}",
             f"-DCMAKE_CXX_FLAGS={' '.join(STRICT)}")
         run("cmake", "--build", build)
@@ -46,7 +46,7 @@ class LibraryTest(StagingTest):
         return run("pkg-config", "--print-errors", *arguments, "tagwriter", env=environment).split()
 
     def compile(self, *flags):
-        program = self.folder / "player"
+        program = self.directory / "player"
         compiler = os.environ.get("CXX", "c++")
         run(compiler, "-std=c++20", *STRICT, self.project / "player.cpp", *flags, "-o", program)
         return program
@@ -92,7 +92,7 @@ class LibraryTest(StagingTest):
         self.assert_writes(shutil.copy(player, self.prefix / "bin"))
 
     def test_the_library_finds_the_service_after_a_move(self):
-        moved = self.folder / "moved"
+        moved = self.directory / "moved"
         shutil.copytree(self.prefix, moved, symlinks=True)
         self.prefix = moved
         player = self.build_with_cmake()
@@ -102,7 +102,7 @@ class LibraryTest(StagingTest):
 
     def test_the_player_tells_what_failed_and_goes_on(self):
         player = self.build_with_cmake()
-        text, mp3 = self.folder / "text.flac", self.copy("mp3_plain.mp3")
+        text, mp3 = self.directory / "text.flac", self.copy("mp3_plain.mp3")
         text.write_text("no audio")
         with self.assertRaises(AssertionError) as failure:
             run(player, "T", DATA / "cover_red.png", text, mp3)
@@ -113,7 +113,7 @@ class LibraryTest(StagingTest):
 
     def test_pkg_config_needs_no_other_package(self):
         self.assertEqual(self.pkg_config("--exists"), [])
-        # The folders as they are, whatever dots are in the way to them.
+        # The directories as they are, whatever dots are in the way to them.
         flags = [f"{flag[:2]}{os.path.realpath(flag[2:])}" if flag[:2] in ("-I", "-L") else flag
                  for flag in self.pkg_config("--cflags", "--libs")]
         self.assertEqual(flags, [f"-I{self.prefix}/include", f"-L{self.prefix / LIBDIR}",

@@ -23,11 +23,11 @@ class PackageTest(StagingTest):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
-        folder = cls.prefix.parent
-        run("cpack", "-G", "DEB", "--config", BUILD / "CPackConfig.cmake", "-B", folder / "cpack",
-            cwd=folder)
-        cls.package, = (folder / "cpack").glob("*.deb")
-        cls.root = folder / "root"
+        directory = cls.prefix.parent
+        run("cpack", "-G", "DEB", "--config", BUILD / "CPackConfig.cmake", "-B", directory / "cpack",
+            cwd=directory)
+        cls.package, = (directory / "cpack").glob("*.deb")
+        cls.root = directory / "root"
         run("dpkg-deb", "-x", cls.package, cls.root)
 
     def field(self, name):
@@ -75,12 +75,12 @@ class PackageTest(StagingTest):
                 "usr/lib/systemd/user/tagwriter.service": f"ExecStart=/{front}"}.items():
             self.assertIn(line, (self.root / file).read_text().splitlines())
 
-    def test_no_file_names_a_folder_of_this_machine(self):
+    def test_no_file_names_a_directory_of_this_machine(self):
         for path in map(self.root.joinpath, files_below(self.root)):
             if not path.is_symlink():
                 content = path.read_bytes()
-                for folder in (SOURCE, BUILD, self.prefix.parent):
-                    self.assertNotIn(os.fsencode(folder), content, path)
+                for directory in (SOURCE, BUILD, self.prefix.parent):
+                    self.assertNotIn(os.fsencode(directory), content, path)
 
     def test_programs_are_stripped_and_hardened(self):
         for program in ("usr/bin/tagwriter", "usr/libexec/tagwriter/tagwriterd",

@@ -1,7 +1,7 @@
-"""An installation in a folder of a test's own, and a session bus that knows it.
+"""An installation in a directory of a test's own, and a session bus that knows it.
 
-    install(folder / "prefix")
-    with Session(folder / "prefix") as session:
+    install(directory / "prefix")
+    with Session(directory / "prefix") as session:
         subprocess.run([player, ...], env=session.environment())
 """
 
@@ -44,9 +44,9 @@ def install(prefix, destdir=None, **options):
     run("cmake", "--install", BUILD, "--prefix", prefix, env=environment, **options)
 
 
-def files_below(folder):
-    """The paths of all files and links below a folder, relative to it."""
-    return sorted(str(path.relative_to(folder)) for path in Path(folder).rglob("*")
+def files_below(directory):
+    """The paths of all files and links below a directory, relative to it."""
+    return sorted(str(path.relative_to(directory)) for path in Path(directory).rglob("*")
                   if path.is_symlink() or not path.is_dir())
 
 
@@ -105,23 +105,23 @@ def spy_on(program):
 
 
 class StagingTest(unittest.TestCase):
-    """A test with a folder of its own, and an installation that its class shares."""
+    """A test with a directory of its own, and an installation that its class shares."""
 
     @classmethod
     def setUpClass(cls):
-        folder = tempfile.TemporaryDirectory(prefix="tagwriter-install-")
-        cls.addClassCleanup(folder.cleanup)
-        cls.prefix = Path(folder.name).resolve() / "prefix"
+        directory = tempfile.TemporaryDirectory(prefix="tagwriter-install-")
+        cls.addClassCleanup(directory.cleanup)
+        cls.prefix = Path(directory.name).resolve() / "prefix"
         install(cls.prefix)
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="tagwriter-packaging-")
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name).resolve()
+        directory = tempfile.TemporaryDirectory(prefix="tagwriter-packaging-")
+        self.addCleanup(directory.cleanup)
+        self.directory = Path(directory.name).resolve()
 
     def copy(self, name, as_name=None):
         """A copy of a file of tests/data."""
-        copied = Path(shutil.copy(DATA / name, self.folder / (as_name or name)))
+        copied = Path(shutil.copy(DATA / name, self.directory / (as_name or name)))
         copied.chmod(0o644)
         return copied
 

@@ -21,7 +21,7 @@ class UnitTest(StagingTest):
     def analyze(self, *arguments):
         unit = self.prefix / "lib/systemd/user/tagwriter.service"
         return run("systemd-analyze", "--user", "--no-pager", *arguments, unit,
-                   env={**os.environ, "XDG_RUNTIME_DIR": str(self.folder)})
+                   env={**os.environ, "XDG_RUNTIME_DIR": str(self.directory)})
 
     def test_systemd_understands_every_line(self):
         self.assertEqual(self.analyze("--man=no", "verify"), "")

@@ -10,7 +10,7 @@ class EnvironmentTest(ScratchTest):
 
     def test_without_standard_streams_nothing_is_printed_into_the_music(self):
         player = self.start_player("exec <&- >&- 2>&-")
-        noise = self.folder + "/noise.flac"
+        noise = self.directory + "/noise.flac"
         with open(noise, "wb") as file:
             file.write(b"noise " * 1000)
         before = contents(noise)

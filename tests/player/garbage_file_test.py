@@ -51,7 +51,7 @@ class GarbageFiles(PlayerTest):
 
     def check(self, name, data):
         """A title request for a file with these contents is answered."""
-        path = os.path.join(self.folder, name)
+        path = os.path.join(self.directory, name)
         with open(path, "wb") as file:
             file.write(data)
         try:

@@ -21,7 +21,7 @@ gi.require_version("Gio", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402
 
 if "TAGWRITER_BIN" not in os.environ:
-    sys.exit("Set TAGWRITER_BIN to the folder that holds tagwriterd")
+    sys.exit("Set TAGWRITER_BIN to the directory that holds tagwriterd")
 TAGWRITERD = os.path.join(os.environ["TAGWRITER_BIN"], "tagwriterd")
 
 OBJECT = "/org/tagwriter/TagWriter"

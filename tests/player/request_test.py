@@ -93,7 +93,7 @@ class Path(RequestTest):
         self.assertFalse(self.check_echo(None))
 
     def test_file_whose_name_is_not_utf8(self):
-        path = os.path.join(os.fsencode(self.folder), b"caf\xe9.flac")
+        path = os.path.join(os.fsencode(self.directory), b"caf\xe9.flac")
         os.rename(self.path, path)
         self.request["path"] = raw_bytes(path)
         self.assertTrue(self.result(self.send(path)))

@@ -1,4 +1,4 @@
-"""What the tests of this folder share: scratch copies of real files, a player for each test, and
+"""What the tests of this directory share: scratch copies of real files, a player for each test, and
 readers that have nothing to do with the service's tag library."""
 
 import os
@@ -11,7 +11,7 @@ import unittest
 from player import GLib, Player, Service, change
 
 if "TAGWRITER_DATA" not in os.environ:
-    sys.exit("Set TAGWRITER_DATA to the folder tests/data")
+    sys.exit("Set TAGWRITER_DATA to the directory tests/data")
 DATA = os.environ["TAGWRITER_DATA"]
 
 SANITIZER_REPORTS = ("AddressSanitizer", "LeakSanitizer", "runtime error:")
@@ -40,16 +40,16 @@ def contents(path):
 
 
 class ScratchTest(unittest.TestCase):
-    """A test with a folder of its own."""
+    """A test with a directory of its own."""
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="tagwriter-player-")
-        self.addCleanup(folder.cleanup)
-        self.folder = folder.name
+        directory = tempfile.TemporaryDirectory(prefix="tagwriter-player-")
+        self.addCleanup(directory.cleanup)
+        self.directory = directory.name
 
     def copy(self, name, new_name=None):
         """A scratch copy of a file of the test data; returns its path."""
-        path = os.path.join(self.folder, new_name or name)
+        path = os.path.join(self.directory, new_name or name)
         shutil.copyfile(os.path.join(DATA, name), path)
         return path
 

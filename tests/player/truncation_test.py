@@ -38,7 +38,7 @@ class TruncationTest(PlayerTest):
 
     def cleared_without_endpoint(self, path):
         """What the file becomes when the service shortens it by itself."""
-        twin = os.path.join(self.folder, "twin-" + os.path.basename(path))
+        twin = os.path.join(self.directory, "twin-" + os.path.basename(path))
         with open(twin, "wb") as file:
             file.write(contents(path))
         self.assertTrue(self.clear_title(twin))

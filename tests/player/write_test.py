@@ -176,7 +176,7 @@ class TheFile(PlayerTest):
                           f"TagLib could not read the file at {path}\n", self.service.log())
 
     def test_what_is_no_audio_file(self):
-        for name, flags in ((os.devnull, os.O_RDWR), (self.folder, os.O_RDONLY)):
+        for name, flags in ((os.devnull, os.O_RDWR), (self.directory, os.O_RDONLY)):
             with self.subTest(name=name):
                 fd = os.open(name, flags)
                 self.addCleanup(os.close, fd)

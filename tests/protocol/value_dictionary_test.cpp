@@ -6,9 +6,9 @@
 
 #include <array>
 
-#include "protocol/unique_fd.h"
+#include "base/unique_fd.h"
 #include "tests/support/descriptors.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -55,7 +55,7 @@ TEST(ValueDictionary, AnswersAnAbsentKeyWithTheGettersOwnDefault) {
   EXPECT_FALSE(dictionary.getBool("x"));
   EXPECT_FALSE(dictionary.getData("x"));
   EXPECT_EQ(dictionary.getDictionary("x"), nullptr);
-  EXPECT_LT(dictionary.duplicateDescriptor("x"), 0);
+  EXPECT_FALSE(dictionary.duplicateDescriptor("x"));
   EXPECT_EQ(dictionary.createTruncationConnection("x"), nullptr);
 }
 
@@ -86,7 +86,7 @@ TEST(ValueDictionary, AnswersAnotherTypeLikeAnAbsentKey) {
       EXPECT_EQ(dictionary.getDictionary(k), nullptr);
     }
     if (key != "fd") {
-      EXPECT_LT(dictionary.duplicateDescriptor(k), 0);
+      EXPECT_FALSE(dictionary.duplicateDescriptor(k));
     }
   }
 }
@@ -109,11 +109,11 @@ TEST(ValueDictionary, ReplacesAndRemovesValues) {
 }
 
 TEST(ValueDictionary, DuplicatesADescriptorAboveTheStandardStreamsAndClosesItOnExec) {
-  const TemporaryFolder folder;
-  const UniqueFd file = openFile(folder.write("file", "x"));
+  const TemporaryDirectory directory;
+  const UniqueFd file = openFile(directory.write("file", "x"));
   ValueDictionary dictionary;
   dictionary.set("fd", BorrowedFd{file.get()});
-  const UniqueFd duplicate(dictionary.duplicateDescriptor("fd"));
+  const UniqueFd duplicate = dictionary.duplicateDescriptor("fd");
   ASSERT_TRUE(duplicate);
   EXPECT_NE(duplicate.get(), file.get());
   EXPECT_GE(duplicate.get(), 3);
@@ -123,12 +123,12 @@ TEST(ValueDictionary, DuplicatesADescriptorAboveTheStandardStreamsAndClosesItOnE
 TEST(ValueDictionary, GivesNoDuplicateOfAClosedDescriptor) {
   ValueDictionary dictionary;
   dictionary.set("fd", BorrowedFd{-1});
-  EXPECT_LT(dictionary.duplicateDescriptor("fd"), 0);
+  EXPECT_FALSE(dictionary.duplicateDescriptor("fd"));
 }
 
 TEST(ValueDictionary, LeavesTheDescriptorOpenAtItsEnd) {
-  const TemporaryFolder folder;
-  const UniqueFd file = openFile(folder.write("file", "x"));
+  const TemporaryDirectory directory;
+  const UniqueFd file = openFile(directory.write("file", "x"));
   {
     ValueDictionary dictionary;
     dictionary.set("fd", BorrowedFd{file.get()});
@@ -151,15 +151,15 @@ TEST(ValueDictionary, AsksItsConnectorForATruncationConnection) {
 }
 
 TEST(UniqueFd, ClosesOnceAndHandsOver) {
-  const TemporaryFolder folder;
-  UniqueFd file = openFile(folder.write("file", "x"));
+  const TemporaryDirectory directory;
+  UniqueFd file = openFile(directory.write("file", "x"));
   const int number = file.get();
   UniqueFd moved = std::move(file);
   EXPECT_EQ(moved.get(), number);
   EXPECT_TRUE(isOpen(number));
   moved.reset();
   EXPECT_FALSE(isOpen(number));
-  UniqueFd other = openFile(folder.write("other", "x"));
+  UniqueFd other = openFile(directory.write("other", "x"));
   const int released = other.release();
   other.reset();
   EXPECT_TRUE(isOpen(released));

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter {
 

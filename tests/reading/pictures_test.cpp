@@ -20,7 +20,7 @@
 #include "protocol/value_dictionary.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -78,7 +78,7 @@ TEST(Pictures, OfEveryFile) {
   }
 }
 
-TEST(Pictures, DoNotDependOnTheFolderAndNeedNoWritableDescriptor) {
+TEST(Pictures, DoNotDependOnTheDirectoryAndNeedNoWritableDescriptor) {
   const UniqueFd file = openFile(dataFile("flac_pictures.flac"), O_RDONLY);
   const std::size_t before = countDescriptors();
   const Lines& expected = kPictures.at("flac_pictures.flac");
@@ -92,21 +92,21 @@ TEST(Pictures, DoNotDependOnTheFolderAndNeedNoWritableDescriptor) {
 }
 
 TEST(Pictures, AreReadWithoutAChangeToTheFile) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   for (const auto& [name, pictures] : kPictures) {
-    const std::string path = folder.copyOf(name);
+    const std::string path = directory.copyOf(name);
     readPictures(openFile(path).get(), path);
     EXPECT_EQ(readFile(path), readFile(dataFile(name))) << name;
   }
 }
 
 TEST(Pictures, OfWhatIsNoAudioAreNone) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   for (const std::string& bytes :
        {std::string(), std::string("noise"), std::string(5000, '\xff')}) {
     for (const char* extension : {"mp3", "m4a", "flac", "ogg", "wma", "aiff", "wav", "ape", "wv",
                                   "oga", "opus", "dsf", "mpc", "vgm", "xyz"}) {
-      EXPECT_EQ(picturesIn(folder.write(std::string("noise.") + extension, bytes)), Lines())
+      EXPECT_EQ(picturesIn(directory.write(std::string("noise.") + extension, bytes)), Lines())
           << extension;
     }
   }
@@ -135,11 +135,11 @@ TEST(Pictures, OfEveryFormatAreFoundAfterAWrite) {
                                                         {"cover.tiff", "image/tiff|392|"},
                                                         {"cover.gif", "image/gif|850|8x8"},
                                                         {"cover.bmp", "image/bmp|246|8x8"}};
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   for (const auto& [name, role] : roles) {
     for (std::int64_t type = 1; type <= 5; ++type) {
       const auto& [imageName, line] = images[type - 1];
-      const std::string path = folder.copyOf(name);
+      const std::string path = directory.copyOf(name);
       const std::string image = readFile(dataFile(imageName));
       for (const std::int64_t stated : {std::int64_t{0}, type}) {
         ValueDictionary request;
@@ -153,8 +153,8 @@ TEST(Pictures, OfEveryFormatAreFoundAfterAWrite) {
 }
 
 TEST(Pictures, HaveTheTypeThatTheTagStates) {
-  const TemporaryFolder folder;
-  const std::string path = folder.copyOf("mp3_plain.mp3");
+  const TemporaryDirectory directory;
+  const std::string path = directory.copyOf("mp3_plain.mp3");
   const std::pair<int, const char*> roles[] = {
       {0, "Other"},          {1, "File Icon"},       {2, "Other File Icon"}, {6, "Media"},
       {17, "Coloured Fish"}, {20, "Publisher Logo"}, {21, "Other"},          {255, "Other"}};
@@ -172,8 +172,8 @@ TEST(Pictures, HaveTheTypeThatTheTagStates) {
 }
 
 TEST(Pictures, OfUnknownFormatHaveNoType) {
-  const TemporaryFolder folder;
-  const std::string path = folder.copyOf("m4a_plain.m4a");
+  const TemporaryDirectory directory;
+  const std::string path = directory.copyOf("m4a_plain.m4a");
   edit<TagLib::MP4::File>(path, [](TagLib::MP4::File& file) {
     TagLib::MP4::CoverArtList covers;
     covers.append(TagLib::MP4::CoverArt(TagLib::MP4::CoverArt::PNG, "no image"));
@@ -184,8 +184,8 @@ TEST(Pictures, OfUnknownFormatHaveNoType) {
 }
 
 TEST(Pictures, OfAFLACFileAreInItsBlocksAndInItsComment) {
-  const TemporaryFolder folder;
-  const std::string path = folder.copyOf("flac_pictures.flac");
+  const TemporaryDirectory directory;
+  const std::string path = directory.copyOf("flac_pictures.flac");
   edit<TagLib::FLAC::File>(path, [](TagLib::FLAC::File& file) {
     auto* picture = new TagLib::FLAC::Picture;
     picture->setType(TagLib::FLAC::Picture::Artist);
@@ -198,8 +198,8 @@ TEST(Pictures, OfAFLACFileAreInItsBlocksAndInItsComment) {
 }
 
 TEST(Pictures, OfAWMAMayBeBareOrStructured) {
-  const TemporaryFolder folder;
-  const std::string path = folder.copyOf("wma_tagged.wma");
+  const TemporaryDirectory directory;
+  const std::string path = directory.copyOf("wma_tagged.wma");
   edit<TagLib::ASF::File>(path, [](TagLib::ASF::File& file) {
     const std::string image = readFile(dataFile("cover.gif"));
     for (const std::string& bytes : {image, std::string("noise")}) {
@@ -214,8 +214,8 @@ TEST(Pictures, OfAWMAMayBeBareOrStructured) {
 }
 
 TEST(Pictures, OfAnAPETagAreItsBinaryCoverArtItems) {
-  const TemporaryFolder folder;
-  const std::string path = folder.copyOf("ape_tagged.ape");
+  const TemporaryDirectory directory;
+  const std::string path = directory.copyOf("ape_tagged.ape");
   edit<TagLib::APE::File>(path, [](TagLib::APE::File& file) {
     TagLib::APE::Tag& tag = *file.APETag(true);
     const auto add = [&](const char* key, const std::string& value) {

@@ -12,7 +12,7 @@
 #include "dsf/dsf_file.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -81,20 +81,20 @@ TEST(TagListing, ExistsForEveryFileThatTheLibraryReads) {
 }
 
 TEST(TagListing, OfWhatIsNoAudioIsNone) {
-  const TemporaryFolder folder;
-  EXPECT_EQ(tagsIn(folder.write("noise.txt", "no audio")), std::nullopt);
-  EXPECT_EQ(tagsIn(folder.write("noise.flac", std::string(5000, '\xff'))), std::nullopt);
+  const TemporaryDirectory directory;
+  EXPECT_EQ(tagsIn(directory.write("noise.txt", "no audio")), std::nullopt);
+  EXPECT_EQ(tagsIn(directory.write("noise.flac", std::string(5000, '\xff'))), std::nullopt);
   const LogCapture log;
   EXPECT_EQ(readTags(-1, "song.mp3"), std::nullopt);
 }
 
 /// The library takes any bytes for an MPEG file when they are called so.
 TEST(TagListing, OfNothingThatIsCalledAnMP3IsEmpty) {
-  const TemporaryFolder folder;
-  EXPECT_EQ(tagsIn(folder.write("empty.mp3", "")), TagListing());
+  const TemporaryDirectory directory;
+  EXPECT_EQ(tagsIn(directory.write("empty.mp3", "")), TagListing());
 }
 
-TEST(TagListing, DoesNotDependOnTheFolderAndNeedsNoWritableDescriptor) {
+TEST(TagListing, DoesNotDependOnTheDirectoryAndNeedsNoWritableDescriptor) {
   const UniqueFd file = openFile(dataFile("vorbis_tagged.ogg"), O_RDONLY);
   const std::size_t before = countDescriptors();
   EXPECT_EQ(readTags(file.get(), "/nowhere/at.all/song.ogg"), kTags.at("vorbis_tagged.ogg"));
@@ -105,9 +105,9 @@ TEST(TagListing, DoesNotDependOnTheFolderAndNeedsNoWritableDescriptor) {
 }
 
 TEST(TagListing, ReadsWithoutAChangeToTheFile) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory directory;
   for (const std::string& name : audioFileNames()) {
-    const std::string path = folder.copyOf(name);
+    const std::string path = directory.copyOf(name);
     readTags(openFile(path).get(), path);
     EXPECT_EQ(readFile(path), readFile(dataFile(name))) << name;
   }
@@ -115,8 +115,8 @@ TEST(TagListing, ReadsWithoutAChangeToTheFile) {
 
 /// The library does not know the class, and would show five fields of a tag that can hold more.
 TEST(TagListing, ShowsAllThatIsInADSFFile) {
-  const TemporaryFolder folder;
-  const std::string path = folder.copyOf("dsf_tagged.dsf");
+  const TemporaryDirectory directory;
+  const std::string path = directory.copyOf("dsf_tagged.dsf");
   {
     TagLib::DSF::File file(path.c_str(), false);
     for (const auto& [id, value] :

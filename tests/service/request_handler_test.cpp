@@ -14,7 +14,7 @@
 #include "protocol/value_dictionary.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
@@ -39,8 +39,8 @@ class RequestHandler : public testing::Test {
   }
   bool fileIsUnchanged() const { return readFile(path_) == readFile(dataFile("mp3_id3v23.mp3")); }
 
-  TemporaryFolder folder_;
-  std::string path_ = folder_.copyOf("mp3_id3v23.mp3");
+  TemporaryDirectory directory_;
+  std::string path_ = directory_.copyOf("mp3_id3v23.mp3");
   UniqueFd file_ = openFile(path_);
   std::size_t descriptorsBefore_ = countDescriptors();
 };
@@ -185,7 +185,7 @@ class DescriptorRequest final : public Dictionary {
   const Dictionary* getDictionary(const char* key) const override {
     return rest_.getDictionary(key);
   }
-  int duplicateDescriptor(const char*) const override { return fd_; }
+  UniqueFd duplicateDescriptor(const char*) const override { return UniqueFd(fd_); }
   std::unique_ptr<TruncationConnection> createTruncationConnection(const char*) const override {
     return nullptr;
   }
@@ -203,7 +203,7 @@ TEST_F(RequestHandler, TakesDescriptorZeroForNoneAndLeavesItOpen) {
 }
 
 TEST_F(RequestHandler, LogsAFileThatTheLibraryCannotRead) {
-  const std::string path = folder_.write("noise.xyz", "this is no audio at all");
+  const std::string path = directory_.write("noise.xyz", "this is no audio at all");
   const UniqueFd noise = openFile(path);
   const std::size_t before = countDescriptors();
   const std::string start = "Failed to write ";
@@ -221,7 +221,7 @@ TEST_F(RequestHandler, LogsAFileThatTheLibraryCannotRead) {
 }
 
 TEST_F(RequestHandler, LogsAMissingPathAsNull) {
-  const UniqueFd noise = openFile(folder_.write("noise", "this is no audio at all"));
+  const UniqueFd noise = openFile(directory_.write("noise", "this is no audio at all"));
   ValueDictionary request = change("title", {});
   request.set(key::kFd, BorrowedFd{noise.get()});
   request.remove(key::kPath);

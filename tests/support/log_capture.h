@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "io/log.h"
+#include "base/log.h"
 
 namespace tagwriter::test {
 

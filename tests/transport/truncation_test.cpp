@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 
 #include "tests/support/descriptors.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 #include "transport/dbus/peer_connection.h"
 #include "transport/dbus/truncation_client.h"
 #include "transport/dbus/truncation_server.h"
@@ -17,8 +17,8 @@ using dbus::connectForTruncation;
 using dbus::TruncationServer;
 
 TEST(Truncation, IsDoneByThePlayerOverOneConnection) {
-  const TemporaryFolder folder;
-  const std::string path = folder.write("file", std::string(1000, 'x'));
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("file", std::string(1000, 'x'));
   const UniqueFd file = openFile(path);
   const TruncationServer player;
   const auto connection = connectForTruncation(player.endpoint());
@@ -30,8 +30,8 @@ TEST(Truncation, IsDoneByThePlayerOverOneConnection) {
 }
 
 TEST(Truncation, LeavesNoDescriptorBehind) {
-  const TemporaryFolder folder;
-  const UniqueFd file = openFile(folder.write("file", "text"));
+  const TemporaryDirectory directory;
+  const UniqueFd file = openFile(directory.write("file", "text"));
   const std::size_t before = countDescriptors();
   {
     const TruncationServer player;
@@ -42,8 +42,8 @@ TEST(Truncation, LeavesNoDescriptorBehind) {
 }
 
 TEST(Truncation, TellsWhyThePlayerCouldNot) {
-  const TemporaryFolder folder;
-  const std::string path = folder.write("file", "text");
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("file", "text");
   const UniqueFd readable = openFile(path, O_RDONLY);
   const UniqueFd writable = openFile(path);
   const TruncationServer player;
@@ -58,8 +58,8 @@ TEST(Truncation, TellsWhyThePlayerCouldNot) {
 }
 
 TEST(Truncation, NeedsASocket) {
-  const TemporaryFolder folder;
-  const UniqueFd file = openFile(folder.write("file", "text"));
+  const TemporaryDirectory directory;
+  const UniqueFd file = openFile(directory.write("file", "text"));
   EXPECT_EQ(connectForTruncation(file.get()), nullptr);
   EXPECT_EQ(connectForTruncation(-1), nullptr);
   const UniqueFd datagrams(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
@@ -67,8 +67,8 @@ TEST(Truncation, NeedsASocket) {
 }
 
 TEST(Truncation, FailsForGoodWhenThePlayerHasHungUp) {
-  const TemporaryFolder folder;
-  const std::string path = folder.write("file", "text");
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("file", "text");
   const UniqueFd file = openFile(path);
   dbus::SocketPair sockets = dbus::makeSocketPair();
   const auto connection = connectForTruncation(sockets.theirs.get());

@@ -11,7 +11,7 @@
 
 #include "protocol/keys.h"
 #include "tests/support/descriptors.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 #include "transport/dbus/peer_connection.h"
 #include "transport/dbus/truncation_server.h"
 #include "transport/dbus/write_client.h"
@@ -55,8 +55,8 @@ class Write : public testing::Test {
 
 TEST_F(Write, CarriesEveryTypeOfValue) {
   const std::byte bytes[] = {std::byte{0}, std::byte{255}, std::byte{7}};
-  const TemporaryFolder folder;
-  const UniqueFd file = openFile(folder.write("file", "content"));
+  const TemporaryDirectory directory;
+  const UniqueFd file = openFile(directory.write("file", "content"));
   serve([&](const Dictionary& request) {
     EXPECT_STREQ(request.getString("string"), "S\xc3\xbc\xc3\x9f");
     EXPECT_STREQ(request.getString("empty"), "");
@@ -70,7 +70,7 @@ TEST_F(Write, CarriesEveryTypeOfValue) {
     EXPECT_TRUE(request.getData("no data") && request.getData("no data")->empty());
     const Dictionary* track = request.getDictionary(key::kTrack);
     EXPECT_TRUE(track && track->getInt64("year") == 1918);
-    const UniqueFd duplicate(request.duplicateDescriptor(key::kFd));
+    const UniqueFd duplicate = request.duplicateDescriptor(key::kFd);
     EXPECT_TRUE(duplicate);
     return true;
   });
@@ -156,11 +156,11 @@ TEST_F(Write, IsNotCutShortBySignals) {
 }
 
 TEST_F(Write, GivesTheHandlerATruncationConnection) {
-  const TemporaryFolder folder;
-  const std::string path = folder.write("file", "content");
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("file", "content");
   const UniqueFd file = openFile(path);
   serve([](const Dictionary& request) {
-    const UniqueFd duplicate(request.duplicateDescriptor(key::kFd));
+    const UniqueFd duplicate = request.duplicateDescriptor(key::kFd);
     const auto connection = request.createTruncationConnection(key::kTruncateConnection);
     return connection && !connection->truncate(duplicate.get(), 3);
   });

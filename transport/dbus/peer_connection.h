@@ -4,7 +4,7 @@
 #include <chrono>
 #include <optional>
 
-#include "protocol/unique_fd.h"
+#include "base/unique_fd.h"
 #include "transport/dbus/handles.h"
 
 namespace tagwriter::dbus {

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "protocol/unique_fd.h"
+#include "base/unique_fd.h"
 
 namespace tagwriter::dbus {
 

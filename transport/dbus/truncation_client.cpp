@@ -3,8 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "base/unique_fd.h"
 #include "protocol/keys.h"
-#include "protocol/unique_fd.h"
 #include "protocol/value_dictionary.h"
 #include "transport/dbus/call.h"
 #include "transport/dbus/dictionary_codec.h"

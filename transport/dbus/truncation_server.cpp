@@ -25,7 +25,7 @@ int shorten(sd_bus_message* call, sd_bus_error* error) {
   if (readDictionary(call, request) < 0) {
     return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, "The request does not decode");
   }
-  const UniqueFd file(request.duplicateDescriptor(key::kFd));
+  const UniqueFd file = request.duplicateDescriptor(key::kFd);
   const auto size = request.getUint64(key::kTruncateSize);
   if (!file || !size || *size > LONG_MAX) {
     return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS,

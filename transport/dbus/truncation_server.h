@@ -6,7 +6,7 @@
 #include <atomic>
 #include <thread>
 
-#include "protocol/unique_fd.h"
+#include "base/unique_fd.h"
 
 namespace tagwriter::dbus {
 

@@ -66,14 +66,14 @@ class SpawnPlan {
 };
 
 /// Where the running program is, or empty.
-fs::path programFolder() {
+fs::path programDirectory() {
   std::error_code error;
   return fs::read_symlink("/proc/self/exe", error).parent_path();
 }
 
 /// Where the shared library is that holds this code, or empty. In a program this is the name by
 /// which it was started, of which nothing is expected.
-fs::path libraryFolder() {
+fs::path libraryDirectory() {
   Dl_info file = {};
   if (::dladdr(kProgram, &file) == 0) return {};
   std::error_code error;
@@ -84,18 +84,19 @@ fs::path libraryFolder() {
 }  // namespace
 
 std::string findWorkerProgram() {
-  const fs::path program = programFolder();
-  const fs::path library = libraryFolder();
-  const fs::path folders[] = {
+  const fs::path program = programDirectory();
+  const fs::path library = libraryDirectory();
+  const fs::path directories[] = {
       program,
       program / TAGWRITER_LIBEXEC_FROM_BIN,
       library / TAGWRITER_LIBEXEC_FROM_LIB,
       TAGWRITER_LIBEXECDIR,
       "/usr/libexec/tagwriter",
   };
-  for (const fs::path& folder : folders) {
-    const fs::path candidate = (folder / kProgram).lexically_normal();
-    // A folder that is not known leaves a relative path, which must not mean the current folder.
+  for (const fs::path& directory : directories) {
+    const fs::path candidate = (directory / kProgram).lexically_normal();
+    // A directory that is not known leaves a relative path, which must not mean the current
+    // directory.
     if (candidate.is_absolute() && ::access(candidate.c_str(), X_OK) == 0) return candidate;
   }
   return {};

@@ -6,11 +6,11 @@
 #include <optional>
 #include <string>
 
-#include "protocol/unique_fd.h"
+#include "base/unique_fd.h"
 
 namespace tagwriter::dbus {
 
-/// Where the service's program is: beside the running program, or in the libexec folder of the
+/// Where the service's program is: beside the running program, or in the libexec directory of the
 /// installation, which may have been moved. Empty when it is in neither place.
 std::string findWorkerProgram();
 

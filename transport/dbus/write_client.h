@@ -6,8 +6,8 @@
 #include <string>
 #include <variant>
 
+#include "base/unique_fd.h"
 #include "protocol/answer.h"
-#include "protocol/unique_fd.h"
 #include "protocol/value_dictionary.h"
 #include "transport/dbus/handles.h"
 

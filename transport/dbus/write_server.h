@@ -3,9 +3,9 @@
 
 #include <functional>
 
+#include "base/unique_fd.h"
 #include "protocol/answer.h"
 #include "protocol/dictionary.h"
-#include "protocol/unique_fd.h"
 
 namespace tagwriter::dbus {
 

@@ -1,4 +1,4 @@
-#include "tests/support/temporary_folder.h"
+#include "tests/support/temporary_directory.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -14,24 +14,24 @@
 namespace tagwriter::test {
 namespace fs = std::filesystem;
 
-TemporaryFolder::TemporaryFolder() {
+TemporaryDirectory::TemporaryDirectory() {
   std::string pattern = fs::temp_directory_path() / "tagwriter-test-XXXXXX";
   if (!::mkdtemp(pattern.data())) throw std::system_error(errno, std::generic_category(), pattern);
   path_ = pattern;
 }
 
-TemporaryFolder::~TemporaryFolder() {
+TemporaryDirectory::~TemporaryDirectory() {
   std::error_code ignored;
   fs::remove_all(path_, ignored);
 }
 
-std::string TemporaryFolder::copyOf(const std::string& name, const std::string& as) const {
+std::string TemporaryDirectory::copyOf(const std::string& name, const std::string& as) const {
   const fs::path copy = path_ / (as.empty() ? name : as);
   fs::copy_file(dataFile(name), copy, fs::copy_options::overwrite_existing);
   return copy;
 }
 
-std::string TemporaryFolder::write(const std::string& name, const std::string& bytes) const {
+std::string TemporaryDirectory::write(const std::string& name, const std::string& bytes) const {
   const fs::path path = path_ / name;
   std::ofstream(path, std::ios::binary) << bytes;
   return path;

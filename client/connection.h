@@ -12,11 +12,11 @@
 namespace tagwriter {
 
 /// Connects when the first request is sent, and anew after the service has gone away.
-class TagWriter::Service {
+class TagWriter::Connection {
  public:
   /// A worker made from `workerProgram`; when empty it is looked for.
-  static std::unique_ptr<Service> embedded(std::string workerProgram);
-  static std::unique_ptr<Service> onSessionBus();
+  static std::unique_ptr<Connection> embedded(std::string workerProgram);
+  static std::unique_ptr<Connection> onSessionBus();
 
   /// Sends a request for the file behind `fd` (lent) called `path`, serves the truncations that it
   /// causes, and waits for the answer: kWritten, kRefused, kIncomplete, kNoAnswer, kInvalidText or
@@ -24,7 +24,7 @@ class TagWriter::Service {
   Outcome send(int fd, const std::string& path, ValueDictionary request);
 
  private:
-  explicit Service(std::string workerProgram, bool onBus)
+  explicit Connection(std::string workerProgram, bool onBus)
       : workerProgram_(std::move(workerProgram)), onBus_(onBus) {}
 
   bool connect(std::string& error);

@@ -1,4 +1,4 @@
-#include "client/service.h"
+#include "client/connection.h"
 
 #include <chrono>
 #include <utility>
@@ -25,18 +25,18 @@ Outcome outcomeOf(const dbus::CallError& failure) {
 
 }  // namespace
 
-std::unique_ptr<TagWriter::Service> TagWriter::Service::embedded(std::string workerProgram) {
-  return std::unique_ptr<Service>(new Service(std::move(workerProgram), false));
+std::unique_ptr<TagWriter::Connection> TagWriter::Connection::embedded(std::string workerProgram) {
+  return std::unique_ptr<Connection>(new Connection(std::move(workerProgram), false));
 }
 
-std::unique_ptr<TagWriter::Service> TagWriter::Service::onSessionBus() {
-  return std::unique_ptr<Service>(new Service({}, true));
+std::unique_ptr<TagWriter::Connection> TagWriter::Connection::onSessionBus() {
+  return std::unique_ptr<Connection>(new Connection({}, true));
 }
 
-bool TagWriter::Service::startWorker(std::string& error) {
+bool TagWriter::Connection::startWorker(std::string& error) {
   const std::string program = workerProgram_.empty() ? dbus::findWorkerProgram() : workerProgram_;
   if (program.empty()) {
-    error = "tagwriterd is neither beside this program nor in its libexec folder";
+    error = "tagwriterd is neither beside this program nor in its libexec directory";
     return false;
   }
   UniqueFd socket;
@@ -51,7 +51,7 @@ bool TagWriter::Service::startWorker(std::string& error) {
   return true;
 }
 
-bool TagWriter::Service::connect(std::string& error) {
+bool TagWriter::Connection::connect(std::string& error) {
   if (client_ && client_->connected()) return true;
   client_.reset();
   worker_.reset();
@@ -61,7 +61,7 @@ bool TagWriter::Service::connect(std::string& error) {
   return client_ != nullptr;
 }
 
-Outcome TagWriter::Service::send(int fd, const std::string& path, ValueDictionary request) {
+Outcome TagWriter::Connection::send(int fd, const std::string& path, ValueDictionary request) {
   std::string error;
   if (!connect(error)) return {Status::kServiceUnavailable, error};
 

@@ -5,17 +5,17 @@
 #include <string>
 #include <vector>
 
-#include "protocol/unique_fd.h"
+#include "base/unique_fd.h"
 
 namespace tagwriter::test {
 
-/// A new folder, removed with everything in it at the end of its life.
-class TemporaryFolder {
+/// A new directory, removed with everything in it at the end of its life.
+class TemporaryDirectory {
  public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  TemporaryDirectory();
+  ~TemporaryDirectory();
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
 
