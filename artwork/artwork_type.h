@@ -17,19 +17,19 @@ enum ArtworkType : std::int64_t {
   kArtworkBMP = 5,
 };
 
-/// What an image format is called in the tag families.
+/// The names of an image format in the tag families.
 struct ArtworkFormat {
   std::int64_t type;
   const char* mimeType;                     ///< ID3v2, FLAC, Xiph; null when not known
   TagLib::MP4::CoverArt::Format mp4Format;  ///< MP4
   const char* apeFileName;                  ///< APE
 
-  /// The MIME type as a string of the library; the null string when it is not known.
+  /// The MIME type as a TagLib string; the null string when it is not known.
   TagLib::String mime() const { return mimeType ? TagLib::String(mimeType) : TagLib::String(); }
 };
 
-/// The names of the image format `type`. Every value that is no ArtworkType has the same ones: no
-/// MIME type, an unknown MP4 format and, in APE, the file name of a JPEG (kept).
+/// The names of the image format `type`. Quirk: any value that is no ArtworkType has no MIME type,
+/// an unknown MP4 format and, in APE, the file name of a JPEG.
 const ArtworkFormat& artworkFormatOf(std::int64_t type);
 
 }  // namespace tagwriter

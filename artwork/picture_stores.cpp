@@ -83,10 +83,10 @@ bool setASFArtwork(TagLib::ASF::Tag& tag, const ByteVector& image, bool replace)
   return true;
 }
 
-bool setAPEArtwork(TagLib::APE::Tag& tag, const ByteVector& image, const ArtworkFormat& format,
+bool setAPEArtwork(TagLib::APE::Tag& tag, const ByteVector& image, std::int64_t artworkType,
                    bool replace) {
   ByteVector value;
-  value.append(String(format.apeFileName).data(String::UTF8));
+  value.append(String(artworkFormatOf(artworkType).apeFileName).data(String::UTF8));
   value.append('\0');
   value.append(image);
   const TagLib::APE::Item item(kAPEFrontCover, value, true);
@@ -100,14 +100,22 @@ void removeID3v2Artwork(TagLib::ID3v2::Tag& tag) {
   tag.removeFrames(kID3v2Picture);
 }
 
-void removeMP4Artwork(TagLib::MP4::Tag& tag) {
+void removeArtwork(TagLib::MP4::Tag& tag) {
   if (!tag.contains(kMP4Cover)) return;
   CoverArtList covers = tag.item(kMP4Cover).toCoverArtList();
   covers.clear();
   tag.setItem(kMP4Cover, TagLib::MP4::Item(covers));
 }
 
-void removeAPEArtwork(TagLib::APE::Tag& tag) {
+void removeArtwork(TagLib::Ogg::XiphComment& comment) {
+  comment.removeAllPictures();
+}
+
+void removeArtwork(TagLib::ASF::Tag& tag) {
+  tag.removeItem(kASFPicture);
+}
+
+void removeArtwork(TagLib::APE::Tag& tag) {
   tag.removeItem(kAPEFrontCoverToRemove);
 }
 

@@ -1,66 +1,60 @@
 #include "artwork/write_artwork.h"
 
+#include <utility>
+
 #include "artwork/picture_stores.h"
-#include "base/unique_fd.h"
 #include "io/audio_file.h"
-#include "io/owning_stream.h"
+#include "io/own_tag.h"
 #include "io/save.h"
 #include "protocol/keys.h"
 
 namespace tagwriter {
 namespace {
 
-/// The matrix: for each file class, whether it must be valid, where the picture goes and when the
-/// file is saved.
+/// Stores the picture in the file's own tag, created where it is missing; in a FLAC file, in the
+/// file itself. The file must be valid, and is saved when the picture was stored.
 class ArtworkWrite {
  public:
-  ArtworkWrite(const TagLib::ByteVector& image, const ArtworkFormat& format, bool replace)
-      : image_(image), format_(format), mime_(format.mime()), replace_(replace) {}
+  ArtworkWrite(const TagLib::ByteVector& image, std::int64_t type, bool replace)
+      : image_(image),
+        type_(type),
+        format_(artworkFormatOf(type)),
+        mime_(format_.mime()),
+        replace_(replace) {}
 
-  bool operator()(TagLib::MPEG::File& f) const { return f.isValid() && id3v2(f, f.ID3v2Tag(true)); }
-  bool operator()(TagLib::RIFF::AIFF::File& f) const { return f.isValid() && id3v2(f, f.tag()); }
-  bool operator()(TagLib::RIFF::WAV::File& f) const { return f.isValid() && id3v2(f, f.tag()); }
-  bool operator()(TagLib::DSF::File& f) const { return f.isValid() && id3v2(f, f.tag()); }
-
-  bool operator()(TagLib::APE::File& f) const { return f.isValid() && ape(f, f.APETag(true)); }
-  bool operator()(TagLib::WavPack::File& f) const { return f.isValid() && ape(f, f.APETag(true)); }
-  bool operator()(TagLib::MPC::File& f) const { return f.isValid() && ape(f, f.APETag(true)); }
-
-  bool operator()(TagLib::Vorbis::File& f) const { return xiph(f, f.tag()); }
-  bool operator()(TagLib::Ogg::FLAC::File& f) const { return xiph(f, f.tag()); }
-  bool operator()(TagLib::Ogg::Opus::File& f) const { return xiph(f, f.tag()); }
-
-  bool operator()(TagLib::MP4::File& f) const {
-    return f.isValid() && f.tag() && setMP4Artwork(*f.tag(), format_, image_, replace_) &&
-           saveFile(f);
+  template <typename File>
+  bool operator()(File& file) const {
+    if (!file.isValid()) return false;
+    auto* tag = ownTag(file, IfMissing::kCreate);
+    return tag && store(*tag) && saveFile(file);
   }
-  bool operator()(TagLib::FLAC::File& f) const {
-    return f.isValid() && setFLACArtwork(f, mime_, image_, replace_) && saveFile(f);
+  bool operator()(TagLib::FLAC::File& file) const {
+    return file.isValid() && setFLACArtwork(file, mime_, image_, replace_) && saveFile(file);
   }
-  bool operator()(TagLib::ASF::File& f) const {
-    return f.isValid() && f.tag() && setASFArtwork(*f.tag(), image_, replace_) && saveFile(f);
-  }
+
+  // Quirk: Ogg files need not be valid, and are saved whether the picture was stored or not.
+  bool operator()(TagLib::Vorbis::File& file) const { return storeInOgg(file); }
+  bool operator()(TagLib::Ogg::FLAC::File& file) const { return storeInOgg(file); }
+  bool operator()(TagLib::Ogg::Opus::File& file) const { return storeInOgg(file); }
 
  private:
-  template <typename File>
-  bool id3v2(File& file, TagLib::ID3v2::Tag* tag) const {
-    return tag && setID3v2Artwork(*tag, mime_, image_, replace_) && saveFile(file);
+  bool store(TagLib::ID3v2::Tag& tag) const {
+    return setID3v2Artwork(tag, mime_, image_, replace_);
   }
+  bool store(TagLib::MP4::Tag& tag) const { return setMP4Artwork(tag, format_, image_, replace_); }
+  bool store(TagLib::ASF::Tag& tag) const { return setASFArtwork(tag, image_, replace_); }
+  bool store(TagLib::APE::Tag& tag) const { return setAPEArtwork(tag, image_, type_, replace_); }
 
   template <typename File>
-  bool ape(File& file, TagLib::APE::Tag* tag) const {
-    return tag && setAPEArtwork(*tag, image_, format_, replace_) && saveFile(file);
-  }
-
-  /// Saved whether the picture went in or not (kept).
-  template <typename File>
-  bool xiph(File& file, TagLib::Ogg::XiphComment* comment) const {
+  bool storeInOgg(File& file) const {
+    auto* comment = ownTag(file, IfMissing::kCreate);
     if (!comment) return false;
     setXiphArtwork(*comment, image_, mime_, replace_);
     return saveFile(file);
   }
 
   const TagLib::ByteVector& image_;
+  std::int64_t type_;
   const ArtworkFormat& format_;
   TagLib::String mime_;
   bool replace_;
@@ -68,20 +62,14 @@ class ArtworkWrite {
 
 }  // namespace
 
-bool writeArtwork(int fd, const char* path, std::optional<std::span<const std::byte>> image,
+bool writeArtwork(UniqueFd fd, const char* path, std::optional<std::span<const std::byte>> image,
                   std::int64_t artworkType, const Dictionary& request) {
-  if (!path || !image) {
-    UniqueFd(fd).reset();
-    return false;
-  }
+  if (!path || !image) return false;
   const bool replace = request.getBool(key::kReplaceArtwork);
-  // The library's own copy, and the only one.
+  // TagLib's own copy, and the only one.
   const TagLib::ByteVector bytes(reinterpret_cast<const char*>(image->data()),
                                  static_cast<unsigned>(image->size()));
-  const TagFileType type = tagFileTypeForPath(path);
-  OwningStream stream(fd, path, &request);
-  return withAudioFile(type, fd, stream,
-                       ArtworkWrite(bytes, artworkFormatOf(artworkType), replace));
+  return withAudioFile(std::move(fd), path, request, ArtworkWrite(bytes, artworkType, replace));
 }
 
 }  // namespace tagwriter

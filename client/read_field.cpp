@@ -1,9 +1,11 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <utility>
+
 #include "base/unique_fd.h"
 #include "client/tag_writer.h"
-#include "reading/field_reader.h"
+#include "tagging/read_field.h"
 
 namespace tagwriter {
 namespace {
@@ -18,11 +20,12 @@ UniqueFd openForReading(const AudioFile& file) {
 
 std::optional<TrackValue> readField(const AudioFile& file, std::string_view key) {
   if (file.path().find('\0') != std::string::npos) return std::nullopt;
-  const UniqueFd fd = openForReading(file);
+  UniqueFd fd = openForReading(file);
   struct stat status {};
   // Of a pipe or a device, reading takes something away, or never ends.
   if (!fd || ::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  return readFieldValue(fd.get(), file.path(), std::string(key));
+  const auto stored = readStoredField(std::move(fd), file.path().c_str(), std::string(key).c_str());
+  return stored ? std::optional<TrackValue>(stored->value) : std::nullopt;
 }
 
 }  // namespace tagwriter

@@ -1,6 +1,10 @@
-// Prints docs/FIELDS.md from the field table.
+// Prints docs/FIELDS.md. What a field becomes is not copied from the field table but found out:
+// each cell writes a sample value into an empty tag, and the names that are then in the tag are
+// printed.
 
-#include <cstring>
+#include <textidentificationframe.h>
+#include <algorithm>
+
 #include <iostream>
 #include <string>
 #include <vector>
@@ -14,10 +18,10 @@ using namespace tagwriter;
 constexpr char kIntroduction[] =
     R"(# Fields
 
-<!-- Made from tagging/field_table.h by `./run docs`. Do not edit. -->
+<!-- Generated from tagging/field_table.h by `./run docs`. Do not edit. -->
 
-What each field becomes in each tag family. A dash means that the family is left alone: where that
-is the family of the file's format, the service answers false and the file is not saved.
+What each field becomes in each tag family. A dash means that the family is left alone: if that is
+the family of the file's format, the service answers false and does not save the file.
 
 | family | written into |
 |---|---|
@@ -28,15 +32,117 @@ is the family of the file's format, the service answers false and the file is no
 | ASF | WMA |
 | APE | Monkey's Audio, WavPack, Musepack |
 
-An absent text removes the field. An absent number, rating or flag is 0 or no, and what that leaves
-in the file is said with the kind of the cell. An empty text removes ID3v2 text frames; every other
-family is given the empty text as it is, and what the tag library makes of that stands: a Xiph field
-and an APE item without a value are not written.
+An absent text clears the field. An absent number, rating or flag counts as 0 or false; what that
+leaves in the file depends on the kind. An empty text clears ID3v2 text frames. The other families are
+given the empty text, and TagLib does not write a Xiph field or an APE item without a value.
 
-A name by itself stands for a *text* cell: one text, in the place of all that was there. Behind other
-names stands the kind of the cell; the kinds are explained below the table.
+A name by itself is a *text*: it replaces everything under that name. The other kinds are explained
+below the table.
 
 )";
+
+std::vector<std::string> namesIn(const TagLib::ID3v2::Tag& tag) {
+  std::vector<std::string> names;
+  for (const TagLib::ID3v2::Frame* frame : tag.frameList()) {
+    const auto* userText = dynamic_cast<const TagLib::ID3v2::UserTextIdentificationFrame*>(frame);
+    std::string name(frame->frameID().data(), frame->frameID().size());
+    if (userText) name.append(":").append(userText->description().to8Bit(true));
+    names.push_back(name);
+  }
+  return names;
+}
+
+template <typename Map>
+std::vector<std::string> keysOf(const Map& map) {
+  std::vector<std::string> keys;
+  for (const auto& entry : map) keys.push_back(entry.first.to8Bit(true));
+  return keys;
+}
+
+std::vector<std::string> namesIn(const TagLib::MP4::Tag& tag) {
+  return keysOf(tag.itemMap());
+}
+
+std::vector<std::string> namesIn(const TagLib::Ogg::XiphComment& tag) {
+  return keysOf(tag.fieldListMap());
+}
+
+std::vector<std::string> namesIn(const TagLib::APE::Tag& tag) {
+  std::vector<std::string> names;
+  for (const auto& entry : tag.itemListMap()) names.push_back(entry.second.key().to8Bit(true));
+  return names;
+}
+
+/// The attributes, and what the Content Description object holds under names of its own.
+std::vector<std::string> namesIn(const TagLib::ASF::Tag& tag) {
+  std::vector<std::string> names = keysOf(tag.attributeListMap());
+  if (!tag.title().isEmpty()) names.emplace_back("Title");
+  if (!tag.artist().isEmpty()) names.emplace_back("Author");
+  if (!tag.comment().isEmpty()) names.emplace_back("Description");
+  return names;
+}
+
+/// The fields of the fixed layout.
+std::vector<std::string> namesIn(const TagLib::ID3v1::Tag& tag) {
+  std::vector<std::string> names;
+  if (!tag.title().isEmpty()) names.emplace_back("title");
+  if (!tag.artist().isEmpty()) names.emplace_back("artist");
+  if (!tag.album().isEmpty()) names.emplace_back("album");
+  if (!tag.comment().isEmpty()) names.emplace_back("comment");
+  if (!tag.genre().isEmpty()) names.emplace_back("genre");
+  if (tag.year() != 0) names.emplace_back("year");
+  if (tag.track() != 0) names.emplace_back("track");
+  return names;
+}
+
+FieldChange sampleChange() {
+  FieldChange change;
+  change.text = "Blues";  // also a genre of ID3v1
+  change.number = 7;
+  change.real = 3.5;
+  change.flag = true;
+  return change;
+}
+
+/// The names that are in an empty tag after `write`. A total is only written beside a number, so
+/// where nothing was written it is tried again with one.
+template <typename Tag, typename Write>
+std::vector<std::string> namesWritten(const Write& write) {
+  Tag tag;
+  write(tag);
+  if (!namesIn(tag).empty()) return namesIn(tag);
+  Tag withTrack;
+  withTrack.setTrack(1);
+  write(withTrack);
+  return namesIn(withTrack);
+}
+
+std::string asCode(const std::string& name) {
+  return "`" + name + "`";
+}
+
+std::string asCode(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text.append(text.empty() ? "" : ", ").append(asCode(name));
+  return text;
+}
+
+template <typename Tag, typename... Kinds>
+std::string textOf(const FieldRow& row, const Cell<Tag, Kinds...>& cell) {
+  if (row.core) {
+    return asCode(namesWritten<Tag>([&](Tag& tag) { row.core->set(tag, sampleChange()); }));
+  }
+  std::string text = "–";
+  cell.visit([&]<typename Kind>(const Kind& kind) {
+    text = asCode(namesWritten<Tag>([&](Tag& tag) { kind.write(tag, sampleChange()); }));
+    if constexpr (!std::same_as<Kind, cell::Text>)
+      text.append(" *").append(Kind::kInfo.name) += '*';
+    if constexpr (requires { kind.removed; }) {
+      if (kind.removed) text.append(", removes ").append(asCode(std::string(kind.removed)));
+    }
+  });
+  return text;
+}
 
 const char* nameOf(field::Type type) {
   switch (type) {
@@ -52,58 +158,42 @@ const char* nameOf(field::Type type) {
   return "";
 }
 
-/// A name of the table, which is Latin-1, as code.
-std::string code(const char* name) {
-  std::string text = "`";
-  text += TagLib::String(name).to8Bit(true);
-  return text += '`';
-}
-
-template <typename Tag>
-std::string textOf(const Cell<Tag>& cell) {
-  if (!cell.form) return "–";
-  std::string text = code(cell.name);
-  if (cell.second) text.append(", ").append(code(cell.second));
-  if (cell.form != &cell::Text::kForm) text.append(" *").append(cell.form->name).append("*");
-  if (cell.replaced) text.append(", removes ").append(code(cell.replaced));
-  return text;
-}
-
 void printTable() {
   std::cout << "| field | value | ID3v2 | ID3v1 | MP4 | Xiph comment | ASF | APE |\n"
                "|---|---|---|---|---|---|---|---|\n";
   for (const FieldRow& row : table::kFields) {
-    const field::Field& field = *field::find(row.key);
-    std::cout << "| " << code(row.key);
-    if (field.companion) std::cout << " with " << code(field.companion);
-    std::cout << " | " << nameOf(field.type);
-    for (const std::string& text : {textOf(row.id3v2), textOf(row.id3v1), textOf(row.mp4),
-                                    textOf(row.xiph), textOf(row.asf), textOf(row.ape)}) {
+    std::cout << "| " << asCode(std::string(row.field.key));
+    if (row.core) std::cout << " *core*";
+    if (row.field.companion) std::cout << " with " << asCode(std::string(row.field.companion));
+    std::cout << " | " << nameOf(row.field.type);
+    for (const std::string& text :
+         {textOf(row, row.id3v2), textOf(row, row.id3v1), textOf(row, row.mp4),
+          textOf(row, row.xiph), textOf(row, row.asf), textOf(row, row.ape)}) {
       std::cout << " | " << text;
     }
     std::cout << " |\n";
   }
 }
 
-void collect(std::vector<const Form*>& forms, const Form* form) {
-  if (!form) return;
-  for (const Form* known : forms) {
-    if (known == form) return;
-  }
-  forms.push_back(form);
-}
-
 /// Every kind of cell, in the order in which the table first uses it.
 void printKinds() {
-  std::vector<const Form*> forms;
+  std::vector<std::string> lines = {
+      "*core*: written by TagLib's generic tag, which decides on the name; an empty text or a year "
+      "of 0 clears the field, but ASF keeps an empty attribute or a text of \"0\""};
+  const auto add = [&]<typename Kind>(const Kind&) {
+    std::string line = std::string("*") + Kind::kInfo.name + "*: " + Kind::kInfo.meaning;
+    if (std::find(lines.begin(), lines.end(), line) == lines.end()) lines.push_back(line);
+  };
   for (const FieldRow& row : table::kFields) {
-    for (const Form* form : {row.id3v2.form, row.id3v1.form, row.mp4.form, row.xiph.form,
-                             row.asf.form, row.ape.form}) {
-      collect(forms, form);
-    }
+    row.id3v2.visit(add);
+    row.id3v1.visit(add);
+    row.mp4.visit(add);
+    row.xiph.visit(add);
+    row.asf.visit(add);
+    row.ape.visit(add);
   }
-  std::cout << "\n## Kinds of cells\n\n";
-  for (const Form* form : forms) std::cout << "- *" << form->name << "*: " << form->meaning << "\n";
+  std::cout << "\n## Kinds\n\n";
+  for (const std::string& line : lines) std::cout << "- " << line << "\n";
 }
 
 }  // namespace

@@ -51,10 +51,6 @@ ID3v2::Tag* File::tag() const {
   return d->tag.get();
 }
 
-bool File::hasID3v2Tag() const {
-  return d->hasTag;
-}
-
 Properties* File::audioProperties() const {
   return d->properties.get();
 }

@@ -35,9 +35,6 @@ class File : public TagLib::File {
   /// file is not a DSF file.
   ID3v2::Tag* tag() const override;
 
-  /// Whether the file has a tag: one was found in it, or has been written since.
-  bool hasID3v2Tag() const;
-
   /// The audio properties, owned by this object; null when they were not read.
   Properties* audioProperties() const override;
 

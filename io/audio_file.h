@@ -1,8 +1,7 @@
-// One way to open a file: its type picks the tag library's class, and an operation gets the file.
+// One way to open a file: its type picks TagLib's class, and an operation gets the file.
 //
-// Four operations (tag write, cue sheet, artwork write, artwork clear) do their work on the same
-// classes, opened in the same way. Each is a set of overloads, one a class that it takes; a type
-// for which it has none is refused without opening anything.
+// An operation is a function object. A file type whose class it cannot be called with is refused
+// without opening anything.
 #pragma once
 
 #include <aifffile.h>
@@ -20,11 +19,13 @@
 #include <wavpackfile.h>
 
 #include <type_traits>
+#include <utility>
 
 #include "dsf/dsf_file.h"
 #include "io/fd_file_stream.h"
 #include "io/file_type.h"
 #include "io/ogg_codec.h"
+#include "io/stream_over.h"
 
 namespace tagwriter {
 
@@ -45,13 +46,13 @@ bool openAs(TagLib::FDFileStream& stream, const Operation& operation) {
   }
 }
 
-/// An ".oga" file is what its first packet says, Ogg FLAC or Vorbis; anything else is refused. An
-/// ".ogg" file in contrast is always taken for Vorbis (kept).
+/// An ".oga" file is what its first packet says, Ogg FLAC or Vorbis; anything else is refused.
+/// Quirk: an ".ogg" file is always taken for Vorbis; players rely on both.
 template <typename Operation>
-bool openOGA(int fd, TagLib::FDFileStream& stream, const Operation& operation) {
+bool openOGA(TagLib::FDFileStream& stream, const Operation& operation) {
   bool isVorbis = false;
   bool isFLAC = false;
-  sniffOggCodec(fd, isVorbis, isFLAC);
+  sniffOggCodec(stream.descriptor(), isVorbis, isFLAC);
   stream.seek(0, TagLib::IOStream::Beginning);
   if (isFLAC) return openAs<TagLib::Ogg::FLAC::File>(stream, operation);
   if (isVorbis) return openAs<TagLib::Vorbis::File>(stream, operation);
@@ -59,11 +60,9 @@ bool openOGA(int fd, TagLib::FDFileStream& stream, const Operation& operation) {
 }
 
 /// Opens the file behind `stream` as the class of its type and returns operation(file); false for
-/// types that have no class. `fd` is the stream's descriptor, lent for a look at the first packet.
-/// What the library or the operation throws passes through.
+/// types that have no class. What TagLib or the operation throws passes through.
 template <typename Operation>
-bool withAudioFile(TagFileType type, int fd, TagLib::FDFileStream& stream,
-                   const Operation& operation) {
+bool openAudioFile(TagFileType type, TagLib::FDFileStream& stream, const Operation& operation) {
   switch (type) {
     case kTagFileMP3:
       return openAs<TagLib::MPEG::File>(stream, operation);
@@ -85,7 +84,7 @@ bool withAudioFile(TagFileType type, int fd, TagLib::FDFileStream& stream,
     case kTagFileWavPack:
       return openAs<TagLib::WavPack::File>(stream, operation);
     case kTagFileOGA:
-      return openOGA(fd, stream, operation);
+      return openOGA(stream, operation);
     case kTagFileOpus:
       return openAs<TagLib::Ogg::Opus::File>(stream, operation);
     case kTagFileDSF:
@@ -99,6 +98,26 @@ bool withAudioFile(TagFileType type, int fd, TagLib::FDFileStream& stream,
       return false;
   }
   return false;
+}
+
+/// openAudioFile on a stream over `fd`, as the type that belongs to `path`. Parameters as for
+/// withStream.
+template <typename Operation>
+bool withAudioFile(UniqueFd fd, const char* path, const Dictionary& request,
+                   const Operation& operation) {
+  const TagFileType type = tagFileTypeForPath(path);
+  return withStream(std::move(fd), path, request, [&](TagLib::FDFileStream& stream) {
+    return openAudioFile(type, stream, operation);
+  });
+}
+
+/// The same for an operation that only reads.
+template <typename Operation>
+bool withAudioFileToRead(UniqueFd fd, const char* path, const Operation& operation) {
+  const TagFileType type = tagFileTypeForPath(path);
+  return withReadingStream(std::move(fd), path, [&](TagLib::FDFileStream& stream) {
+    return openAudioFile(type, stream, operation);
+  });
 }
 
 }  // namespace tagwriter

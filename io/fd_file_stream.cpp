@@ -194,6 +194,10 @@ bool FDFileStream::isOpen() const {
   return d->file != nullptr;
 }
 
+int FDFileStream::descriptor() const {
+  return isOpen() ? ::fileno(d->file) : -1;
+}
+
 void FDFileStream::seek(long offset, Position position) {
   if (!isOpen()) {
     logText("FDFileStream::seek() -- invalid file");
@@ -250,9 +254,9 @@ void FDFileStream::truncate(long length) {
     logText("FDFileStream::truncate() -- fflush error: %d %s.", errno, std::strerror(errno));
   }
   if (connectForTruncation()) {
-    const auto error = truncation_->truncate(::fileno(d->file), static_cast<unsigned long>(length));
+    const auto error = truncation_->truncate(descriptor(), static_cast<unsigned long>(length));
     if (error) logText("FDFileStream::truncate() -- xpc error: %s.\n", error->c_str());
-  } else if (::ftruncate(::fileno(d->file), length) != 0) {
+  } else if (::ftruncate(descriptor(), length) != 0) {
     logText("FDFileStream::truncate() -- Coundn't truncate the file %d %s.\n", errno,
             std::strerror(errno));
   }

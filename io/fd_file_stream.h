@@ -57,6 +57,9 @@ class FDFileStream : public IOStream {
   /// False when the descriptor could not be opened.
   bool isOpen() const override;
 
+  /// The stream's descriptor, which it owns; -1 when it could not be opened.
+  int descriptor() const;
+
   /// Moves to `offset` bytes from `position`. An unknown position is reported and changes nothing.
   void seek(long offset, Position position = Beginning) override;
 

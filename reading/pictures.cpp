@@ -12,7 +12,7 @@
 
 #include "base/unique_fd.h"
 #include "io/audio_file.h"
-#include "io/owning_stream.h"
+#include "io/own_tag.h"
 
 namespace tagwriter {
 namespace {
@@ -54,26 +54,18 @@ PictureInfo describe(const ByteVector& image, std::string mimeType, std::string 
   return {std::move(role), std::move(mimeType), bytes.size(), dimensionsOf(bytes)};
 }
 
-/// One overload a file class, each of which lists the pictures of its tag family.
+/// Lists the pictures of the file's own tag, and those of a FLAC file itself.
 class PictureList {
  public:
   explicit PictureList(std::vector<PictureInfo>& pictures) : pictures_(pictures) {}
 
-  bool operator()(TagLib::MPEG::File& f) const { return add(f.ID3v2Tag(false)); }
-  bool operator()(TagLib::RIFF::AIFF::File& f) const { return add(f.tag()); }
-  bool operator()(TagLib::RIFF::WAV::File& f) const { return add(f.tag()); }
-  bool operator()(TagLib::DSF::File& f) const { return add(f.tag()); }
-  bool operator()(TagLib::APE::File& f) const { return add(f.APETag(false)); }
-  bool operator()(TagLib::WavPack::File& f) const { return add(f.APETag(false)); }
-  bool operator()(TagLib::MPC::File& f) const { return add(f.APETag(false)); }
-  bool operator()(TagLib::Vorbis::File& f) const { return add(f.tag()); }
-  bool operator()(TagLib::Ogg::FLAC::File& f) const { return add(f.tag()); }
-  bool operator()(TagLib::Ogg::Opus::File& f) const { return add(f.tag()); }
-  bool operator()(TagLib::MP4::File& f) const { return add(f.tag()); }
-  bool operator()(TagLib::ASF::File& f) const { return add(f.tag()); }
-  bool operator()(TagLib::FLAC::File& f) const {
-    add(f.pictureList());
-    return add(f.xiphComment(false));
+  template <typename File>
+  bool operator()(File& file) const {
+    return add(ownTag(file, IfMissing::kNull));
+  }
+  bool operator()(TagLib::FLAC::File& file) const {
+    add(file.pictureList());
+    return add(ownTag(file, IfMissing::kNull));
   }
 
  private:
@@ -151,10 +143,7 @@ class PictureList {
 
 std::vector<PictureInfo> readPictures(int fd, const std::string& path) {
   std::vector<PictureInfo> pictures;
-  const TagFileType type = tagFileTypeForPath(path.c_str());
-  const int duplicate = duplicateFd(fd).release();
-  OwningStream stream(duplicate, path.c_str(), nullptr, true);
-  withAudioFile(type, duplicate, stream, PictureList(pictures));
+  withAudioFileToRead(duplicateFd(fd), path.c_str(), PictureList(pictures));
   return pictures;
 }
 

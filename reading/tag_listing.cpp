@@ -8,14 +8,14 @@
 #include "base/unique_fd.h"
 #include "dsf/dsf_file.h"
 #include "dsf/dsf_file_type_resolver.h"
-#include "io/owning_stream.h"
+#include "io/stream_over.h"
 #include "tagging/numbers.h"
 
 namespace tagwriter {
 namespace {
 
-/// The library unifies the tags of the file classes that it knows; ours it would ask for the five
-/// core fields only.
+/// TagLib unifies the tags of the file classes that it knows; ours it would ask for the five core
+/// fields only.
 TagLib::PropertyMap propertiesOf(const TagLib::File& file) {
   if (const auto* dsf = dynamic_cast<const TagLib::DSF::File*>(&file)) {
     return dsf->tag()->properties();
@@ -34,17 +34,18 @@ const char* valueOf(const TagListing& tags, std::string_view name) {
 
 std::optional<TagListing> readTags(int fd, const std::string& path) {
   TagLib::registerDSFFileTypeResolver();
-  OwningStream stream(duplicateFd(fd).release(), path.c_str(), nullptr, true);
-  const TagLib::FileRef file(&stream, false);
-  if (file.isNull()) return std::nullopt;
-
-  TagListing listing;
-  for (const auto& [name, values] : propertiesOf(*file.file())) {
-    for (const auto& value : values) {
-      listing.emplace_back(name.to8Bit(true), value.to8Bit(true));
-    }
-  }
-  return listing;
+  return withReadingStream(duplicateFd(fd), path.c_str(),
+                           [](TagLib::FDFileStream& stream) -> std::optional<TagListing> {
+                             const TagLib::FileRef file(&stream, false);
+                             if (file.isNull()) return std::nullopt;
+                             TagListing listing;
+                             for (const auto& [name, values] : propertiesOf(*file.file())) {
+                               for (const auto& value : values) {
+                                 listing.emplace_back(name.to8Bit(true), value.to8Bit(true));
+                               }
+                             }
+                             return listing;
+                           });
 }
 
 DiscPosition discPositionOf(const TagListing& tags) {

@@ -2,9 +2,9 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <mutex>
+#include <utility>
 
 #include "artwork/clear_artwork.h"
 #include "artwork/write_artwork.h"
@@ -16,14 +16,14 @@
 namespace tagwriter {
 namespace {
 
-/// Reading from a pipe or a device could keep the one queue waiting for ever, and a descriptor for
-/// append would put every write behind the file's end.
+/// Reading from a pipe or a device could block the one queue for ever, and with O_APPEND every
+/// write would go to the end of the file.
 bool isEditable(int fd) {
   struct stat status {};
   return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && !(::fcntl(fd, F_GETFL) & O_APPEND);
 }
 
-/// Made once and never destroyed.
+/// Created once and never destroyed.
 SerialQueue* workQueue = nullptr;
 
 }  // namespace
@@ -41,30 +41,33 @@ bool handleRequest(const Dictionary& request) {
   const char* path = request.getString(key::kPath);
   bool result = false;
 
-  const int fd = request.duplicateDescriptor(key::kFd).release();
-  // Zero counts as failure too, although it is a descriptor (kept).
-  if (fd <= 0) return result;
-  if (!isEditable(fd)) {
-    ::close(fd);
-    return result;
+  UniqueFd fd = request.duplicateDescriptor(key::kFd);
+  if (fd.get() <= 0) {
+    (void)fd.release();  // Quirk: 0 counts as failure too, and is not closed.
+    return false;
   }
+  if (!isEditable(fd.get())) return false;
 
   if (const auto artwork = request.getData(key::kArtwork)) {
     const std::int64_t type = request.getInt64(key::kArtworkType);
-    workQueue->runAndWait([&] { result = writeArtwork(fd, path, artwork, type, request); });
+    workQueue->runAndWait(
+        [&] { result = writeArtwork(std::move(fd), path, artwork, type, request); });
     return result;
   }
 
   if (request.getBool(key::kClearArtwork)) {
-    workQueue->runAndWait([&] { result = clearArtwork(fd, path, request); });
+    workQueue->runAndWait([&] { result = clearArtwork(std::move(fd), path, request); });
     return result;
   }
 
   const char* changedKey = request.getString(key::kChangedTag);
   const Dictionary* track = request.getDictionary(key::kTrack);
-  if (!track) return result;  // the duplicate stays open (kept)
+  if (!track) {
+    (void)fd.release();  // Quirk: it stays open.
+    return false;
+  }
 
-  const TrackChangeRequest change{fd, path, changedKey, *track, request, result};
+  TrackChangeRequest change{std::move(fd), path, changedKey, *track, request, result};
   workQueue->runAndWait([&change] { change.run(); });
   return result;
 }

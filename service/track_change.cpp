@@ -1,6 +1,6 @@
 #include "service/track_change.h"
 
-#include <unistd.h>
+#include <utility>
 
 #include "protocol/fields.h"
 #include "tagging/field_table.h"
@@ -9,36 +9,37 @@ namespace tagwriter {
 namespace {
 
 /// Reads the field's value, and its companion's, with the getter of the field's type.
-FieldValue valueOf(const Dictionary& track, const field::Field& field) {
-  FieldValue value;
+FieldChange changeOf(const field::Field& field, const Dictionary& track, const char* path) {
+  FieldChange change;
+  change.path = path;
   switch (field.type) {
     case field::Type::kString:
-      value.text = track.getString(field.key);
+      change.text = track.getString(field.key);
       break;
     case field::Type::kInt64:
-      value.number = track.getInt64(field.key);
-      if (field.companion) value.total = track.getInt64(field.companion);
+      change.number = track.getInt64(field.key);
+      if (field.companion) change.total = track.getInt64(field.companion);
       break;
     case field::Type::kDouble:
-      value.real = track.getDouble(field.key);
+      change.real = track.getDouble(field.key);
       break;
     case field::Type::kBool:
-      value.flag = track.getBool(field.key);
+      change.flag = track.getBool(field.key);
       break;
   }
-  return value;
+  return change;
 }
 
 }  // namespace
 
-void TrackChangeRequest::run() const {
+void TrackChangeRequest::run() {
   const FieldRow* row = findFieldRow(changedKey);
   if (!row) {
-    ::close(fd);
+    fd.reset();
     result = false;
     return;
   }
-  result = row->road(*row, fd, path, valueOf(track, *field::find(row->key)), request);
+  result = row->writer(*row, std::move(fd), changeOf(row->field, track, path), request);
 }
 
 }  // namespace tagwriter

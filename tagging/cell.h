@@ -1,72 +1,66 @@
-// One cell of the field table: what a field becomes in one tag family.
+// A cell of the field table: how one field is kept in one tag family.
+//
+// A kind of cell is a type that writes a field and reads it back, with the names that it needs as
+// its members and one pair of write and read for each family that it serves:
+//
+//   struct Number {
+//     static constexpr KindInfo kInfo = {"number", "what docs/FIELDS.md says about it"};
+//     const char* name;
+//     void write(Tag& tag, const FieldChange& change) const;
+//     std::optional<StoredField> read(Tag& tag) const;  // nothing when it is not in the tag
+//   };
 #pragma once
 
-#include <cstdint>
+#include <concepts>
+#include <optional>
+#include <variant>
+
+#include "tagging/field_change.h"
+#include "tagging/text_cells.h"
+#include "tagging/writing_blocks.h"
 
 namespace tagwriter {
 
-/// The value of a field on its way to an editor. The field's type says which member counts; the
-/// others keep their defaults.
-struct FieldValue {
-  const char* text = nullptr;  ///< UTF-8, borrowed; null when absent
-  std::int64_t number = 0;
-  std::int64_t total = 0;  ///< what travels with the number, where the field has a companion
-  double real = 0.0;
-  bool flag = false;
-};
-
-/// One change: a field's new value, and the file's path for log lines (may be null).
-struct FieldEdit {
-  FieldValue value;
-  const char* path = nullptr;
-};
-
-/// What a kind of cell is called and does, for the readers of docs/FIELDS.md.
-struct Form {
-  const char* name;
-  const char* meaning;
-};
-
-/// Another name for the same value, which an edit always removes.
-struct Replaces {
-  const char* name;
-};
-
-/// How a field is kept in the tag family of `Tag`, and under which names. A blank cell leaves the
-/// family alone.
-///
-/// A kind of cell is a type with a `kForm` and an `edit` for each family that it serves. A kind
-/// with `kHasNoEditor` only tells where the field's own road puts the value.
-template <typename Tag>
-struct Cell {
-  using Edit = void (*)(Tag& tag, const Cell& cell, const FieldEdit& edit);
-
+/// A cell for the tag family of `Tag`: one of the `Kinds` that serve it, or blank, which leaves the
+/// family alone. A name by itself, or two, make a Text.
+template <typename Tag, typename... Kinds>
+class Cell {
+ public:
   constexpr Cell() = default;
-  /// `cellName` is the frame, atom, field, attribute or item, in Latin-1; `secondName` one that is
-  /// written with it.
+  constexpr Cell(const char* name, const char* second = nullptr)  // NOLINT(*-explicit-constructor)
+      requires(std::same_as<cell::Text, Kinds> || ...)
+      : kind_(cell::Text{name, second}) {}
   template <typename Kind>
-  constexpr Cell(Kind, const char* cellName, const char* secondName = nullptr)
-      : form(&Kind::kForm), name(cellName), second(secondName), edit(editOf<Kind>()) {}
-  template <typename Kind>
-  constexpr Cell(Kind kind, const char* cellName, Replaces other) : Cell(kind, cellName) {
-    replaced = other.name;
+  requires(std::same_as<Kind, Kinds> || ...) constexpr Cell(Kind kind)
+      : kind_(kind) {}  // NOLINT(*-explicit-constructor)
+
+  /// An editor that makes `change`, which it copies; empty for a blank cell.
+  FieldEditor<Tag> editor(const FieldChange& change) const {
+    FieldEditor<Tag> editor;
+    visit(
+        [&](const auto& kind) { editor = [kind, change](Tag* tag) { kind.write(*tag, change); }; });
+    return editor;
   }
 
-  const Form* form = nullptr;
-  const char* name = nullptr;
-  const char* second = nullptr;
-  const char* replaced = nullptr;
-  Edit edit = nullptr;
+  /// What is in `tag`; nothing when the field is not, or the cell is blank.
+  std::optional<StoredField> read(Tag& tag) const {
+    std::optional<StoredField> stored;
+    visit([&](const auto& kind) { stored = kind.read(tag); });
+    return stored;
+  }
+
+  /// Calls `visitor` with the kind, unless the cell is blank.
+  template <typename Visitor>
+  void visit(const Visitor& visitor) const {
+    std::visit(
+        [&]<typename Kind>(const Kind& kind) {
+          if constexpr (!std::same_as<Kind, std::monostate>) visitor(kind);
+        },
+        kind_);
+  }
 
  private:
-  template <typename Kind>
-  static constexpr Edit editOf() {
-    if constexpr (requires { Kind::kHasNoEditor; }) {
-      return nullptr;
-    } else {
-      return [](Tag& tag, const Cell& cell, const FieldEdit& edit) { Kind::edit(tag, cell, edit); };
-    }
-  }
+  std::variant<std::monostate, Kinds...> kind_;
 };
 
 }  // namespace tagwriter

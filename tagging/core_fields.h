@@ -1,29 +1,73 @@
 // The five fields that every format knows: title, artist, album, genre, year.
 //
-// They go through the tag library's generic file reference and tag, so the frame, atom or field
-// that carries them is the library's choice for the format. The library finds the format by the
-// stream's name first and by content second: an MP3 named ".xyz" takes a title.
-//
-// Each writer takes `fd` over and closes it; `path` (UTF-8, never opened, may be null) names the
-// stream; `request` is borrowed. Each returns whether the save succeeded; a file that the library
-// cannot read is logged and gives false. Exceptions of the library pass through.
+// They go through TagLib's generic file reference and tag, so the frame, atom or field that carries
+// them is TagLib's choice for the format. TagLib finds the format by the stream's name first and by
+// content second: an MP3 named ".xyz" takes a title.
 #pragma once
 
-#include <cstdint>
+#include <tag.h>
 
+#include <cstdint>
+#include <optional>
+
+#include "base/unique_fd.h"
 #include "protocol/dictionary.h"
+#include "tagging/field_change.h"
+#include "tagging/strings.h"
 
 namespace tagwriter {
 
-/// Sets the title to `value` (UTF-8), or clears it when null.
-bool writeTitle(int fd, const char* path, const char* value, const Dictionary& request);
-/// Sets the artist to `value` (UTF-8), or clears it when null.
-bool writeArtist(int fd, const char* path, const char* value, const Dictionary& request);
-/// Sets the album to `value` (UTF-8), or clears it when null.
-bool writeAlbum(int fd, const char* path, const char* value, const Dictionary& request);
-/// Sets the genre to `value` (UTF-8), or clears it when null.
-bool writeGenre(int fd, const char* path, const char* value, const Dictionary& request);
-/// Sets the year to the low 32 bits of `value`, unsigned; 0 clears it.
-bool writeYear(int fd, const char* path, std::int64_t value, const Dictionary& request);
+/// How a core field is set and read.
+struct CoreField {
+  void (*set)(TagLib::Tag& tag, const FieldChange& change);
+  std::optional<StoredField> (*get)(const TagLib::Tag& tag);  ///< nothing for an empty text or a 0
+};
+
+template <void (TagLib::Tag::*Set)(const TagLib::String&),
+          TagLib::String (TagLib::Tag::*Get)() const>
+inline constexpr CoreField kCoreText = {
+    [](TagLib::Tag& tag, const FieldChange& change) { (tag.*Set)(toTagString(change.text)); },
+    [](const TagLib::Tag& tag) -> std::optional<StoredField> {
+      const TagLib::String text = (tag.*Get)();
+      if (text.isEmpty()) return std::nullopt;
+      return StoredField{text.to8Bit(true)};
+    }};
+
+namespace core {
+
+using TagLib::Tag;
+
+inline constexpr CoreField kArtist = kCoreText<&Tag::setArtist, &Tag::artist>;
+inline constexpr CoreField kAlbum = kCoreText<&Tag::setAlbum, &Tag::album>;
+inline constexpr CoreField kGenre = kCoreText<&Tag::setGenre, &Tag::genre>;
+
+/// Quirk: the title is set twice; the second call changes nothing.
+inline constexpr CoreField kTitle = {[](Tag& tag, const FieldChange& change) {
+                                       tag.setTitle(toTagString(change.text));
+                                       tag.setTitle(toTagString(change.text));
+                                     },
+                                     kCoreText<&Tag::setTitle, &Tag::title>.get};
+
+/// The low 32 bits, unsigned; 0 clears.
+inline constexpr CoreField kYear = {[](Tag& tag, const FieldChange& change) {
+                                      tag.setYear(static_cast<std::uint32_t>(change.number));
+                                    },
+                                    [](const Tag& tag) -> std::optional<StoredField> {
+                                      if (tag.year() == 0) return std::nullopt;
+                                      return StoredField{std::int64_t{tag.year()}};
+                                    }};
+
+}  // namespace core
+
+/// Sets `field` in the file behind `fd`, which is closed on every path, and saves. `key` is the
+/// field's, for the log line; `change` holds the value (a null text clears) and the path (never
+/// opened); `request` is borrowed. Returns the save's result; a file that TagLib cannot read is
+/// logged and gives false. Exceptions of TagLib pass through.
+bool writeCoreField(const CoreField& field, const char* key, UniqueFd fd, const FieldChange& change,
+                    const Dictionary& request);
+
+/// Reads `field` from the file behind `fd`, which is closed on every path; `path` is never opened.
+/// Returns nothing when the field is not in the file or TagLib cannot read the file.
+std::optional<StoredField> readCoreField(const CoreField& field, UniqueFd fd, const char* path);
 
 }  // namespace tagwriter

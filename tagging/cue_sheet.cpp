@@ -1,74 +1,76 @@
 #include "tagging/cue_sheet.h"
 
-#include <optional>
+#include <utility>
 
 #include "io/audio_file.h"
-#include "io/owning_stream.h"
+#include "io/own_tag.h"
 #include "io/save.h"
 #include "tagging/strings.h"
 
 namespace tagwriter {
 namespace {
 
-constexpr char kCueSheet[] = "CUESHEET";
-
-/// One overload a file class that takes a cue sheet.
+/// Takes the file classes that can have a cue sheet.
 class CueSheetWrite {
  public:
-  /// Nothing stands for a cue sheet that goes away.
-  explicit CueSheetWrite(const std::optional<TagLib::String>& text) : text_(text) {}
+  explicit CueSheetWrite(const char* cueSheet) : cueSheet_(cueSheet) {}
 
-  bool operator()(TagLib::FLAC::File& f) const {
-    return addXiph(f, f.hasXiphComment() ? f.xiphComment(false) : nullptr);
-  }
-  bool operator()(TagLib::Vorbis::File& f) const { return addXiph(f, f.tag()); }
-  bool operator()(TagLib::Ogg::FLAC::File& f) const { return addXiph(f, f.tag()); }
-  bool operator()(TagLib::Ogg::Opus::File& f) const { return addXiph(f, f.tag()); }
-  bool operator()(TagLib::APE::File& f) const { return addAPE(f); }
-  bool operator()(TagLib::WavPack::File& f) const { return addAPE(f); }
+  bool operator()(TagLib::FLAC::File& file) const { return intoXiph(file); }
+  bool operator()(TagLib::Vorbis::File& file) const { return intoXiph(file); }
+  bool operator()(TagLib::Ogg::FLAC::File& file) const { return intoXiph(file); }
+  bool operator()(TagLib::Ogg::Opus::File& file) const { return intoXiph(file); }
+  bool operator()(TagLib::APE::File& file) const { return intoAPE(file); }
+  bool operator()(TagLib::WavPack::File& file) const { return intoAPE(file); }
 
  private:
+  /// The file must be valid; it is saved with or without a comment.
   template <typename File>
-  bool addXiph(File& file, TagLib::Ogg::XiphComment* comment) const {
+  bool intoXiph(File& file) const {
     if (!file.isValid()) return false;
-    if (text_) {
-      addXiphCueSheet(comment, *text_);
-    } else if (comment) {
-      comment->removeFields(kCueSheet);
-    }
+    if (auto* comment = ownTag(file, IfMissing::kNull)) setCueSheet(*comment, cueSheet_);
     return saveFile(file);
   }
 
+  /// There must be a tag; the file need not be valid.
   template <typename File>
-  bool addAPE(File& file) const {
-    if (!file.hasAPETag()) return false;
-    if (text_) {
-      addAPECueSheet(file.APETag(false), *text_);
-    } else {
-      file.APETag(false)->removeItem(kCueSheet);
-    }
+  bool intoAPE(File& file) const {
+    auto* tag = ownTag(file, IfMissing::kNull);
+    if (!tag) return false;
+    setCueSheet(*tag, cueSheet_);
     return saveFile(file);
   }
 
-  const std::optional<TagLib::String>& text_;
+  const char* cueSheet_;
 };
 
 }  // namespace
 
 void addXiphCueSheet(TagLib::Ogg::XiphComment* comment, const TagLib::String& text) {
-  if (comment) comment->addField(kCueSheet, text, true);
+  if (comment) comment->addField(kCueSheetName, text, true);
 }
 
 void addAPECueSheet(TagLib::APE::Tag* tag, const TagLib::String& text) {
-  if (tag) tag->addValue(kCueSheet, text, true);
+  if (tag) tag->addValue(kCueSheetName, text, true);
 }
 
-bool writeCueSheet(int fd, const char* path, const char* cueSheet, const Dictionary& request) {
-  std::optional<TagLib::String> text;
-  if (cueSheet) text = toTagString(cueSheet);
-  const TagFileType type = tagFileTypeForPath(path);
-  OwningStream stream(fd, path, &request);
-  return withAudioFile(type, fd, stream, CueSheetWrite(text));
+void setCueSheet(TagLib::Ogg::XiphComment& comment, const char* cueSheet) {
+  if (cueSheet) {
+    addXiphCueSheet(&comment, toTagString(cueSheet));
+  } else {
+    comment.removeFields(kCueSheetName);
+  }
+}
+
+void setCueSheet(TagLib::APE::Tag& tag, const char* cueSheet) {
+  if (cueSheet) {
+    addAPECueSheet(&tag, toTagString(cueSheet));
+  } else {
+    tag.removeItem(kCueSheetName);
+  }
+}
+
+bool writeCueSheet(UniqueFd fd, const char* path, const char* cueSheet, const Dictionary& request) {
+  return withAudioFile(std::move(fd), path, request, CueSheetWrite(cueSheet));
 }
 
 }  // namespace tagwriter

@@ -1,35 +1,30 @@
 #include "tagging/field_row.h"
 
-#include "tagging/cue_sheet.h"
+#include <utility>
+
 #include "tagging/tag_write.h"
 
-namespace tagwriter::road {
-namespace {
+namespace tagwriter {
 
-template <typename Tag>
-FieldEditor<Tag> editorOf(const Cell<Tag>& cell, const FieldEdit& edit) {
-  if (!cell.edit) return {};
-  return [&cell, &edit](Tag* tag) { cell.edit(*tag, cell, edit); };
+bool writeCells(const FieldRow& row, UniqueFd fd, const FieldChange& change,
+                const Dictionary& request) {
+  VQNTagWritingBlocks editors;
+  editors.id3v2Block = row.id3v2.editor(change);
+  editors.id3v1Block = row.id3v1.editor(change);
+  editors.mp4Block = row.mp4.editor(change);
+  editors.xiphBlock = row.xiph.editor(change);
+  editors.asfBlock = row.asf.editor(change);
+  editors.apeBlock = row.ape.editor(change);
+  return writeTagToFile(std::move(fd), change.path, editors, request);
 }
 
-}  // namespace
-
-bool editors(const FieldRow& row, int fd, const char* path, const FieldValue& value,
-             const Dictionary& request) {
-  const FieldEdit edit{value, path};
-  VQNTagWritingBlocks blocks;
-  blocks.id3v2Block = editorOf(row.id3v2, edit);
-  blocks.id3v1Block = editorOf(row.id3v1, edit);
-  blocks.mp4Block = editorOf(row.mp4, edit);
-  blocks.xiphBlock = editorOf(row.xiph, edit);
-  blocks.asfBlock = editorOf(row.asf, edit);
-  blocks.apeBlock = editorOf(row.ape, edit);
-  return writeTagToFile(fd, path, blocks, request);
+bool writeCore(const FieldRow& row, UniqueFd fd, const FieldChange& change,
+               const Dictionary& request) {
+  return writeCoreField(*row.core, row.field.key, std::move(fd), change, request);
 }
 
-bool cueSheet(const FieldRow&, int fd, const char* path, const FieldValue& value,
-              const Dictionary& request) {
-  return writeCueSheet(fd, path, value.text, request);
+bool writeCue(const FieldRow&, UniqueFd fd, const FieldChange& change, const Dictionary& request) {
+  return writeCueSheet(std::move(fd), change.path, change.text, request);
 }
 
-}  // namespace tagwriter::road
+}  // namespace tagwriter

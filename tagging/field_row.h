@@ -1,61 +1,79 @@
-// One row of the field table, and the roads that a field can take into a file.
+// A row of the field table: a field, its writer, and how each tag family keeps it.
 #pragma once
 
-#include <apetag.h>
-#include <asftag.h>
-#include <id3v1tag.h>
-#include <id3v2tag.h>
-#include <mp4tag.h>
-#include <xiphcomment.h>
-
+#include "base/unique_fd.h"
 #include "protocol/dictionary.h"
+#include "protocol/fields.h"
 #include "tagging/cell.h"
+#include "tagging/core_fields.h"
+#include "tagging/number_cells.h"
 
 namespace tagwriter {
 
+namespace cell {
+
+// Which kinds of cells serve which tag family.
+using ID3v2 = Cell<TagLib::ID3v2::Tag, Text, UserText, MainComment, Lyrics, Rating, Flag, Number,
+                   PairNumber, PairTotal, Pair>;
+using ID3v1 = Cell<TagLib::ID3v1::Tag, Comment, Track>;
+using MP4 = Cell<TagLib::MP4::Tag, Text, ITunes, Comment, Rating, Flag, Number, PairNumber,
+                 PairTotal, Pair>;
+using Xiph =
+    Cell<TagLib::Ogg::XiphComment, Text, CueSheet, Rating, Flag, Number, Track, Total, Pair>;
+using ASF = Cell<TagLib::ASF::Tag, Text, Comment, Rating, Flag, Number, Track, Pair>;
+using APE = Cell<TagLib::APE::Tag, Text, Comment, CueSheet, Rating, Flag, Number, PairNumber,
+                 PairTotal, Pair>;
+
+}  // namespace cell
+
 struct FieldRow;
 
-/// Writes a field into the file behind `fd`, which it takes over and closes. `path` (UTF-8, never
-/// opened, may be null) names the file; `request` and what `value` points to are borrowed. Returns
-/// whether the field was written.
-using Road = bool (*)(const FieldRow& row, int fd, const char* path, const FieldValue& value,
-                      const Dictionary& request);
+/// Writes a field into the file behind `fd`, which is closed on every path. `change` holds the
+/// value and the file's path (never opened); it and `request` are borrowed. Returns whether the
+/// field was written.
+using FieldWriter = bool (*)(const FieldRow& row, UniqueFd fd, const FieldChange& change,
+                             const Dictionary& request);
 
-/// A field, its road, and what it becomes in each tag family.
-struct FieldRow {
-  const char* key = nullptr;
-  Road road = nullptr;
-  Cell<TagLib::ID3v2::Tag> id3v2;
-  Cell<TagLib::ID3v1::Tag> id3v1;
-  Cell<TagLib::MP4::Tag> mp4;
-  Cell<TagLib::Ogg::XiphComment> xiph;
-  Cell<TagLib::ASF::Tag> asf;
-  Cell<TagLib::APE::Tag> ape;
-};
-
-namespace road {
-
-/// The row's cells, through writeTagToFile: the road of nearly every field.
-bool editors(const FieldRow& row, int fd, const char* path, const FieldValue& value,
-             const Dictionary& request);
-
-/// A core field's writer, which goes through the tag library's generic tag; the row's cells only
-/// tell what the library makes of it.
-template <bool (*Write)(int fd, const char* path, const char* value, const Dictionary& request)>
-bool generic(const FieldRow&, int fd, const char* path, const FieldValue& value,
-             const Dictionary& request) {
-  return Write(fd, path, value.text, request);
-}
-/// The same for a writer of numbers.
-template <bool (*Write)(int fd, const char* path, std::int64_t value, const Dictionary& request)>
-bool generic(const FieldRow&, int fd, const char* path, const FieldValue& value,
-             const Dictionary& request) {
-  return Write(fd, path, value.number, request);
-}
-
-/// The cue sheet's writer, which opens fewer formats.
-bool cueSheet(const FieldRow& row, int fd, const char* path, const FieldValue& value,
+/// The writer of nearly every field: the row's cells, through writeTagToFile.
+bool writeCells(const FieldRow& row, UniqueFd fd, const FieldChange& change,
+                const Dictionary& request);
+/// The writer of the core fields, whose rows have no cells.
+bool writeCore(const FieldRow& row, UniqueFd fd, const FieldChange& change,
+               const Dictionary& request);
+/// The writer of the cue sheet, which takes fewer files than its cells.
+bool writeCue(const FieldRow& row, UniqueFd fd, const FieldChange& change,
               const Dictionary& request);
 
-}  // namespace road
+struct FieldRow {
+  constexpr FieldRow(const char* key, const CoreField& rowCore)
+      : field(*field::find(key)), writer(writeCore), core(&rowCore) {}
+  constexpr FieldRow(const char* key, cell::ID3v2 rowID3v2, cell::ID3v1 rowID3v1, cell::MP4 rowMP4,
+                     cell::Xiph rowXiph, cell::ASF rowASF, cell::APE rowAPE,
+                     FieldWriter rowWriter = writeCells)
+      : field(*field::find(key)),
+        writer(rowWriter),
+        id3v2(rowID3v2),
+        id3v1(rowID3v1),
+        mp4(rowMP4),
+        xiph(rowXiph),
+        asf(rowASF),
+        ape(rowAPE) {}
+
+  const cell::ID3v2& of(const TagLib::ID3v2::Tag*) const { return id3v2; }
+  const cell::MP4& of(const TagLib::MP4::Tag*) const { return mp4; }
+  const cell::Xiph& of(const TagLib::Ogg::XiphComment*) const { return xiph; }
+  const cell::ASF& of(const TagLib::ASF::Tag*) const { return asf; }
+  const cell::APE& of(const TagLib::APE::Tag*) const { return ape; }
+
+  field::Field field;
+  FieldWriter writer;
+  const CoreField* core = nullptr;
+  cell::ID3v2 id3v2;
+  cell::ID3v1 id3v1;
+  cell::MP4 mp4;
+  cell::Xiph xiph;
+  cell::ASF asf;
+  cell::APE ape;
+};
+
 }  // namespace tagwriter

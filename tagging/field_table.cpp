@@ -7,7 +7,7 @@ namespace tagwriter {
 const FieldRow* findFieldRow(const char* key) {
   if (!key) return nullptr;
   for (const FieldRow& row : table::kFields) {
-    if (std::strcmp(key, row.key) == 0) return &row;
+    if (std::strcmp(key, row.field.key) == 0) return &row;
   }
   return nullptr;
 }

@@ -1,14 +1,10 @@
 #include "tagging/number_cells.h"
 
-#include <popularimeterframe.h>
+#include <cstdlib>
 
-#include <exception>
-#include <memory>
-
-#include "base/log.h"
 #include "tagging/rating.h"
 
-namespace tagwriter {
+namespace tagwriter::cell {
 
 using TagLib::String;
 using TagLib::Ogg::XiphComment;
@@ -16,42 +12,33 @@ namespace APE = TagLib::APE;
 namespace ASF = TagLib::ASF;
 namespace ID3v2 = TagLib::ID3v2;
 namespace MP4 = TagLib::MP4;
+using MaybeStored = std::optional<StoredField>;
 
-String readID3v2FrameText(const ID3v2::Tag& tag, const char* frameId) {
-  const ID3v2::FrameList& frames = tag.frameList(frameId);
-  return frames.isEmpty() ? nullString() : frames.front()->toString();
-}
-
-String readAPEItemText(APE::Tag& tag, const char* key) {
-  const APE::ItemListMap& items = tag.itemListMap();
-  return items.contains(key) ? items[key].values().toString(" ") : nullString();
-}
-
-namespace cell {
 namespace {
 
-// The sizes of the buffers into which numbers are printed, terminators included (kept).
+// The sizes of the buffers into which numbers are formatted, terminators included. Quirk: longer
+// numbers are truncated to them, and players have files that hold such numbers.
 constexpr std::size_t kID3v2PairSize = 37;
 constexpr std::size_t kAPEPairSize = 38;
 constexpr std::size_t kTotalPairSize = 20;
 constexpr std::size_t kRatingSize = 10;
 constexpr std::size_t kDecimalRatingSize = 16;
 
-/// `number` in front of the total of `oldText`, if that has one; nothing to write gives an empty
-/// text.
+/// `number` in front of the total of `oldText`, if that has one; empty when there is nothing to
+/// write.
 std::string withTotalOf(const String& oldText, int number, std::size_t size) {
   std::int64_t oldNumber = 0;
   std::int64_t total = 0;
   if (parseNumberPair(oldText, oldNumber, total) == 2) {
-    return printed(size, "%d/%ld", number, static_cast<long>(total));
+    return formatTruncated(size, "%d/%ld", number, static_cast<long>(total));
   }
-  return number != 0 ? printed(size, "%d", number) : std::string();
+  return number != 0 ? formatTruncated(size, "%d", number) : std::string();
 }
 
 /// `total` behind the track number that the tag has; empty when either is missing.
 std::string withNumberOf(const TagLib::Tag& tag, int total) {
   const auto number = static_cast<int>(tag.track());
-  return total != 0 && number != 0 ? printed(kTotalPairSize, "%d/%d", number, total)
+  return total != 0 && number != 0 ? formatTruncated(kTotalPairSize, "%d/%d", number, total)
                                    : std::string();
 }
 
@@ -61,106 +48,171 @@ void setOrRemove(Tag& tag, const char* name, const std::string& text) {
   setText(tag, name, text.empty() ? nullptr : text.c_str());
 }
 
+std::string percentText(double stars) {
+  return formatTruncated(kRatingSize, "%d", percentRating(stars));
+}
+
+MaybeStored starsOfPercentText(const std::optional<String>& text) {
+  const MaybeStored percent = storedNumber(text);
+  if (!percent) return std::nullopt;
+  return StoredField{starsOfPercent(std::get<std::int64_t>(percent->value))};
+}
+
 }  // namespace
 
-void NumberOfPair::edit(ID3v2::Tag& tag, const Cell<ID3v2::Tag>& cell, const FieldEdit& edit) {
-  const String old = readID3v2FrameText(tag, cell.name);
-  setOrRemove(tag, cell.name, withTotalOf(old, low32(edit.value.number), kID3v2PairSize));
+MaybeStored storedNumber(const std::optional<String>& text) {
+  const MaybeStored pair = storedPair(text);
+  return pair ? MaybeStored(StoredField{pair->value}) : std::nullopt;
 }
 
-void NumberOfPair::edit(MP4::Tag& tag, const Cell<MP4::Tag>& cell, const FieldEdit& edit) {
-  const int total = tag.contains(cell.name) ? tag.item(cell.name).toIntPair().second : 0;
-  tag.setItem(cell.name, MP4::Item(low32(edit.value.number), total));
+MaybeStored storedPair(const std::optional<String>& text) {
+  if (!text) return std::nullopt;
+  std::int64_t number = 0;
+  std::int64_t total = 0;
+  parseNumberPair(*text, number, total);
+  return StoredField{number, total};
 }
 
-void NumberOfPair::edit(APE::Tag& tag, const Cell<APE::Tag>& cell, const FieldEdit& edit) {
-  // The library keeps its items by their keys in upper case.
-  const String old = readAPEItemText(tag, String(cell.name).upper().toCString());
-  setOrRemove(tag, cell.name, withTotalOf(old, low32(edit.value.number), kAPEPairSize));
+MaybeStored storedPair(const MP4::Tag& tag, const char* name) {
+  if (!tag.contains(name)) return std::nullopt;
+  const auto [number, total] = tag.item(name).toIntPair();
+  return StoredField{std::int64_t{number}, total};
 }
 
-void TotalOfPair::edit(ID3v2::Tag& tag, const Cell<ID3v2::Tag>& cell, const FieldEdit& edit) {
-  setOrRemove(tag, cell.name, withNumberOf(tag, low32(edit.value.number)));
+MaybeStored totalOf(const MaybeStored& pair) {
+  return pair ? MaybeStored(StoredField{pair->total}) : std::nullopt;
 }
 
-void TotalOfPair::edit(MP4::Tag& tag, const Cell<MP4::Tag>& cell, const FieldEdit& edit) {
-  const int number = tag.contains(cell.name) ? tag.item(cell.name).toIntPair().first : 0;
-  tag.setItem(cell.name, MP4::Item(number, low32(edit.value.number)));
+void PairNumber::write(ID3v2::Tag& tag, const FieldChange& change) const {
+  const String old = readID3v2FrameText(tag, name);
+  setOrRemove(tag, name, withTotalOf(old, low32(change.number), kID3v2PairSize));
 }
 
-void TotalOfPair::edit(APE::Tag& tag, const Cell<APE::Tag>& cell, const FieldEdit& edit) {
-  setOrRemove(tag, cell.name, withNumberOf(tag, low32(edit.value.number)));
+void PairNumber::write(MP4::Tag& tag, const FieldChange& change) const {
+  const int total = tag.contains(name) ? tag.item(name).toIntPair().second : 0;
+  tag.setItem(name, MP4::Item(low32(change.number), total));
 }
 
-void Total::edit(XiphComment& comment, const Cell<XiphComment>& cell, const FieldEdit& edit) {
-  if (cell.replaced) comment.removeFields(cell.replaced);
-  const int total = low32(edit.value.number);
-  setOrRemove(comment, cell.name, total != 0 ? std::to_string(total) : std::string());
+void PairNumber::write(APE::Tag& tag, const FieldChange& change) const {
+  const String old = readAPEItemText(tag, name);
+  setOrRemove(tag, name, withTotalOf(old, low32(change.number), kAPEPairSize));
 }
 
-std::string Pair::textOf(const FieldValue& value) {
-  const std::string number = std::to_string(value.number);
-  return value.total != 0 ? number + "/" + std::to_string(value.total) : number;
+void PairTotal::write(ID3v2::Tag& tag, const FieldChange& change) const {
+  setOrRemove(tag, name, withNumberOf(tag, low32(change.number)));
 }
 
-void Pair::edit(MP4::Tag& tag, const Cell<MP4::Tag>& cell, const FieldEdit& edit) {
-  const FieldValue& value = edit.value;
-  if (value.number == 0 && value.total == 0) {
-    tag.removeItem(cell.name);
+void PairTotal::write(MP4::Tag& tag, const FieldChange& change) const {
+  const int number = tag.contains(name) ? tag.item(name).toIntPair().first : 0;
+  tag.setItem(name, MP4::Item(number, low32(change.number)));
+}
+
+void PairTotal::write(APE::Tag& tag, const FieldChange& change) const {
+  setOrRemove(tag, name, withNumberOf(tag, low32(change.number)));
+}
+
+void Total::write(XiphComment& comment, const FieldChange& change) const {
+  setText(comment, removed, nullptr);
+  const int total = low32(change.number);
+  setOrRemove(comment, name, total != 0 ? std::to_string(total) : std::string());
+}
+
+std::string Pair::textOf(const FieldChange& change) {
+  const std::string number = std::to_string(change.number);
+  return change.total != 0 ? number + "/" + std::to_string(change.total) : number;
+}
+
+void Pair::write(MP4::Tag& tag, const FieldChange& change) const {
+  if (change.number == 0 && change.total == 0) {
+    tag.removeItem(name);
   } else {
-    tag.setItem(cell.name, MP4::Item(low32(value.number), low32(value.total)));
+    tag.setItem(name, MP4::Item(low32(change.number), low32(change.total)));
   }
 }
 
-void Number::edit(MP4::Tag& tag, const Cell<MP4::Tag>& cell, const FieldEdit& edit) {
-  if (edit.value.number == 0) {
-    tag.removeItem(cell.name);
+void Number::write(MP4::Tag& tag, const FieldChange& change) const {
+  if (change.number == 0) {
+    tag.removeItem(name);
   } else {
-    tag.setItem(cell.name, MP4::Item(low32(edit.value.number)));
+    tag.setItem(name, MP4::Item(low32(change.number)));
   }
 }
 
-void Flag::edit(MP4::Tag& tag, const Cell<MP4::Tag>& cell, const FieldEdit& edit) {
-  // The one-byte item, not the boolean one (kept).
-  tag.setItem(cell.name, MP4::Item(static_cast<unsigned char>(edit.value.flag ? 1 : 0)));
+MaybeStored Number::read(MP4::Tag& tag) const {
+  if (!tag.contains(name)) return std::nullopt;
+  return StoredField{std::int64_t{tag.item(name).toInt()}};
 }
 
-void Flag::edit(ASF::Tag& tag, const Cell<ASF::Tag>& cell, const FieldEdit& edit) {
-  if (cell.replaced) tag.removeItem(cell.replaced);
-  tag.setAttribute(cell.name, ASF::Attribute(edit.value.flag));
+void Flag::write(MP4::Tag& tag, const FieldChange& change) const {
+  // Quirk: the one-byte item, not the boolean one.
+  tag.setItem(name, MP4::Item(static_cast<unsigned char>(change.flag ? 1 : 0)));
 }
 
-void Rating::edit(ID3v2::Tag& tag, const Cell<ID3v2::Tag>& cell, const FieldEdit& edit) {
-  // Looks like the address of somebody and is nobody's; the same in every file.
-  constexpr char kEmail[] = "no@email";
-  try {
-    tag.removeFrames(cell.name);
-    auto frame = std::make_unique<ID3v2::PopularimeterFrame>();
-    frame->setRating(popularimeterRating(edit.value.real));
-    frame->setEmail(kEmail);
-    tag.addFrame(frame.release());
-  } catch (const std::exception&) {
-    // It speaks of lyrics (kept).
-    logLine("Error writing lyrics id3 to track at path %s", edit.path ? edit.path : "(null)");
-  }
+void Flag::write(ASF::Tag& tag, const FieldChange& change) const {
+  if (removed) tag.removeItem(removed);
+  tag.setAttribute(name, ASF::Attribute(change.flag));
 }
 
-void Rating::edit(MP4::Tag& tag, const Cell<MP4::Tag>& cell, const FieldEdit& edit) {
-  setText(tag, cell.name, printed(kRatingSize, "%d", percentRating(edit.value.real)).c_str());
+MaybeStored Flag::storedFlag(const MaybeStored& number) {
+  if (!number) return std::nullopt;
+  return StoredField{std::get<std::int64_t>(number->value) != 0};
 }
 
-void Rating::edit(XiphComment& comment, const Cell<XiphComment>& cell, const FieldEdit& edit) {
-  setText(comment, cell.name, printed(kRatingSize, "%d", percentRating(edit.value.real)).c_str());
+MaybeStored Flag::read(MP4::Tag& tag) const {
+  if (!tag.contains(name)) return std::nullopt;
+  return StoredField{tag.item(name).toBool()};
 }
 
-void Rating::edit(ASF::Tag& tag, const Cell<ASF::Tag>& cell, const FieldEdit& edit) {
-  setText(tag, cell.name, printed(kRatingSize, "%d", sdbRating(edit.value.real)).c_str());
-  tag.setAttribute(cell.second, ASF::Attribute(sharedUserRating(edit.value.real)));
+MaybeStored Flag::read(ASF::Tag& tag) const {
+  const ASF::AttributeList attributes = tag.attribute(name);
+  if (attributes.isEmpty()) return std::nullopt;
+  const ASF::Attribute& attribute = attributes.front();
+  if (attribute.type() == ASF::Attribute::BoolType) return StoredField{attribute.toBool() != 0};
+  return storedFlag(storedNumber(attribute.toString()));
 }
 
-void Rating::edit(APE::Tag& tag, const Cell<APE::Tag>& cell, const FieldEdit& edit) {
-  setText(tag, cell.name, printed(kDecimalRatingSize, "%f", edit.value.real).c_str());
+void Rating::write(ID3v2::Tag& tag, const FieldChange& change) const {
+  setID3v2Rating(tag, change.real, change.path);
 }
 
-}  // namespace cell
-}  // namespace tagwriter
+void Rating::write(MP4::Tag& tag, const FieldChange& change) const {
+  setText(tag, name, percentText(change.real).c_str());
+}
+
+void Rating::write(XiphComment& comment, const FieldChange& change) const {
+  setText(comment, name, percentText(change.real).c_str());
+}
+
+void Rating::write(ASF::Tag& tag, const FieldChange& change) const {
+  setText(tag, name, formatTruncated(kRatingSize, "%d", sdbRating(change.real)).c_str());
+  tag.setAttribute(second, ASF::Attribute(sharedUserRating(change.real)));
+}
+
+void Rating::write(APE::Tag& tag, const FieldChange& change) const {
+  setText(tag, name, formatTruncated(kDecimalRatingSize, "%f", change.real).c_str());
+}
+
+MaybeStored Rating::read(ID3v2::Tag& tag) const {
+  const auto stars = getID3v2Rating(tag);
+  return stars ? MaybeStored(StoredField{*stars}) : std::nullopt;
+}
+
+MaybeStored Rating::read(MP4::Tag& tag) const {
+  return starsOfPercentText(getText(tag, name));
+}
+
+MaybeStored Rating::read(XiphComment& comment) const {
+  return starsOfPercentText(getText(comment, name));
+}
+
+MaybeStored Rating::read(ASF::Tag& tag) const {
+  return starsOfPercentText(getText(tag, name));  // ten per half star
+}
+
+MaybeStored Rating::read(APE::Tag& tag) const {
+  const auto text = getText(tag, name);
+  if (!text) return std::nullopt;
+  return StoredField{std::strtod(text->toCString(), nullptr)};
+}
+
+}  // namespace tagwriter::cell

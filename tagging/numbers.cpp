@@ -35,7 +35,7 @@ std::int32_t low32(std::int64_t value) {
   return static_cast<std::int32_t>(value);
 }
 
-std::int32_t truncated(double value) {
+std::int32_t truncateToInt32(double value) {
   using Limits = std::numeric_limits<std::int32_t>;
   if (std::isnan(value)) return 0;
   if (value >= Limits::max()) return Limits::max();
@@ -43,11 +43,11 @@ std::int32_t truncated(double value) {
   return static_cast<std::int32_t>(value);
 }
 
-std::string printed(std::size_t size, const char* format, ...) {
+std::string formatTruncated(std::size_t size, const char* format, ...) {
   std::string buffer(size, '\0');
   std::va_list arguments;
   va_start(arguments, format);
-  // The check forgets va_start when it has seen other files before this one.
+  // clang-tidy forgets va_start when it has seen other files before this one.
   // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
   std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
   va_end(arguments);

@@ -21,22 +21,22 @@ constexpr Step kSteps[] = {
 };
 constexpr Step kBeyond = {0.0, 255, 0};
 
-const Step& stepOf(double rating) {
-  if (rating == 0.0) return kUnrated;
+const Step& stepOf(double stars) {
+  if (stars == 0.0) return kUnrated;
   for (const Step& step : kSteps) {
-    if (rating <= step.limit) return step;
+    if (stars <= step.limit) return step;
   }
   return kBeyond;
 }
 
 }  // namespace
 
-int popularimeterRating(double rating) {
-  return stepOf(rating).popularimeter;
+int popularimeterRating(double stars) {
+  return stepOf(stars).popularimeter;
 }
 
-int sdbRating(double rating) {
-  return stepOf(rating).sdb;
+int sdbRating(double stars) {
+  return stepOf(stars).sdb;
 }
 
 double starsOfPopularimeter(int rating) {
@@ -47,14 +47,19 @@ double starsOfPopularimeter(int rating) {
   return std::end(kSteps)[-1].limit;
 }
 
-std::int32_t percentRating(double rating) {
-  return truncated(rating * 100.0 / 5.0);
+double starsOfPercent(std::int64_t rating) {
+  constexpr double kPerStar = 20.0;
+  return static_cast<double>(rating) / kPerStar;
 }
 
-unsigned sharedUserRating(double rating) {
-  constexpr unsigned kOfStars[] = {0, 24, 49, 74, 89, 99};
-  const auto stars = static_cast<unsigned>(truncated(rating));
-  return stars < 6 ? kOfStars[stars] : 0;
+std::int32_t percentRating(double stars) {
+  return truncateToInt32(stars * 100.0 / 5.0);
+}
+
+unsigned sharedUserRating(double stars) {
+  constexpr unsigned kOfWholeStars[] = {0, 24, 49, 74, 89, 99};
+  const auto whole = static_cast<unsigned>(truncateToInt32(stars));
+  return whole < std::size(kOfWholeStars) ? kOfWholeStars[whole] : 0;
 }
 
 }  // namespace tagwriter

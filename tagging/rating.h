@@ -5,16 +5,19 @@
 
 namespace tagwriter {
 
-/// The rating byte of an ID3v2 popularimeter; 255 above 5.0 and for what is not a number.
-int popularimeterRating(double rating);
-/// The value of "SDB/Rating", 0 to 100 in tens; 0 above 5.0 and for what is not a number (kept).
-int sdbRating(double rating);
-/// 20 a star, cut and not rounded; 4.1 gives 81.
-std::int32_t percentRating(double rating);
+/// The rating byte of an ID3v2 popularimeter; 255 above 5.0 and for a NaN.
+int popularimeterRating(double stars);
+/// The value of "SDB/Rating", 0 to 100 in tens. Quirk: 0, not 100, above 5.0 and for a NaN; players
+/// rely on it.
+int sdbRating(double stars);
+/// 20 per star, truncated and not rounded; 4.1 gives 81.
+std::int32_t percentRating(double stars);
 /// The value of "WM/SharedUserRating" for whole stars; 0 below 0 and above 5.
-unsigned sharedUserRating(double rating);
+unsigned sharedUserRating(double stars);
 
-/// The stars that a popularimeter's rating byte stands for: the least whose byte is not below it.
+/// The stars that a popularimeter's rating byte stands for: the fewest whose byte is not below it.
 double starsOfPopularimeter(int rating);
+/// The stars that a rating of 20 per star stands for.
+double starsOfPercent(std::int64_t rating);
 
 }  // namespace tagwriter

@@ -1,101 +1,139 @@
-// The cells that hold text.
+// The kinds of cells that hold text.
 #pragma once
 
 #include <id3v1tag.h>
 
-#include "tagging/cell.h"
-#include "tagging/family_editors.h"
+#include <optional>
+#include <string>
+
+#include "tagging/cue_sheet.h"
+#include "tagging/family_text.h"
+#include "tagging/field_change.h"
+#include "tagging/id3v2_frames.h"
 #include "tagging/strings.h"
 
-namespace tagwriter {
+namespace tagwriter::cell {
 
-/// Sets the text under `name` in any family by that family's own editor; null removes it.
-inline void setText(TagLib::ID3v2::Tag& tag, const char* name, const char* value) {
-  editID3v2TextFrame(tag, name, value);
-}
-inline void setText(TagLib::MP4::Tag& tag, const char* name, const char* value) {
-  setMP4TextItem(tag, name, value);
-}
-inline void setText(TagLib::Ogg::XiphComment& comment, const char* name, const char* value) {
-  setXiphTextField(comment, name, value);
-}
-inline void setText(TagLib::ASF::Tag& tag, const char* name, const char* value) {
-  setASFTextAttribute(tag, name, value);
-}
-inline void setText(TagLib::APE::Tag& tag, const char* name, const char* value) {
-  setAPETextItem(tag, name, value);
-}
+/// What a kind of cell is called and does, for docs/FIELDS.md.
+struct KindInfo {
+  const char* name;
+  const char* meaning;
+};
 
-namespace cell {
+/// A text as it was found; nothing when there is none.
+inline std::optional<StoredField> storedText(const std::optional<TagLib::String>& text) {
+  if (!text) return std::nullopt;
+  return StoredField{text->to8Bit(true)};
+}
 
 /// The regular cell.
 struct Text {
-  static constexpr Form kForm = {"text", "the text as it is"};
+  static constexpr KindInfo kInfo = {"text", "the text as it is"};
+  const char* name;
+  const char* second = nullptr;  ///< written with it
+
   template <typename Tag>
-  static void edit(Tag& tag, const Cell<Tag>& cell, const FieldEdit& edit) {
-    setText(tag, cell.name, edit.value.text);
-    if (cell.second) setText(tag, cell.second, edit.value.text);
+  void write(Tag& tag, const FieldChange& change) const {
+    setText(tag, name, change.text);
+    if (second) setText(tag, second, change.text);
+  }
+  template <typename Tag>
+  std::optional<StoredField> read(Tag& tag) const {
+    return storedText(getText(tag, name));
   }
 };
 
-/// What the tag library's generic file reference writes; the name is the library's choice.
-struct Library {
-  static constexpr Form kForm = {"library",
-                                 "written by the tag library's generic tag; an empty text or a "
-                                 "year of 0 removes, but ASF keeps "
-                                 "an empty attribute or a text of \"0\""};
-  static constexpr bool kHasNoEditor = true;
+/// A freeform item of the kind that all programs use.
+struct ITunes {
+  static constexpr KindInfo kInfo = Text::kInfo;
+  const char* name;  ///< without the "----:com.apple.iTunes:" in front
+
+  void write(TagLib::MP4::Tag& tag, const FieldChange& change) const {
+    setText(tag, itemName().c_str(), change.text);
+  }
+  std::optional<StoredField> read(TagLib::MP4::Tag& tag) const {
+    return storedText(getText(tag, itemName().c_str()));
+  }
+
+ private:
+  std::string itemName() const { return std::string("----:com.apple.iTunes:") + name; }
 };
 
-/// Written by a road of its own.
-struct CueSheet {
-  static constexpr Form kForm = {"cue sheet", "the text as it is, into a tag that is in the file"};
-  static constexpr bool kHasNoEditor = true;
-};
+/// A frame that is told from others of its kind by its description.
+struct UserText {
+  static constexpr KindInfo kInfo = {
+      "user text", "the first TXXX frame with this description; the frame keeps its encoding"};
+  const char* description;
 
-/// The comment of the library's generic tag.
-struct GenericComment {
-  static constexpr Form kForm = {
-      "generic comment",
-      "where the tag library's own comment setter puts it; in ASF that is the description of the "
-      "content, not the attribute of that name"};
-  template <typename Tag>
-  static void edit(Tag& tag, const Cell<Tag>&, const FieldEdit& edit) {
-    tag.setComment(toTagString(edit.value.text));
+  void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const {
+    setID3v2UserTextFrame(tag, description, change.text);
+  }
+  std::optional<StoredField> read(TagLib::ID3v2::Tag& tag) const {
+    return storedText(getID3v2UserText(tag, description));
   }
 };
 
-/// The comment frame that players show as the comment; the cell's name only tells its kind.
+/// The comment frame that players show as the comment.
 struct MainComment {
-  static constexpr Form kForm = {
+  static constexpr KindInfo kInfo = {
       "main comment",
       "the first English frame, or else the first, whose description is empty, \"comment\" or "
-      "\"Songs-DB_Custom1\"; clearing removes all of these, others stay"};
-  static void edit(TagLib::ID3v2::Tag& tag, const Cell<TagLib::ID3v2::Tag>&,
-                   const FieldEdit& edit) {
-    setID3v2Comment(tag, edit.value.text);
+      "\"Songs-DB_Custom1\"; clearing removes all of these and no others"};
+
+  void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const {
+    setID3v2Comment(tag, change.text);
+  }
+  std::optional<StoredField> read(TagLib::ID3v2::Tag& tag) const {
+    const TagLib::ID3v2::CommentsFrame* comment = findMainID3v2Comment(tag);
+    return comment ? storedText(comment->text()) : std::nullopt;
   }
 };
 
-/// A frame that is told from others of its kind by its description, the cell's name.
-struct UserText {
-  static constexpr Form kForm = {"user text",
-                                 "the TXXX frame with this description, which keeps its encoding"};
-  static void edit(TagLib::ID3v2::Tag& tag, const Cell<TagLib::ID3v2::Tag>& cell,
-                   const FieldEdit& edit) {
-    setID3v2UserTextFrame(tag, cell.name, edit.value.text);
+/// The comment of TagLib's generic tag.
+struct Comment {
+  static constexpr KindInfo kInfo = {
+      "generic comment",
+      "where TagLib's own comment setter puts it; in ASF that is the description in the Content "
+      "Description object, not the attribute of that name"};
+
+  template <typename Tag>
+  void write(Tag& tag, const FieldChange& change) const {
+    tag.setComment(toTagString(change.text));
+  }
+  template <typename Tag>
+  std::optional<StoredField> read(Tag& tag) const {
+    const TagLib::String comment = tag.comment();
+    return comment.isEmpty() ? std::nullopt : storedText(comment);
   }
 };
 
-/// The unsynchronised lyrics; the cell's name only tells the frame's kind.
+/// The unsynchronised lyrics.
 struct Lyrics {
-  static constexpr Form kForm = {
-      "lyrics", "one English frame in the place of all; an empty text leaves an empty frame"};
-  static void edit(TagLib::ID3v2::Tag& tag, const Cell<TagLib::ID3v2::Tag>&,
-                   const FieldEdit& edit) {
-    setID3v2Lyrics(tag, edit.value.text, edit.path);
+  static constexpr KindInfo kInfo = {
+      "lyrics", "one English frame replaces all; an empty text leaves an empty frame"};
+
+  void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const {
+    setID3v2Lyrics(tag, change.text, change.path);
+  }
+  std::optional<StoredField> read(TagLib::ID3v2::Tag& tag) const {
+    return storedText(getText(tag, "USLT"));
   }
 };
 
-}  // namespace cell
-}  // namespace tagwriter
+/// The cue sheet, which has a writer of its own.
+struct CueSheet {
+  static constexpr KindInfo kInfo = {
+      "cue sheet",
+      "the text as it is, but only into a tag that is in the file; Musepack files are refused"};
+
+  template <typename Tag>
+  void write(Tag& tag, const FieldChange& change) const {
+    setCueSheet(tag, change.text);
+  }
+  template <typename Tag>
+  std::optional<StoredField> read(Tag& tag) const {
+    return storedText(getText(tag, kCueSheetName));
+  }
+};
+
+}  // namespace tagwriter::cell

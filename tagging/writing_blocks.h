@@ -1,4 +1,4 @@
-// What a field writer hands over: one editing callable a tag family.
+// What a field writer hands over: one editing callable per tag family.
 #pragma once
 
 #include <apetag.h>
@@ -12,8 +12,8 @@
 
 namespace tagwriter {
 
-/// Edits one family's tag object. Empty when the field leaves the family alone. What it captures
-/// must live as long as the call that it is handed to.
+/// Edits one family's tag object. Empty when the field leaves the family alone. It captures the
+/// field's value by value; a text in it is borrowed and must outlive the call that it is handed to.
 template <typename Tag>
 using FieldEditor = std::function<void(Tag*)>;
 
@@ -26,6 +26,15 @@ struct VQNTagWritingBlocks {
   FieldEditor<TagLib::Ogg::XiphComment> xiphBlock;  ///< FLAC, Vorbis, Ogg FLAC, Opus
   FieldEditor<TagLib::ASF::Tag> asfBlock;           ///< WMA
   FieldEditor<TagLib::APE::Tag> apeBlock;           ///< Monkey's Audio, WavPack, Musepack
+
+  const FieldEditor<TagLib::ID3v2::Tag>& of(const TagLib::ID3v2::Tag*) const { return id3v2Block; }
+  const FieldEditor<TagLib::ID3v1::Tag>& of(const TagLib::ID3v1::Tag*) const { return id3v1Block; }
+  const FieldEditor<TagLib::MP4::Tag>& of(const TagLib::MP4::Tag*) const { return mp4Block; }
+  const FieldEditor<TagLib::Ogg::XiphComment>& of(const TagLib::Ogg::XiphComment*) const {
+    return xiphBlock;
+  }
+  const FieldEditor<TagLib::ASF::Tag>& of(const TagLib::ASF::Tag*) const { return asfBlock; }
+  const FieldEditor<TagLib::APE::Tag>& of(const TagLib::APE::Tag*) const { return apeBlock; }
 };
 
 }  // namespace tagwriter

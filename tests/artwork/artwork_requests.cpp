@@ -39,13 +39,14 @@ bool write(const std::string& path, const std::string& image, std::int64_t artwo
   ValueDictionary request;
   request.set(key::kReplaceArtwork, replace);
   return onDescriptorOf(path, [&](int fd) {
-    return writeArtwork(fd, path.c_str(), std::as_bytes(std::span(image)), artworkType, request);
+    return writeArtwork(UniqueFd(fd), path.c_str(), std::as_bytes(std::span(image)), artworkType,
+                        request);
   });
 }
 
 bool clear(const std::string& path) {
-  return onDescriptorOf(path,
-                        [&](int fd) { return clearArtwork(fd, path.c_str(), ValueDictionary()); });
+  return onDescriptorOf(
+      path, [&](int fd) { return clearArtwork(UniqueFd(fd), path.c_str(), ValueDictionary()); });
 }
 
 WriteWatch::WriteWatch(std::string path) : path_(std::move(path)) {

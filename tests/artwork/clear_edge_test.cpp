@@ -41,10 +41,7 @@ TEST_F(ArtworkClear, LeavesAnMP3WithoutAnID3v2TagAlone) {
 
 /// A tag that is not in the file is not cleared, and not made.
 TEST_F(ArtworkClear, LeavesFilesWithoutATagAlone) {
-  for (const char* name : {"aiff_plain.aiff", "wav_plain.wav", "wav_info.wav", "dsf_plain.dsf",
-                           "ape_plain.ape", "wavpack_plain.wv"}) {
-    expectUntouched(name);
-  }
+  for (const char* name : {"ape_plain.ape", "wavpack_plain.wv"}) expectUntouched(name);
 }
 
 TEST_F(ArtworkClear, SavesAnM4AWithoutACover) {
@@ -82,7 +79,7 @@ TEST_F(ArtworkClear, SavesAMusepackFileWithoutATag) {
   EXPECT_TRUE(clear(path));
   EXPECT_EQ(readFile(path), readFile(dataFile("mpc_plain.mpc")));
   const UniqueFd readOnly = openFile(path, O_RDONLY);
-  EXPECT_FALSE(clearArtwork(duplicateFd(readOnly.get()).release(), path.c_str(), ValueDictionary()))
+  EXPECT_FALSE(clearArtwork(duplicateFd(readOnly.get()), path.c_str(), ValueDictionary()))
       << "the result is the save's";
 }
 
@@ -154,7 +151,7 @@ TEST_F(ArtworkClear, LeavesTheAPETagOfAnMP3Alone) {
 TEST_F(ArtworkClear, TakesAFileWithoutAPathForAnMP3) {
   const std::string path = directory_.copyOf("mp3_id3v23.mp3");
   ASSERT_EQ(picturesIn(Kind::kMPEG, path).size(), 2U);
-  EXPECT_TRUE(clearArtwork(openFile(path).release(), nullptr, ValueDictionary()));
+  EXPECT_TRUE(clearArtwork(openFile(path), nullptr, ValueDictionary()));
   EXPECT_EQ(picturesIn(Kind::kMPEG, path), Pictures());
 }
 

@@ -64,7 +64,8 @@ TEST_P(ArtworkClearMatrix, ClearsWhatOtherSoftwareHasStored) {
 TEST_P(ArtworkClearMatrix, ClearsNone) {
   const std::string name = GetParam().name;
   const bool tagInFile = name == "m4a" || name == "m4p" || name == "ogg" || name == "wma" ||
-                         name == "oga_vorbis" || name == "oga_flac" || name == "opus";
+                         name == "aiff" || name == "wav" || name == "dsf" || name == "oga_vorbis" ||
+                         name == "oga_flac" || name == "opus";
   const bool saved = tagInFile || name == "mpc";
   const std::string before = readFile(path_);
   const WriteWatch watch(path_);

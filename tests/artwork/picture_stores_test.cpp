@@ -117,7 +117,7 @@ TEST(MP4Artwork, IsRefusedBesideAnItemWithoutCovers) {
 TEST(MP4Artwork, LeavesAnEmptyItemWhenRemoved) {
   TagLib::MP4::Tag tag;
   EXPECT_TRUE(setMP4Artwork(tag, artworkFormatOf(1), bytesOf(kImage), kKeep));
-  removeMP4Artwork(tag);
+  removeArtwork(tag);
   EXPECT_TRUE(tag.contains("covr"));
   EXPECT_TRUE(tag.item("covr").isValid());
   EXPECT_TRUE(tag.item("covr").toCoverArtList().isEmpty());
@@ -126,7 +126,7 @@ TEST(MP4Artwork, LeavesAnEmptyItemWhenRemoved) {
 TEST(MP4Artwork, LeavesNoItemWhereThereWasNone) {
   TagLib::MP4::Tag tag;
   tag.setTitle("Title");
-  removeMP4Artwork(tag);
+  removeArtwork(tag);
   EXPECT_FALSE(tag.contains("covr"));
   EXPECT_EQ(tag.title(), "Title");
 }
@@ -148,7 +148,7 @@ TEST(APEArtwork, IsAFileNameAZeroByteAndTheImage) {
       {1, ".png"}, {2, ".jpg"}, {3, ".tiff"}, {4, ".gif"}, {5, ".bmp"}, {0, ".jpg"}, {9, ".jpg"}};
   for (const auto& [type, extension] : names) {
     TagLib::APE::Tag tag;
-    EXPECT_TRUE(setAPEArtwork(tag, bytesOf(kImage), artworkFormatOf(type), kKeep));
+    EXPECT_TRUE(setAPEArtwork(tag, bytesOf(kImage), type, kKeep));
     const TagLib::APE::Item item = tag.itemListMap()["COVER ART (FRONT)"];
     EXPECT_EQ(item.key(), "Cover Art (Front)");
     EXPECT_EQ(item.type(), TagLib::APE::Item::Binary);
@@ -159,7 +159,7 @@ TEST(APEArtwork, IsAFileNameAZeroByteAndTheImage) {
 
 TEST(APEArtwork, OfNoBytesIsStillAnItem) {
   TagLib::APE::Tag tag;
-  EXPECT_TRUE(setAPEArtwork(tag, ByteVector(), artworkFormatOf(1), kReplace));
+  EXPECT_TRUE(setAPEArtwork(tag, ByteVector(), 1, kReplace));
   EXPECT_EQ(picturesOf(tag), Pictures{frontCover(Family::kAPE, 1, "")});
 }
 
@@ -169,7 +169,7 @@ TEST(APEArtwork, IsNeverKept) {
   for (const char* key : {"Cover Art (Front)", "Cover Art (front)", "COVER ART (FRONT)"}) {
     TagLib::APE::Tag tag;
     tag.setItem(key, TagLib::APE::Item(key, ByteVector("old"), true));
-    EXPECT_TRUE(setAPEArtwork(tag, bytesOf(kImage), artworkFormatOf(1), kKeep)) << key;
+    EXPECT_TRUE(setAPEArtwork(tag, bytesOf(kImage), 1, kKeep)) << key;
     EXPECT_EQ(picturesOf(tag), Pictures{frontCover(Family::kAPE, 1, kImage)}) << key;
   }
 }
@@ -179,9 +179,9 @@ TEST(APEArtwork, LeavesOtherPicturesAndItemsAlone) {
   tag.setTitle("Title");
   tag.setItem("Cover Art (Back)",
               TagLib::APE::Item("Cover Art (Back)", ByteVector("back.png\0x", 10), true));
-  EXPECT_TRUE(setAPEArtwork(tag, bytesOf(kImage), artworkFormatOf(1), kReplace));
+  EXPECT_TRUE(setAPEArtwork(tag, bytesOf(kImage), 1, kReplace));
   EXPECT_EQ(tag.itemListMap().size(), 3U);
-  removeAPEArtwork(tag);
+  removeArtwork(tag);
   EXPECT_EQ(tag.itemListMap().size(), 2U);
   EXPECT_TRUE(tag.itemListMap().contains("COVER ART (BACK)"));
   EXPECT_EQ(tag.title(), "Title");
@@ -192,7 +192,7 @@ TEST(APEArtwork, IsRemovedInAnySpelling) {
   for (const char* key : {"Cover Art (Front)", "Cover Art (front)", "cover art (front)"}) {
     TagLib::APE::Tag tag;
     tag.setItem(key, TagLib::APE::Item(key, ByteVector("old"), true));
-    removeAPEArtwork(tag);
+    removeArtwork(tag);
     EXPECT_TRUE(tag.itemListMap().isEmpty()) << key;
   }
 }

@@ -32,7 +32,7 @@ TEST_F(ArtworkRefusal, OfAWriteWithoutAPathClosesTheDescriptor) {
   const std::string path = directory_.copyOf("mp3_plain.mp3");
   const int fd = openFile(path).release();
   const LogCapture log;
-  EXPECT_FALSE(writeArtwork(fd, nullptr, spanOf(image_), 1, ValueDictionary()));
+  EXPECT_FALSE(writeArtwork(UniqueFd(fd), nullptr, spanOf(image_), 1, ValueDictionary()));
   EXPECT_FALSE(isOpen(fd));
   EXPECT_EQ(countDescriptors(), descriptorsBefore_);
   EXPECT_EQ(log.text(), "");
@@ -43,7 +43,7 @@ TEST_F(ArtworkRefusal, OfAWriteWithoutAnImageClosesTheDescriptor) {
   const std::string path = directory_.copyOf("mp3_plain.mp3");
   const int fd = openFile(path).release();
   const LogCapture log;
-  EXPECT_FALSE(writeArtwork(fd, path.c_str(), std::nullopt, 1, ValueDictionary()));
+  EXPECT_FALSE(writeArtwork(UniqueFd(fd), path.c_str(), std::nullopt, 1, ValueDictionary()));
   EXPECT_FALSE(isOpen(fd));
   EXPECT_EQ(countDescriptors(), descriptorsBefore_);
   EXPECT_EQ(log.text(), "");
@@ -53,7 +53,7 @@ TEST_F(ArtworkRefusal, OfAWriteWithoutAnImageClosesTheDescriptor) {
 /// An image of no bytes is an image, also one whose bytes are nowhere.
 TEST_F(ArtworkRefusal, IsNotForAnImageOfNoBytes) {
   const std::string path = directory_.copyOf("flac_plain.flac");
-  EXPECT_TRUE(writeArtwork(openFile(path).release(), path.c_str(), std::span<const std::byte>(), 1,
+  EXPECT_TRUE(writeArtwork(openFile(path), path.c_str(), std::span<const std::byte>(), 1,
                            ValueDictionary()));
   EXPECT_EQ(picturesIn(Kind::kFLAC, path), Pictures{frontCover(Family::kFLAC, 1, "")});
 }
@@ -89,7 +89,7 @@ struct Noise {
 constexpr Noise kNoise[] = {
     {"mp3", true, true, false},    {"xyz", true, true, false},    {"m4a", false, false, false},
     {"m4p", false, false, false},  {"flac", false, false, false}, {"ogg", false, false, false},
-    {"wma", false, false, false},  {"aiff", true, false, false},  {"wav", true, false, false},
+    {"wma", false, false, false},  {"aiff", true, false, true},   {"wav", true, false, true},
     {"ape", true, true, false},    {"wv", true, true, false},     {"oga", false, false, false},
     {"opus", false, false, false}, {"dsf", false, false, false},  {"mpc", true, true, true},
 };
@@ -121,10 +121,10 @@ TEST_P(ArtworkReadOnly, FailsAndChangesNothing) {
   ValueDictionary replace;
   replace.set(key::kReplaceArtwork, true);
   const int first = openFile(path, O_RDONLY).release();
-  EXPECT_FALSE(writeArtwork(first, path.c_str(), spanOf(image), 1, replace));
+  EXPECT_FALSE(writeArtwork(UniqueFd(first), path.c_str(), spanOf(image), 1, replace));
   EXPECT_FALSE(isOpen(first));
   const int second = openFile(path, O_RDONLY).release();
-  EXPECT_FALSE(clearArtwork(second, path.c_str(), ValueDictionary()));
+  EXPECT_FALSE(clearArtwork(UniqueFd(second), path.c_str(), ValueDictionary()));
   EXPECT_FALSE(isOpen(second));
   EXPECT_EQ(readFile(path), before);
 }
@@ -149,8 +149,9 @@ TEST_F(ArtworkRefusal, ByAnExceptionOfAWritePassesThroughAndClosesTheDescriptor)
   ASSERT_TRUE(write(path, imageOf(5000), 1, true));
   const UniqueFd endpoint = openFile(path);
   const int fd = openFile(path).release();
-  EXPECT_THROW(writeArtwork(fd, path.c_str(), spanOf(image_), 1, troublesomeRequest(endpoint)),
-               std::runtime_error);
+  EXPECT_THROW(
+      writeArtwork(UniqueFd(fd), path.c_str(), spanOf(image_), 1, troublesomeRequest(endpoint)),
+      std::runtime_error);
   EXPECT_FALSE(isOpen(fd));
 }
 
@@ -158,7 +159,8 @@ TEST_F(ArtworkRefusal, ByAnExceptionOfAClearPassesThroughAndClosesTheDescriptor)
   const std::string path = directory_.copyOf("ape_tagged.ape");
   const UniqueFd endpoint = openFile(path);
   const int fd = openFile(path).release();
-  EXPECT_THROW(clearArtwork(fd, path.c_str(), troublesomeRequest(endpoint)), std::runtime_error);
+  EXPECT_THROW(clearArtwork(UniqueFd(fd), path.c_str(), troublesomeRequest(endpoint)),
+               std::runtime_error);
   EXPECT_FALSE(isOpen(fd));
 }
 

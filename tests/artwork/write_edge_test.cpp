@@ -54,8 +54,8 @@ TEST_F(ArtworkWrite, SavesAVorbisFileWhosePictureIsKept) {
 TEST_F(ArtworkWrite, FailsForAVorbisFileThatCannotBeSavedThoughThePictureIsKept) {
   const std::string path = directory_.copyOf("vorbis_tagged.ogg");
   const int fd = openFile(path, O_RDONLY).release();
-  EXPECT_FALSE(
-      writeArtwork(fd, path.c_str(), std::as_bytes(std::span(image_)), 1, ValueDictionary()));
+  EXPECT_FALSE(writeArtwork(UniqueFd(fd), path.c_str(), std::as_bytes(std::span(image_)), 1,
+                            ValueDictionary()));
 }
 
 TEST_F(ArtworkWrite, StoresATIFFInAnM4AWithoutAFormat) {
@@ -159,7 +159,8 @@ TEST_F(ArtworkWrite, ReadsWhetherToReplaceAsABoolean) {
   for (const auto& value : noBooleans) {
     request.set(key::kReplaceArtwork, value);
     const int fd = openFile(path).release();
-    EXPECT_FALSE(writeArtwork(fd, path.c_str(), std::as_bytes(std::span(image_)), 1, request));
+    EXPECT_FALSE(
+        writeArtwork(UniqueFd(fd), path.c_str(), std::as_bytes(std::span(image_)), 1, request));
     EXPECT_EQ(readFile(path), before);
   }
 }

@@ -131,7 +131,7 @@ class LineEditorTest(CompletionsTest):
                 self.assertEqual(self.editor.type(f"tagwriter show {typed}", TAB),
                                  ["show", "My Song.mp3"])
         self.assertEqual(self.editor.type("tagwriter show it", TAB), ["show", "it's [a] $1.mp3"])
-        self.assertEqual(self.editor.type("tagwriter show fol", TAB, "x"), ["show", "directory/x"])
+        self.assertEqual(self.editor.type("tagwriter show dir", TAB, "x"), ["show", "directory/x"])
 
 
 class BashTest(LineEditorTest, CommandTest):

@@ -11,32 +11,32 @@
 
 namespace tagwriter::test {
 
-FieldValue textValue(const char* text) {
-  FieldValue value;
+FieldChange textValue(const char* text) {
+  FieldChange value;
   value.text = text;
   return value;
 }
 
-FieldValue numberValue(std::int64_t number, std::int64_t total) {
-  FieldValue value;
+FieldChange numberValue(std::int64_t number, std::int64_t total) {
+  FieldChange value;
   value.number = number;
   value.total = total;
   return value;
 }
 
-FieldValue realValue(double real) {
-  FieldValue value;
+FieldChange realValue(double real) {
+  FieldChange value;
   value.real = real;
   return value;
 }
 
-FieldValue flagValue(bool flag) {
-  FieldValue value;
+FieldChange flagValue(bool flag) {
+  FieldChange value;
   value.flag = flag;
   return value;
 }
 
-bool writeField(const std::string& path, const char* field, const FieldValue& value) {
+bool writeField(const std::string& path, const char* field, const FieldChange& value) {
   static const auto* const kDSF =
       TagLib::FileRef::addFileTypeResolver(new TagLib::DSFFileTypeResolver);
   (void)kDSF;
@@ -47,7 +47,9 @@ bool writeField(const std::string& path, const char* field, const FieldValue& va
   }
   const ValueDictionary request;
   const int fd = openFile(path).release();
-  const bool written = row->road(*row, fd, path.c_str(), value, request);
+  FieldChange change = value;
+  change.path = path.c_str();
+  const bool written = row->writer(*row, UniqueFd(fd), change, request);
   EXPECT_FALSE(isOpen(fd)) << field << " left the descriptor open";
   return written;
 }

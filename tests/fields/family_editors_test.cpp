@@ -1,5 +1,6 @@
 // The generic text editors, on tags that belong to no file.
-#include "tagging/family_editors.h"
+#include "tagging/family_text.h"
+#include "tagging/id3v2_frames.h"
 
 #include <gtest/gtest.h>
 

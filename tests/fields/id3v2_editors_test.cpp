@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "tagging/family_editors.h"
+#include "tagging/family_text.h"
+#include "tagging/id3v2_frames.h"
 #include "tests/support/log_capture.h"
 
 namespace tagwriter::test {

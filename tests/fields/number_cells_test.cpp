@@ -22,25 +22,25 @@ using Text = std::optional<std::string>;
 constexpr std::int64_t k32 = std::int64_t{1} << 32;
 constexpr auto none = std::nullopt;
 
-void edit(TagLib::ID3v2::Tag& tag, const char* field, const FieldValue& value) {
+void edit(TagLib::ID3v2::Tag& tag, const char* field, const FieldChange& value) {
   const auto& cell = findFieldRow(field)->id3v2;
-  cell.edit(tag, cell, {value, nullptr});
+  cell.editor(value)(&tag);
 }
-void edit(TagLib::MP4::Tag& tag, const char* field, const FieldValue& value) {
+void edit(TagLib::MP4::Tag& tag, const char* field, const FieldChange& value) {
   const auto& cell = findFieldRow(field)->mp4;
-  cell.edit(tag, cell, {value, nullptr});
+  cell.editor(value)(&tag);
 }
-void edit(TagLib::Ogg::XiphComment& tag, const char* field, const FieldValue& value) {
+void edit(TagLib::Ogg::XiphComment& tag, const char* field, const FieldChange& value) {
   const auto& cell = findFieldRow(field)->xiph;
-  cell.edit(tag, cell, {value, nullptr});
+  cell.editor(value)(&tag);
 }
-void edit(TagLib::ASF::Tag& tag, const char* field, const FieldValue& value) {
+void edit(TagLib::ASF::Tag& tag, const char* field, const FieldChange& value) {
   const auto& cell = findFieldRow(field)->asf;
-  cell.edit(tag, cell, {value, nullptr});
+  cell.editor(value)(&tag);
 }
-void edit(TagLib::APE::Tag& tag, const char* field, const FieldValue& value) {
+void edit(TagLib::APE::Tag& tag, const char* field, const FieldChange& value) {
   const auto& cell = findFieldRow(field)->ape;
-  cell.edit(tag, cell, {value, nullptr});
+  cell.editor(value)(&tag);
 }
 
 /// A TRCK frame or a Track item before and after an edit.
@@ -154,7 +154,7 @@ TEST(TrackTotal, RemovesTheNumberAsWellWhenEitherIsZero) {
 
 using MP4Pair = std::optional<std::pair<int, int>>;
 
-MP4Pair mp4After(const char* field, const char* item, MP4Pair before, const FieldValue& value) {
+MP4Pair mp4After(const char* field, const char* item, MP4Pair before, const FieldChange& value) {
   TagLib::MP4::Tag tag;
   if (before) tag.setItem(item, TagLib::MP4::Item(before->first, before->second));
   edit(tag, field, value);

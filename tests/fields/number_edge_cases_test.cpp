@@ -26,7 +26,7 @@ class NumberEdgeCases : public testing::Test {
     return found == contents.end() ? Values() : found->second;
   }
 
-  std::string written(const char* file, const char* field, const FieldValue& value) {
+  std::string written(const char* file, const char* field, const FieldChange& value) {
     std::string path = directory_.copyOf(file);
     EXPECT_TRUE(writeField(path, field, value)) << file;
     return path;

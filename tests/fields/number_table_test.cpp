@@ -140,7 +140,7 @@ class NumberFields : public testing::TestWithParam<Container> {
   Family family() const { return GetParam().family; }
 
   /// Writes a value into a file without the field, and once more into one that has `typical`.
-  void check(const char* field, const FieldValue& value, const FieldValue& typical,
+  void check(const char* field, const FieldChange& value, const FieldChange& typical,
              const Outcomes& outcomes) {
     checkOn(readFile(dataFile(GetParam().file)), field, value, outcomes);
     const std::string path = directory_.copyOf(GetParam().file);
@@ -151,7 +151,7 @@ class NumberFields : public testing::TestWithParam<Container> {
   TemporaryDirectory directory_;
 
  private:
-  void checkOn(const std::string& start, const char* field, const FieldValue& value,
+  void checkOn(const std::string& start, const char* field, const FieldChange& value,
                const Outcomes& outcomes) {
     const std::string path = directory_.write(GetParam().file, start);
     TagContents expected = readTagContents(path);
@@ -166,7 +166,7 @@ class NumberFields : public testing::TestWithParam<Container> {
     EXPECT_TRUE(sameContents(readTagContents(path), expected));
   }
 
-  void addWhatTheLibraryAdds(const char* field, const FieldValue& value, TagContents& contents) {
+  void addWhatTheLibraryAdds(const char* field, const FieldChange& value, TagContents& contents) {
     const std::string file = GetParam().file;
     // Whatever is saved, a FLAC file gets a comment.
     if (file == "flac_plain.flac") contents.insert({"Xiph vendor", {""}});

@@ -125,52 +125,52 @@ TEST(Low32, KeepsTheLowBitsWithTheirSign) {
 }
 
 TEST(Truncated, CutsTheFraction) {
-  EXPECT_EQ(truncated(0.0), 0);
-  EXPECT_EQ(truncated(-0.0), 0);
-  EXPECT_EQ(truncated(0.9), 0);
-  EXPECT_EQ(truncated(-0.9), 0);
-  EXPECT_EQ(truncated(1.999999), 1);
-  EXPECT_EQ(truncated(-1.999999), -1);
-  EXPECT_EQ(truncated(81.99999999999999), 81);
-  EXPECT_EQ(truncated(5e-324), 0);
+  EXPECT_EQ(truncateToInt32(0.0), 0);
+  EXPECT_EQ(truncateToInt32(-0.0), 0);
+  EXPECT_EQ(truncateToInt32(0.9), 0);
+  EXPECT_EQ(truncateToInt32(-0.9), 0);
+  EXPECT_EQ(truncateToInt32(1.999999), 1);
+  EXPECT_EQ(truncateToInt32(-1.999999), -1);
+  EXPECT_EQ(truncateToInt32(81.99999999999999), 81);
+  EXPECT_EQ(truncateToInt32(5e-324), 0);
 }
 
 TEST(Truncated, GivesTheNearestNumberBeyondTheRange) {
-  EXPECT_EQ(truncated(2147483646.9), kMax32 - 1);
-  EXPECT_EQ(truncated(2147483647.0), kMax32);
-  EXPECT_EQ(truncated(2147483647.5), kMax32);
-  EXPECT_EQ(truncated(2147483648.0), kMax32);
-  EXPECT_EQ(truncated(1e300), kMax32);
-  EXPECT_EQ(truncated(kInfinity), kMax32);
-  EXPECT_EQ(truncated(-2147483647.9), kMin32 + 1);
-  EXPECT_EQ(truncated(-2147483648.0), kMin32);
-  EXPECT_EQ(truncated(-2147483648.5), kMin32);
-  EXPECT_EQ(truncated(-2147483649.0), kMin32);
-  EXPECT_EQ(truncated(-1e300), kMin32);
-  EXPECT_EQ(truncated(-kInfinity), kMin32);
+  EXPECT_EQ(truncateToInt32(2147483646.9), kMax32 - 1);
+  EXPECT_EQ(truncateToInt32(2147483647.0), kMax32);
+  EXPECT_EQ(truncateToInt32(2147483647.5), kMax32);
+  EXPECT_EQ(truncateToInt32(2147483648.0), kMax32);
+  EXPECT_EQ(truncateToInt32(1e300), kMax32);
+  EXPECT_EQ(truncateToInt32(kInfinity), kMax32);
+  EXPECT_EQ(truncateToInt32(-2147483647.9), kMin32 + 1);
+  EXPECT_EQ(truncateToInt32(-2147483648.0), kMin32);
+  EXPECT_EQ(truncateToInt32(-2147483648.5), kMin32);
+  EXPECT_EQ(truncateToInt32(-2147483649.0), kMin32);
+  EXPECT_EQ(truncateToInt32(-1e300), kMin32);
+  EXPECT_EQ(truncateToInt32(-kInfinity), kMin32);
 }
 
 TEST(Truncated, TakesWhatIsNoNumberForZero) {
-  EXPECT_EQ(truncated(kNaN), 0);
-  EXPECT_EQ(truncated(-kNaN), 0);
+  EXPECT_EQ(truncateToInt32(kNaN), 0);
+  EXPECT_EQ(truncateToInt32(-kNaN), 0);
 }
 
 TEST(Printed, GivesTheWholeTextWhenItFits) {
-  EXPECT_EQ(printed(10, "%d", 70), "70");
-  EXPECT_EQ(printed(4, "%d", 123), "123");
-  EXPECT_EQ(printed(6, "%d/%ld", 12, 34L), "12/34");
-  EXPECT_EQ(printed(16, "%f", 3.5), "3.500000");
-  EXPECT_EQ(printed(10, "%s", ""), "");
+  EXPECT_EQ(formatTruncated(10, "%d", 70), "70");
+  EXPECT_EQ(formatTruncated(4, "%d", 123), "123");
+  EXPECT_EQ(formatTruncated(6, "%d/%ld", 12, 34L), "12/34");
+  EXPECT_EQ(formatTruncated(16, "%f", 3.5), "3.500000");
+  EXPECT_EQ(formatTruncated(10, "%s", ""), "");
 }
 
 TEST(Printed, CutsBeforeTheTerminatorAtItsSize) {
-  EXPECT_EQ(printed(4, "%d", 1234), "123");
-  EXPECT_EQ(printed(10, "%d", kMin32), "-21474836");
-  EXPECT_EQ(printed(16, "%f", 1e300), "100000000000000");
-  EXPECT_EQ(printed(1, "%d", 7), "");
+  EXPECT_EQ(formatTruncated(4, "%d", 1234), "123");
+  EXPECT_EQ(formatTruncated(10, "%d", kMin32), "-21474836");
+  EXPECT_EQ(formatTruncated(16, "%f", 1e300), "100000000000000");
+  EXPECT_EQ(formatTruncated(1, "%d", 7), "");
   // Any step beyond the buffer is for AddressSanitizer to see.
   for (std::size_t size = 1; size < 400; ++size) {
-    const std::string text = printed(size, "%f", -1.7976931348623157e308);
+    const std::string text = formatTruncated(size, "%f", -1.7976931348623157e308);
     EXPECT_EQ(text.size(), std::min<std::size_t>(size - 1, 317));
   }
 }

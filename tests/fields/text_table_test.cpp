@@ -96,7 +96,7 @@ TEST(FieldTable, HasTheseFieldsAndNoOthers) {
   for (const Places& places : kPlaces) {
     const FieldRow* row = findFieldRow(places.field);
     ASSERT_TRUE(row) << places.field;
-    EXPECT_STREQ(row->key, places.field);
+    EXPECT_STREQ(row->field.key, places.field);
   }
   for (const char* key : {"", "Title", "TITLE", "title ", "totalNumberOfDiscs", "disC"}) {
     EXPECT_FALSE(findFieldRow(key)) << key;

@@ -170,7 +170,7 @@ class Untouched : public testing::TestWithParam<TaggedFile> {
     return places.field != "totalNumberOfTracks"s || GetParam().family != Family::kASF;
   }
 
-  void checkAll(const FieldValue& value, const std::set<std::string>& replaced) {
+  void checkAll(const FieldChange& value, const std::set<std::string>& replaced) {
     for (const Places& places : kPlaces) {
       SCOPED_TRACE(places.field);
       const std::string path = directory_.copyOf(GetParam().name);
@@ -193,7 +193,7 @@ class Untouched : public testing::TestWithParam<TaggedFile> {
   }
 
   /// The same edit once more leaves every byte where it is, or `moves` something one last time.
-  static void checkAgain(const std::string& path, const Places& places, const FieldValue& value,
+  static void checkAgain(const std::string& path, const Places& places, const FieldChange& value,
                          bool moves) {
     TagContents contents = readTagContents(path);
     // A total needs a number before it, which is there only when the first save has copied it.
@@ -212,7 +212,7 @@ class Untouched : public testing::TestWithParam<TaggedFile> {
 };
 
 TEST_P(Untouched, ByAValue) {
-  FieldValue value;
+  FieldChange value;
   value.text = "A typical value";
   value.number = 4;
   value.total = 12;
@@ -222,7 +222,7 @@ TEST_P(Untouched, ByAValue) {
 }
 
 TEST_P(Untouched, ByAnAbsentValue) {
-  checkAll(FieldValue(), kReplacedByAnAbsentValue);
+  checkAll(FieldChange(), kReplacedByAnAbsentValue);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Untouched, testing::ValuesIn(kTaggedFiles),

@@ -15,8 +15,8 @@
 #include <xiphcomment.h>
 
 #include "protocol/value_dictionary.h"
-#include "tagging/core_fields.h"
 #include "tests/formats/core_file.h"
+#include "tests/formats/core_writers.h"
 #include "tests/formats/handed_over.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temporary_directory.h"

@@ -1,5 +1,5 @@
 // Title, artist, album, genre and year in every format.
-#include "tagging/core_fields.h"
+#include "tests/formats/core_writers.h"
 
 #include <gtest/gtest.h>
 
@@ -154,7 +154,7 @@ TEST_F(CoreFieldsTest, CannotSaveThroughADescriptorForReadingOnly) {
 
 TEST_F(CoreFieldsTest, CannotReadThroughADescriptorThatIsNotOpen) {
   const std::size_t before = countDescriptors();
-  EXPECT_FALSE(writeTitle(-1, "a.mp3", kValue, request_));
+  EXPECT_FALSE(writeTitle(UniqueFd(), "a.mp3", kValue, request_));
   EXPECT_TRUE(log_.text().starts_with("Could not open file a.mp3")) << log_.text();
   EXPECT_TRUE(log_.text().ends_with(
       "Failed to write title tag to file. TagLib could not read the file at a.mp3\n"))

@@ -5,7 +5,7 @@
 #include <tag.h>
 
 #include "dsf/dsf_file_type_resolver.h"
-#include "tagging/core_fields.h"
+#include "tests/formats/core_writers.h"
 
 namespace tagwriter::test {
 namespace {

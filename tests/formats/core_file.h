@@ -24,7 +24,7 @@ CoreFields coreFieldsOf(const std::string& path);
 /// A string writer with the member that it changes.
 struct StringField {
   const char* name;
-  bool (*write)(int fd, const char* path, const char* value, const Dictionary& request);
+  bool (*write)(UniqueFd fd, const char* path, const char* value, const Dictionary& request);
   std::string CoreFields::*member;
 };
 

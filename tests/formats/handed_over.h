@@ -24,7 +24,7 @@ class HandedOver {
   HandedOver(const HandedOver&) = delete;
   HandedOver& operator=(const HandedOver&) = delete;
 
-  int fd() const { return fd_; }
+  UniqueFd fd() const { return UniqueFd(fd_); }
 
  private:
   std::size_t before_;

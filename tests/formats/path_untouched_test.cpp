@@ -7,9 +7,9 @@
 
 #include "dsf/dsf_file_type_resolver.h"
 #include "protocol/value_dictionary.h"
-#include "tagging/core_fields.h"
 #include "tagging/tag_write.h"
 #include "tests/formats/core_file.h"
+#include "tests/formats/core_writers.h"
 #include "tests/formats/handed_over.h"
 #include "tests/formats/written_files.h"
 #include "tests/support/temporary_directory.h"
@@ -77,24 +77,26 @@ class PathTest : public testing::Test {
 
 TEST_F(PathTest, IsNeverOpenedByTheFormatDispatchedWrite) {
   for (const WrittenFile& file : writtenFiles()) {
-    check(file.data, file.name, [](int fd, const char* path) {
+    check(file.data, file.name, [](UniqueFd fd, const char* path) {
       const RecordingEditors editors;
-      return writeTagToFile(fd, path, editors.blocks, ValueDictionary());
+      return writeTagToFile(std::move(fd), path, editors.blocks, ValueDictionary());
     });
   }
 }
 
 TEST_F(PathTest, IsNeverOpenedByACoreField) {
   for (const WrittenFile& file : writtenFiles()) {
-    check(file.data, file.name,
-          [](int fd, const char* path) { return writeTitle(fd, path, "New", ValueDictionary()); });
+    check(file.data, file.name, [](UniqueFd fd, const char* path) {
+      return writeTitle(std::move(fd), path, "New", ValueDictionary());
+    });
   }
 }
 
 TEST_F(PathTest, IsNeverOpenedByTheYear) {
   for (const char* name : {"dsf_plain.dsf", "dsf_tagged.dsf", "mp3_plain.mp3"}) {
-    check(name, name,
-          [](int fd, const char* path) { return writeYear(fd, path, 2024, ValueDictionary()); });
+    check(name, name, [](UniqueFd fd, const char* path) {
+      return writeYear(std::move(fd), path, 2024, ValueDictionary());
+    });
   }
 }
 

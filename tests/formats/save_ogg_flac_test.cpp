@@ -6,7 +6,7 @@
 #include <xiphcomment.h>
 
 #include "io/save.h"
-#include "tagging/core_fields.h"
+#include "tests/formats/core_writers.h"
 #include "tests/formats/ogg_pages.h"
 #include "tests/formats/tag_write_fixture.h"
 

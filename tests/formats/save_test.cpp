@@ -6,7 +6,7 @@
 #include <xiphcomment.h>
 
 #include "protocol/value_dictionary.h"
-#include "tagging/core_fields.h"
+#include "tests/formats/core_writers.h"
 #include "tests/formats/handed_over.h"
 #include "tests/formats/tag_write_fixture.h"
 #include "tests/support/log_capture.h"

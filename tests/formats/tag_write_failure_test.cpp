@@ -133,7 +133,7 @@ TEST_F(TagWriteFailureTest, CannotSaveThroughADescriptorThatIsNotOpen) {
     const std::size_t before = countDescriptors();
     const RecordingEditors editors;
     const LogCapture log;
-    EXPECT_FALSE(writeTagToFile(-1, file.name, editors.blocks, request_));
+    EXPECT_FALSE(writeTagToFile(UniqueFd(), file.name, editors.blocks, request_));
     EXPECT_TRUE(log.text().starts_with("Could not open file " + std::string(file.name)))
         << log.text();
     EXPECT_EQ(countDescriptors(), before);
@@ -142,7 +142,7 @@ TEST_F(TagWriteFailureTest, CannotSaveThroughADescriptorThatIsNotOpen) {
 
 TEST_F(TagWriteFailureTest, OpensNothingOfARefusedTypeThatIsNotOpen) {
   const RecordingEditors editors;
-  EXPECT_FALSE(writeTagToFile(-1, "a.shn", editors.blocks, request_));
+  EXPECT_FALSE(writeTagToFile(UniqueFd(), "a.shn", editors.blocks, request_));
   EXPECT_EQ(log_.text(), "Could not open file a.shn");
   EXPECT_TRUE(editors.ran.empty());
 }

@@ -77,9 +77,9 @@ TEST_F(TagWriteTest, DoesNotMindWhereTheDescriptorStands) {
     const std::string expected = readFile(path);
 
     directory_.copyOf(file.data, file.name);
-    const HandedOver atTheEnd(path);
-    ASSERT_GT(::lseek(atTheEnd.fd(), 0, SEEK_END), 0);
-    EXPECT_TRUE(writeTagToFile(atTheEnd.fd(), path.c_str(), editors.blocks, request_));
+    UniqueFd atTheEnd = openFile(path);
+    ASSERT_GT(::lseek(atTheEnd.get(), 0, SEEK_END), 0);
+    EXPECT_TRUE(writeTagToFile(std::move(atTheEnd), path.c_str(), editors.blocks, request_));
     EXPECT_EQ(readFile(path), expected);
   }
 }

@@ -144,8 +144,8 @@ TEST(Pictures, OfEveryFormatAreFoundAfterAWrite) {
       for (const std::int64_t stated : {std::int64_t{0}, type}) {
         ValueDictionary request;
         request.set("replaceartwork", true);
-        ASSERT_TRUE(writeArtwork(openFile(path).release(), path.c_str(),
-                                 std::as_bytes(std::span(image)), stated, request));
+        ASSERT_TRUE(writeArtwork(openFile(path), path.c_str(), std::as_bytes(std::span(image)),
+                                 stated, request));
         EXPECT_EQ(picturesIn(path), Lines{role + "|" + line}) << name << " " << stated;
       }
     }

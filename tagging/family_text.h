@@ -1,0 +1,77 @@
+// One text under one name: the generic editor of each tag family, and its way back.
+//
+// `name` is the frame's, item's, field's or attribute's, in Latin-1.
+#pragma once
+
+#include <apetag.h>
+#include <asftag.h>
+#include <id3v2tag.h>
+#include <mp4tag.h>
+#include <tstring.h>
+#include <xiphcomment.h>
+
+#include <optional>
+
+namespace tagwriter {
+
+// Writing. `value` is UTF-8; null removes.
+//
+// Quirk: an empty value removes ID3v2 text frames only; the other families are given the empty
+// string, and players rely on what TagLib makes of it: a Xiph field and an APE item with an empty
+// value are not written.
+
+/// Replaces every frame called `id` by one UTF-8 text frame (ID3v2.4 frames, 4.2). A standard
+/// exception is logged and the editor returns as if nothing had happened; the old frames may then
+/// be gone.
+void setID3v2TextFrame(TagLib::ID3v2::Tag& tag, const char* id, const TagLib::String& text);
+
+/// setID3v2TextFrame, or the removal of every frame called `id` when the value is null or empty.
+void editID3v2TextFrame(TagLib::ID3v2::Tag& tag, const char* id, const char* value);
+
+/// Sets an item of the "ilst" atom to one string; null removes the item.
+void setMP4TextItem(TagLib::MP4::Tag& tag, const char* name, const char* value);
+
+/// Replaces all values of a field by one; null removes the field (Vorbis comment specification).
+void setXiphTextField(TagLib::Ogg::XiphComment& comment, const char* name, const char* value);
+
+/// Sets an attribute to one Unicode string; null removes the attribute (ASF specification, 3.10 and
+/// 3.11).
+void setASFTextAttribute(TagLib::ASF::Tag& tag, const char* name, const char* value);
+
+/// Sets an item to one text; null removes the item (APEv2 specification).
+void setAPETextItem(TagLib::APE::Tag& tag, const char* key, const char* value);
+
+// The same in any family, by its own editor.
+
+inline void setText(TagLib::ID3v2::Tag& tag, const char* name, const char* value) {
+  editID3v2TextFrame(tag, name, value);
+}
+inline void setText(TagLib::MP4::Tag& tag, const char* name, const char* value) {
+  setMP4TextItem(tag, name, value);
+}
+inline void setText(TagLib::Ogg::XiphComment& comment, const char* name, const char* value) {
+  setXiphTextField(comment, name, value);
+}
+inline void setText(TagLib::ASF::Tag& tag, const char* name, const char* value) {
+  setASFTextAttribute(tag, name, value);
+}
+inline void setText(TagLib::APE::Tag& tag, const char* name, const char* value) {
+  setAPETextItem(tag, name, value);
+}
+
+// Reading. Several values are joined by a space, except that of several ID3v2 frames or ASF
+// attributes the first counts. Nothing when there is none under that name.
+
+std::optional<TagLib::String> getText(const TagLib::ID3v2::Tag& tag, const char* id);
+std::optional<TagLib::String> getText(const TagLib::MP4::Tag& tag, const char* name);
+std::optional<TagLib::String> getText(const TagLib::Ogg::XiphComment& comment, const char* name);
+std::optional<TagLib::String> getText(const TagLib::ASF::Tag& tag, const char* name);
+std::optional<TagLib::String> getText(const TagLib::APE::Tag& tag, const char* key);
+
+/// The text of the first frame called `frameId`, or the null string when there is none.
+TagLib::String readID3v2FrameText(const TagLib::ID3v2::Tag& tag, const char* frameId);
+
+/// The values of the item called `key`, joined by a space, or the null string when there is none.
+TagLib::String readAPEItemText(const TagLib::APE::Tag& tag, const char* key);
+
+}  // namespace tagwriter
