@@ -5,7 +5,7 @@ namespace {
 
 using TagLib::MP4::CoverArt;
 
-// MP4 has no code for TIFF.
+// Quirk: TIFF is Unknown in MP4, which has no code for it.
 constexpr ArtworkFormat kFormats[] = {
     {kArtworkPNG, "image/png", CoverArt::PNG, "Cover Art (Front).png"},
     {kArtworkJPEG, "image/jpeg", CoverArt::JPEG, "Cover Art (Front).jpg"},

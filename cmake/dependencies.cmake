@@ -1,4 +1,4 @@
-# What the project stands on, all from Debian packages. Each check says what to install.
+# What the project depends on, all from Debian packages. Each check says what to install.
 
 function(require_package found package what)
   if(NOT ${found})
@@ -12,7 +12,7 @@ find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 
 pkg_check_modules(TAGLIB QUIET IMPORTED_TARGET GLOBAL taglib)
-require_package(TAGLIB_FOUND libtag1-dev "The tag library (TagLib)")
+require_package(TAGLIB_FOUND libtag1-dev "TagLib")
 # The stream interface changed in 2.0 (offsets, lengths, return types), and 1.13 is the oldest tried.
 if(NOT TAGLIB_VERSION VERSION_GREATER_EQUAL 1.13 OR NOT TAGLIB_VERSION VERSION_LESS 2)
   message(FATAL_ERROR "TagLib ${TAGLIB_VERSION} found, but this project is written against the 1.x "

@@ -1,4 +1,4 @@
-// Which container a file is taken for: by its name alone.
+// Which container a file is taken for, by its name alone.
 #pragma once
 
 namespace tagwriter {
@@ -30,8 +30,8 @@ enum TagFileType : unsigned {
 /// kTagFileMP3. The file is not touched.
 TagFileType tagFileTypeForPath(const char* path);
 
-/// Whether `path` has an extension that is known, of a type that tags can be written into; false
-/// for a null path.
+/// Whether `path` has a known extension, of a type that tags can be written into; false for a null
+/// path.
 bool isWritableFileName(const char* path);
 
 }  // namespace tagwriter

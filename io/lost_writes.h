@@ -1,12 +1,12 @@
-// Writes that the tag library never hears of: its streams cannot report that one has failed.
+// Counts failed writes, which TagLib never hears of: its streams cannot report them.
 #pragma once
 
 #include <cstdint>
 
 namespace tagwriter {
 
-/// How many times in the life of the process a stream could not write (or, while it moved bytes,
-/// read) what it was to write: a full disk, a quota, a limit on the size of files, a bad sector.
+/// How many times since the start of the process a stream failed to write, or to read bytes that it
+/// was moving: a full disk, a quota, a limit on file sizes, a bad sector.
 std::uint64_t lostWrites();
 
 /// Counts one more. May be called from several threads.

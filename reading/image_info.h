@@ -1,4 +1,4 @@
-// What an image file says about itself in its first bytes.
+// What the first bytes of an image say: its format and its size.
 #pragma once
 
 #include <cstddef>

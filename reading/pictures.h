@@ -1,4 +1,4 @@
-// The pictures in a file, wherever its format keeps them.
+// The pictures in a file, wherever its format stores them.
 #pragma once
 
 #include <optional>

@@ -10,7 +10,7 @@
 
 namespace tagwriter {
 
-/// A queue that runs work items one after the other, in the order in which they came.
+/// A queue that runs work items one after the other, in the order of arrival.
 class SerialQueue {
  public:
   /// `label` names the queue for people who debug.
@@ -19,8 +19,8 @@ class SerialQueue {
   /// The queue's name.
   const std::string& label() const { return label_; }
 
-  /// Runs `work` when every item that came before has ended, and returns when it has ended itself.
-  /// What it throws reaches the caller, and the queue goes on. Must not be called from a work item.
+  /// Runs `work` after all earlier items and returns when it has ended. What it throws reaches the
+  /// caller, and the queue goes on. Must not be called from a work item.
   void runAndWait(const std::function<void()>& work);
 
   /// How many items are in the queue, the one that runs included.
