@@ -19,22 +19,22 @@ namespace tagwriter::dbus {
 namespace {
 
 constexpr std::chrono::seconds kWorkerStartLimit(30);
-/// How many calls may wait here. Each holds two descriptors, of which a process may have a thousand
-/// or a few, and perhaps a cover of some megabytes. The bus daemon has room for more.
-constexpr std::size_t kMostWaiting = 64;
+/// Each queued call holds two descriptors, and a process may have as few as 1024; it may also hold
+/// a cover of several megabytes. The bus daemon has room for more.
+constexpr std::size_t kMaxQueued = 64;
 constexpr char kBusDaemon[] = "org.freedesktop.DBus";
-constexpr std::uint32_t kNameExists = 3;  ///< the answer that the name is somebody else's
+constexpr std::uint32_t kNameExists = 3;  ///< RequestName's reply when another process owns it
 constexpr char kLocalInterface[] = "org.freedesktop.DBus.Local";
 
-/// Whether `message` answers `call`: the worker saw the call with the caller's own serial number.
-bool answers(sd_bus_message* message, sd_bus_message* call) {
-  std::uint64_t answered = 0;
-  std::uint64_t asked = 0;
-  return call && sd_bus_message_get_reply_cookie(message, &answered) >= 0 &&
-         sd_bus_message_get_cookie(call, &asked) >= 0 && answered == asked;
+/// Whether `message` is the reply to `call`, which was forwarded with the caller's serial number.
+bool isReplyTo(sd_bus_message* message, sd_bus_message* call) {
+  std::uint64_t replySerial = 0;
+  std::uint64_t serial = 0;
+  return call && sd_bus_message_get_reply_cookie(message, &replySerial) >= 0 &&
+         sd_bus_message_get_cookie(call, &serial) >= 0 && replySerial == serial;
 }
 
-/// Whether the other end is gone, also when the event loop does not know it yet.
+/// Whether the other end has hung up, even if the event loop has not noticed yet.
 bool hasHungUp(sd_bus* connection) {
   pollfd socket = {sd_bus_get_fd(connection), POLLIN, 0};
   return ::poll(&socket, 1, 0) > 0 && (socket.revents & (POLLHUP | POLLERR));
@@ -52,7 +52,7 @@ int Front::run() {
   if (r < 0) return r;
   if ((r = connectToBus()) < 0) return r;
   r = sd_event_loop(event_.get());
-  if (r > 0) r = -ENOTCONN;  // what sd-bus leaves the loop with when the bus is gone
+  if (r > 0) r = -ENOTCONN;  // sd-bus exits the loop with 1 when the bus disconnects
   if (bus_) sd_bus_flush(bus_.get());
   return r;
 }
@@ -78,7 +78,7 @@ int Front::prepare() {
   if (r < 0) return r;
   idleTimer_.reset(source);
   if ((r = sd_event_add_defer(event, &source, onWorkerGone, this)) < 0) return r;
-  workerGone_.reset(source);
+  workerGoneSource_.reset(source);
   return sd_event_source_set_enabled(source, SD_EVENT_OFF);
 }
 
@@ -99,47 +99,47 @@ int Front::connectToBus() {
   reading_ = true;
   r = sd_bus_add_object_vtable(bus, nullptr, kWriteObject, kWriteInterface, kVtable, this);
   if (r < 0) return r;
-  r = sd_bus_match_signal(bus, nullptr, kBusDaemon, nullptr, kBusDaemon, "NameAcquired", onNamed,
-                          this);
+  r = sd_bus_match_signal(bus, nullptr, kBusDaemon, nullptr, kBusDaemon, "NameAcquired",
+                          onNameAcquired, this);
   if (r < 0) return r;
-  // Answers stand behind all calls that have come before them, and those may take their time.
+  // No timeout: replies queue behind earlier calls, which may take long.
   if ((r = sd_bus_set_method_call_timeout(bus, UINT64_MAX)) < 0) return r;
-  return askForName(0);
+  return requestName(0);
 }
 
-int Front::askForName(std::uint64_t flags) {
-  // Not a call that waits: with the name come the calls for which we were started, before the
-  // answer, and it would take them all in.
-  return sd_bus_request_name_async(bus_.get(), nullptr, kBusName, flags, onNameAnswer, this);
+int Front::requestName(std::uint64_t flags) {
+  // Asynchronous: the calls that activated us may arrive before RequestName's reply, and a blocking
+  // call would read and queue them all.
+  return sd_bus_request_name_async(bus_.get(), nullptr, kBusName, flags, onRequestNameReply, this);
 }
 
-int Front::onNameAnswer(sd_bus_message* answer, void* front, sd_bus_error*) noexcept {
-  static_cast<Front*>(front)->nameAnswered(answer);
+int Front::onRequestNameReply(sd_bus_message* reply, void* front, sd_bus_error*) noexcept {
+  static_cast<Front*>(front)->requestNameReplied(reply);
   return 1;
 }
 
-void Front::nameAnswered(sd_bus_message* answer) {
-  if (named_) return;
-  std::uint32_t how = 0;
-  int r = -sd_bus_message_get_errno(answer);
-  if (r == 0) r = std::min(sd_bus_message_read(answer, "u", &how), 0);
-  if (r == 0 && how == kNameExists) r = -EEXIST;
+void Front::requestNameReplied(sd_bus_message* reply) {
+  if (ownsName_) return;
+  std::uint32_t code = 0;
+  int r = -sd_bus_message_get_errno(reply);
+  if (r == 0) r = std::min(sd_bus_message_read(reply, "u", &code), 0);
+  if (r == 0 && code == kNameExists) r = -EEXIST;
   if (r < 0) sd_event_exit(event_.get(), r);
 }
 
-int Front::onNamed(sd_bus_message* signal, void* front, sd_bus_error*) noexcept {
+int Front::onNameAcquired(sd_bus_message* signal, void* front, sd_bus_error*) noexcept {
   const char* name = nullptr;
   if (sd_bus_message_read(signal, "s", &name) >= 0 && std::string_view(name) == kBusName) {
-    static_cast<Front*>(front)->named();
+    static_cast<Front*>(front)->nameAcquired();
   }
   return 0;
 }
 
-void Front::named() {
-  named_ = true;
+void Front::nameAcquired() {
+  ownsName_ = true;
   forwardNext();
-  // Not here: inside its callback the connection processes no further messages.
-  if (leaving_) sd_event_source_set_time_relative(idleTimer_.get(), 0);
+  // Exit from a timer: inside this callback the connection processes no further messages.
+  if (quitting_) sd_event_source_set_time_relative(idleTimer_.get(), 0);
 }
 
 int Front::startWorker(std::string& error) {
@@ -153,7 +153,7 @@ int Front::startWorker(std::string& error) {
   if (r < 0) {
     error = std::strerror(-r);
     connection.reset();
-    process->kill();  // it has no work, and need not notice that we are gone
+    process->kill();  // it may not exit by itself, and has no work to lose
     return r;
   }
   worker_.emplace(Worker{std::move(*process), std::move(connection)});
@@ -161,42 +161,42 @@ int Front::startWorker(std::string& error) {
 }
 
 int Front::onWrite(sd_bus_message* call, void* front, sd_bus_error*) noexcept {
-  static_cast<Front*>(front)->takeCall(call);
+  static_cast<Front*>(front)->enqueue(call);
   return 1;
 }
 
-void Front::takeCall(sd_bus_message* call) {
-  // A request that wants no reply gets no work.
+void Front::enqueue(sd_bus_message* call) {
+  // Calls that expect no reply are ignored.
   if (sd_bus_message_get_expect_reply(call) <= 0) return;
-  waiting_.emplace_back(sd_bus_message_ref(call));
+  queue_.emplace_back(sd_bus_message_ref(call));
   forwardNext();
 }
 
 void Front::forwardNext() {
-  // Without the bus nobody is left who would hear of a result.
-  while (named_ && !inHand_ && !waiting_.empty() && sd_bus_is_open(bus_.get()) > 0) {
-    inHand_ = std::move(waiting_.front());
-    waiting_.pop_front();
+  // After a disconnect nobody would receive the result.
+  while (ownsName_ && !current_ && !queue_.empty() && sd_bus_is_open(bus_.get()) > 0) {
+    current_ = std::move(queue_.front());
+    queue_.pop_front();
     if (worker_ && hasHungUp(worker_->connection.get())) worker_.reset();
     std::string error;
     int r = worker_ ? 0 : startWorker(error);
-    if (r >= 0) r = forward(inHand_.get());
-    if (r < 0) failInHand(error.empty() ? std::strerror(-r) : error);
+    if (r >= 0) r = forward(current_.get());
+    if (r < 0) failCurrent(error.empty() ? std::strerror(-r) : error);
   }
   restartIdleTimer();
-  readOrPause();
+  updateReading();
 }
 
-void Front::readOrPause() {
+void Front::updateReading() {
   sd_bus* bus = bus_.get();
-  // Without the name nothing more comes until it is ours, and only reading tells when it is. That
-  // the bus is gone is to be read as well.
-  const bool read = !named_ || waiting_.size() < kMostWaiting || sd_bus_is_open(bus) <= 0;
+  // Without the name, or after a disconnect, keep reading: that is how NameAcquired and the
+  // disconnect itself arrive.
+  const bool read = !ownsName_ || queue_.size() < kMaxQueued || sd_bus_is_open(bus) <= 0;
   if (read == reading_) return;
   if (read) {
     reading_ = sd_bus_attach_event(bus, event_.get(), SD_EVENT_PRIORITY_NORMAL) >= 0;
   } else {
-    sd_bus_flush(bus);  // what is still to be sent, nobody sends during the pause
+    sd_bus_flush(bus);  // nothing is sent while detached
     reading_ = sd_bus_detach_event(bus) < 0;
   }
 }
@@ -206,27 +206,27 @@ int Front::forward(sd_bus_message* call) {
 }
 
 int Front::onWorkerMessage(sd_bus_message* message, void* front, sd_bus_error*) noexcept {
-  static_cast<Front*>(front)->takeWorkerMessage(message);
+  static_cast<Front*>(front)->handleWorkerMessage(message);
   return 0;
 }
 
-void Front::takeWorkerMessage(sd_bus_message* message) {
+void Front::handleWorkerMessage(sd_bus_message* message) {
   if (sd_bus_message_is_signal(message, kLocalInterface, "Disconnected") > 0) {
-    // The connection cannot go away inside its own callback.
-    sd_event_source_set_enabled(workerGone_.get(), SD_EVENT_ONESHOT);
+    // Deferred: the connection must not be destroyed inside its own callback.
+    sd_event_source_set_enabled(workerGoneSource_.get(), SD_EVENT_ONESHOT);
     return;
   }
-  if (!answers(message, inHand_.get())) return;
+  if (!isReplyTo(message, current_.get())) return;
   sd_bus_send(bus_.get(), message, nullptr);
-  inHand_.reset();
+  current_.reset();
   forwardNext();
-  exitWhenDone();
+  exitWhenIdle();
 }
 
-void Front::failInHand(const std::string& reason) {
-  sd_bus_reply_method_errorf(inHand_.get(), SD_BUS_ERROR_NO_REPLY, "The worker is gone: %s",
+void Front::failCurrent(const std::string& reason) {
+  sd_bus_reply_method_errorf(current_.get(), SD_BUS_ERROR_NO_REPLY, "The worker is gone: %s",
                              reason.c_str());
-  inHand_.reset();
+  current_.reset();
 }
 
 int Front::onWorkerGone(sd_event_source*, void* front) noexcept {
@@ -236,9 +236,9 @@ int Front::onWorkerGone(sd_event_source*, void* front) noexcept {
 
 void Front::workerGone() {
   worker_.reset();
-  if (inHand_) failInHand("it ended before it answered");
+  if (current_) failCurrent("it ended before it answered");
   forwardNext();
-  exitWhenDone();
+  exitWhenIdle();
 }
 
 void Front::restartIdleTimer() {
@@ -252,37 +252,36 @@ int Front::onIdle(sd_event_source*, std::uint64_t, void* front) noexcept {
   if (self->busy()) {
     self->restartIdleTimer();
   } else {
-    self->leave();
+    self->quit();
   }
   return 0;
 }
 
 int Front::onSignal(sd_event_source*, const signalfd_siginfo*, void* front) noexcept {
-  static_cast<Front*>(front)->leave();
+  static_cast<Front*>(front)->quit();
   return 0;
 }
 
-void Front::leave() {
-  leaving_ = true;
-  exitWhenDone();
+void Front::quit() {
+  quitting_ = true;
+  exitWhenIdle();
 }
 
-void Front::exitWhenDone() {
-  // The name is kept as long as there is work, or a successor would write beside us.
-  if (!leaving_ || !named_) return;
-  // What lies in wait is work too; the release would take it all in, however much it is.
+void Front::exitWhenIdle() {
+  // Keep the name while there is work, or a successor would write to files at the same time.
+  if (!quitting_ || !ownsName_) return;
+  // Drain pending messages first; ReleaseName blocks and would queue all of them.
   while (!busy() && sd_bus_process(bus_.get(), nullptr) > 0) {
   }
   if (busy()) return;
-  named_ = false;
+  ownsName_ = false;
   sd_bus_release_name(bus_.get(), kBusName);
-  // Every request that the bus routed here before the name was gone has arrived by the time of the
-  // release's reply, and waits to be processed.
+  // Every request that the bus routed here before it released the name arrives before that reply.
   while (sd_bus_process(bus_.get(), nullptr) > 0) {
   }
   if (busy()) {
-    // Such a request has its turn when the name is ours again: at once, or behind a successor.
-    askForName(SD_BUS_NAME_QUEUE);
+    // Process them when we own the name again: at once, or after a successor has released it.
+    requestName(SD_BUS_NAME_QUEUE);
   } else {
     sd_event_exit(event_.get(), 0);
   }

@@ -1,12 +1,11 @@
-// The front on the session bus: it owns the name, and a worker does the work.
+// The front on the session bus: owns the bus name and forwards requests to a worker.
 //
-// The process that parses audio files holds no connection to the bus, because through one it could
-// start programs outside any sandbox. So each Write call goes, unparsed and with its descriptors,
-// over a socketpair to a worker, one at a time in the order of arrival. The worker's reply goes
-// back to the caller as it is: both messages carry the caller's name and serial number.
+// The process that parses audio files has no bus connection, because it could use one to start
+// programs outside any sandbox. So each Write call is forwarded, unparsed and with its descriptors,
+// over a socketpair to a worker, one at a time in order of arrival. The worker's reply is returned
+// to the caller unchanged: both messages carry the caller's name and serial number.
 //
-// Behind the call that the worker has, only so many wait here; the rest waits in the bus daemon,
-// which has the room for it.
+// The queue here is bounded; further calls wait in the bus daemon, which has room for them.
 #pragma once
 
 #include <systemd/sd-event.h>
@@ -23,38 +22,40 @@
 
 namespace tagwriter::dbus {
 
-struct EventReleaser {
+struct EventUnref {
   void operator()(sd_event* event) const { sd_event_unref(event); }
   void operator()(sd_event_source* source) const { sd_event_source_unref(source); }
 };
-using EventHandle = std::unique_ptr<sd_event, EventReleaser>;
-using EventSourceHandle = std::unique_ptr<sd_event_source, EventReleaser>;
+using EventHandle = std::unique_ptr<sd_event, EventUnref>;
+using EventSourceHandle = std::unique_ptr<sd_event_source, EventUnref>;
 
-/// Serves Write on the session bus until it has been idle for a while or is asked to leave.
+/// Serves Write on the session bus until it has been idle for a while or receives SIGTERM.
 class Front {
  public:
-  /// `workerProgram` is started at the first request, and again at the next one after its death.
+  /// `workerProgram` is the path of tagwriterd. It is started on the first request, and restarted
+  /// on the next request after it has died. `idleLimit` is how long to wait for a request before
+  /// exit.
   Front(std::string workerProgram, std::chrono::microseconds idleLimit);
   ~Front();
   Front(const Front&) = delete;
   Front& operator=(const Front&) = delete;
 
-  /// Connects to the session bus, takes the name and serves. SIGTERM and SIGINT make it leave as
-  /// idleness does: no request that has reached it is lost. Returns 0, or a negative errno when
-  /// there is no bus, the name is taken or the bus goes away.
+  /// Connects to the session bus, acquires the name and serves. Blocks SIGTERM and SIGINT, which
+  /// make it exit as idling does: no request that has reached it is lost. Returns 0, or a negative
+  /// errno when there is no bus, the name is taken or the bus disconnects.
   int run();
 
  private:
   struct Worker {
-    // In this order: the connection closes first, then the process is waited for.
+    // Destroyed in reverse: closing the connection lets the process end, which is then awaited.
     WorkerProcess process;
     BusHandle connection;
   };
 
-  // Callbacks of the event loop; each hands over to the member below it.
+  // Event loop callbacks; each forwards to a member function.
   static int onWrite(sd_bus_message* call, void* front, sd_bus_error* error) noexcept;
-  static int onNameAnswer(sd_bus_message* answer, void* front, sd_bus_error* error) noexcept;
-  static int onNamed(sd_bus_message* signal, void* front, sd_bus_error* error) noexcept;
+  static int onRequestNameReply(sd_bus_message* reply, void* front, sd_bus_error* error) noexcept;
+  static int onNameAcquired(sd_bus_message* signal, void* front, sd_bus_error* error) noexcept;
   static int onWorkerMessage(sd_bus_message* message, void* front, sd_bus_error* error) noexcept;
   static int onWorkerGone(sd_event_source* source, void* front) noexcept;
   static int onIdle(sd_event_source* source, std::uint64_t now, void* front) noexcept;
@@ -62,36 +63,36 @@ class Front {
 
   int prepare();
   int connectToBus();
-  int askForName(std::uint64_t flags);
-  void nameAnswered(sd_bus_message* answer);
-  void named();
+  int requestName(std::uint64_t flags);
+  void requestNameReplied(sd_bus_message* reply);
+  void nameAcquired();
   int startWorker(std::string& error);
 
-  void takeCall(sd_bus_message* call);
+  void enqueue(sd_bus_message* call);
   void forwardNext();
   int forward(sd_bus_message* call);
-  void readOrPause();
-  void takeWorkerMessage(sd_bus_message* message);
-  void failInHand(const std::string& reason);
+  void updateReading();
+  void handleWorkerMessage(sd_bus_message* message);
+  void failCurrent(const std::string& reason);
   void workerGone();
 
-  bool busy() const { return inHand_ || !waiting_.empty(); }
+  bool busy() const { return current_ || !queue_.empty(); }
   void restartIdleTimer();
-  void leave();
-  void exitWhenDone();
+  void quit();
+  void exitWhenIdle();
 
   std::string workerProgram_;
   std::chrono::microseconds idleLimit_;
   EventHandle event_;
   BusHandle bus_;
   EventSourceHandle idleTimer_;
-  EventSourceHandle workerGone_;
+  EventSourceHandle workerGoneSource_;
   std::optional<Worker> worker_;
-  MessageHandle inHand_;               ///< the call that the worker has
-  std::deque<MessageHandle> waiting_;  ///< the calls behind it
-  bool named_ = false;                 ///< without the name nothing is forwarded
-  bool reading_ = false;               ///< whether the event loop has the connection to the bus
-  bool leaving_ = false;
+  MessageHandle current_;            ///< the call that the worker is processing
+  std::deque<MessageHandle> queue_;  ///< the calls waiting for it
+  bool ownsName_ = false;            ///< nothing is forwarded without it
+  bool reading_ = false;             ///< whether the event loop reads from the bus
+  bool quitting_ = false;
 };
 
 }  // namespace tagwriter::dbus

@@ -6,7 +6,7 @@
 namespace tagwriter::dbus {
 namespace {
 
-int keepReply(sd_bus_message* message, void* reply, sd_bus_error*) noexcept {
+int storeReply(sd_bus_message* message, void* reply, sd_bus_error*) noexcept {
   static_cast<MessageHandle*>(reply)->reset(sd_bus_message_ref(message));
   return 0;
 }
@@ -15,10 +15,10 @@ int keepReply(sd_bus_message* message, void* reply, sd_bus_error*) noexcept {
 
 int callAndWait(sd_bus* bus, sd_bus_message* call, const Deadline& deadline, MessageHandle& reply) {
   sd_bus_slot* rawSlot = nullptr;
-  // The time is kept here, since what it is up to is told apart from an error that is called so.
-  int r = sd_bus_call_async(bus, &rawSlot, call, keepReply, &reply, UINT64_MAX);
+  // We enforce the deadline ourselves, to tell our timeout from a remote error of that name.
+  int r = sd_bus_call_async(bus, &rawSlot, call, storeReply, &reply, UINT64_MAX);
   if (r < 0) return r;
-  const SlotHandle slot(rawSlot);  // forgets the callback when we leave without a reply
+  const SlotHandle slot(rawSlot);  // cancels the callback if we return without a reply
 
   while (!reply) {
     if ((r = sd_bus_process(bus, nullptr)) < 0 && r != -EINTR) return r;

@@ -1,4 +1,4 @@
-// Calls on a connection that signals do not cut short.
+// Calls that signals do not interrupt.
 #pragma once
 
 #include "transport/dbus/handles.h"
@@ -6,10 +6,9 @@
 
 namespace tagwriter::dbus {
 
-/// Sends `call` and waits for the reply until `deadline`. A signal that the process handles in
-/// between does not end the wait, as it would end that of sd_bus_call.
-/// Returns 0 and fills `reply`, which may be an error message; or a negative errno when there is no
-/// reply: -ETIMEDOUT when the deadline passed.
+/// Sends `call` and waits for the reply until `deadline`. Unlike with sd_bus_call, a handled signal
+/// does not end the wait. Returns 0 and sets `reply`, which may be an error message; or a negative
+/// errno when there is no reply: -ETIMEDOUT when the deadline has passed.
 int callAndWait(sd_bus* bus, sd_bus_message* call, const Deadline& deadline, MessageHandle& reply);
 
 }  // namespace tagwriter::dbus

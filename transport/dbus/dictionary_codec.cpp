@@ -12,7 +12,7 @@
 namespace tagwriter::dbus {
 namespace {
 
-/// Reads one basic value; `Wire` is the type in which sd-bus hands it out.
+/// Reads one basic value; `Wire` is the C type that sd-bus uses for it.
 template <typename Wire>
 int readBasic(sd_bus_message* message, char type, Wire& value) {
   const int r = sd_bus_message_read_basic(message, type, &value);
@@ -29,8 +29,8 @@ int readBytes(sd_bus_message* message, std::span<const std::byte>& bytes) {
 
 int readDictionaryAt(sd_bus_message* message, ValueDictionary& dictionary, int level);
 
-/// Reads the contents of a variant with the signature `contents`, at a nesting of `level`. Leaves
-/// `value` empty when the type is none of ours.
+/// Reads the contents of a variant with the signature `contents`, at the nesting `level`. Leaves
+/// `value` empty when we do not use that type.
 int readValue(sd_bus_message* message, std::string_view contents, std::string_view key, int level,
               std::optional<ValueDictionary::Value>& value) {
   int r = 0;
@@ -106,7 +106,7 @@ struct VariantAppender {
   sd_bus_message* message;
 
   int operator()(const std::string& string) const {
-    // Behind a zero byte the rest would be lost.
+    // The text would end at the zero byte.
     if (string.find('\0') != std::string::npos) return -EINVAL;
     return sd_bus_message_append(message, "v", "s", string.c_str());
   }

@@ -2,9 +2,9 @@
 //
 //   wire          dictionary
 //   s             std::string
-//   ay            Data, lent by the message; under "path" a ByteString
+//   ay            Data, borrowed from the message; ByteString under the key "path"
 //   x t d b       int64, uint64, double, bool
-//   h             BorrowedFd, lent by the message
+//   h             BorrowedFd, borrowed from the message
 //   a{sv}         ValueDictionary
 #pragma once
 
@@ -17,13 +17,14 @@ namespace tagwriter::dbus {
 /// Dictionaries nested deeper than this are skipped; the body of a message is level 1.
 inline constexpr int kMaxNesting = 8;
 
-/// Reads the a{sv} at the read position of `message` into `dictionary`. Data and descriptors stay
-/// the message's, which must outlive the dictionary. Keys and types that nobody asks for are
-/// skipped; of a key that comes twice the last one stands. Returns 0, or a negative errno when the
-/// bytes do not decode.
+/// Reads the a{sv} at the read position of `message` into `dictionary`. Data and descriptors still
+/// belong to the message, which must outlive the dictionary. Values of other types are skipped; the
+/// last value of a duplicate key wins, even if its type makes it skipped. Returns 0, or a negative
+/// errno when the message is malformed.
 int readDictionary(sd_bus_message* message, ValueDictionary& dictionary);
 
-/// Appends `dictionary` to `message` as a{sv}. Returns 0 or a negative errno.
+/// Appends `dictionary` to `message` as a{sv}. Returns 0 or a negative errno: -EINVAL when a text
+/// is not valid UTF-8 or contains a zero byte. Descriptors are duplicated into the message.
 int appendDictionary(sd_bus_message* message, const ValueDictionary& dictionary);
 
 }  // namespace tagwriter::dbus

@@ -1,4 +1,4 @@
-// sd-bus objects with one owner.
+// Owning handles for sd-bus objects.
 #pragma once
 
 #include <sys/socket.h>
@@ -8,29 +8,29 @@
 
 namespace tagwriter::dbus {
 
-/// Closes a connection without waiting for what it still has to send.
+/// Closes a connection without flushing its send queue.
 struct BusCloser {
   void operator()(sd_bus* bus) const {
-    // A forked child may hold the socket too, and the other end would not hear of the end.
+    // If a forked child holds the socket too, the other end would never see EOF.
     ::shutdown(sd_bus_get_fd(bus), SHUT_RDWR);
     sd_bus_close_unref(bus);
   }
 };
-/// Gives a reference to a message back.
-struct MessageReleaser {
+/// Unrefs a message.
+struct MessageUnref {
   void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
 };
 
-/// Takes a callback away from its connection.
-struct SlotReleaser {
+/// Removes a callback from its connection.
+struct SlotUnref {
   void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
 };
 
-/// A connection, closed at the end of its life.
+/// A connection, closed on destruction.
 using BusHandle = std::unique_ptr<sd_bus, BusCloser>;
 /// A reference to a message.
-using MessageHandle = std::unique_ptr<sd_bus_message, MessageReleaser>;
-/// A callback, no longer called at the end of its life.
-using SlotHandle = std::unique_ptr<sd_bus_slot, SlotReleaser>;
+using MessageHandle = std::unique_ptr<sd_bus_message, MessageUnref>;
+/// A callback, removed on destruction.
+using SlotHandle = std::unique_ptr<sd_bus_slot, SlotUnref>;
 
 }  // namespace tagwriter::dbus

@@ -1,4 +1,4 @@
-// The names of the wire contract. They are stable: players in other languages are built on them.
+// The names on the wire. They are stable: players in other languages depend on them.
 #pragma once
 
 namespace tagwriter::dbus {
@@ -8,12 +8,12 @@ inline constexpr char kWriteInterface[] = "org.tagwriter.TagWriter1";
 inline constexpr char kWriteObject[] = "/org/tagwriter/TagWriter";
 inline constexpr char kWriteMethod[] = "Write";
 
-/// Truncate(a{sv} {"fd": h, "truncatesize": t}) -> (a{sv} anything), served by the player.
+/// Truncate(a{sv} {"fd": h, "truncatesize": t}) -> (a{sv} ignored), served by the player.
 inline constexpr char kTruncationInterface[] = "org.tagwriter.Truncation1";
 inline constexpr char kTruncationObject[] = "/org/tagwriter/Truncation";
 inline constexpr char kTruncateMethod[] = "Truncate";
 
-/// The type of every request and every reply.
+/// The type of all requests and replies.
 inline constexpr char kDictionarySignature[] = "a{sv}";
 
 /// The well-known name of the front on the session bus.

@@ -11,7 +11,7 @@
 namespace tagwriter::dbus {
 namespace {
 
-/// Drives the handshake to its end; sd-bus's own time limits do not cover it.
+/// Runs the handshake to its end; sd-bus's own timeouts do not cover it.
 int waitUntilReady(sd_bus* bus, const Deadline& deadline) {
   while (true) {
     int r = sd_bus_is_ready(bus);
@@ -30,9 +30,9 @@ int ping(sd_bus* bus, const Deadline& deadline) {
       sd_bus_message_new_method_call(bus, &raw, nullptr, "/", "org.freedesktop.DBus.Peer", "Ping");
   if (r < 0) return r;
   const MessageHandle message(raw);
-  // An error is an answer too: not everybody serves Ping.
-  MessageHandle answer;
-  if ((r = callAndWait(bus, message.get(), deadline, answer)) < 0) return r;
+  // An error counts as a reply: not every peer implements Ping.
+  MessageHandle reply;
+  if ((r = callAndWait(bus, message.get(), deadline, reply)) < 0) return r;
   return sd_bus_is_open(bus) > 0 ? 0 : -ECONNRESET;
 }
 
@@ -67,7 +67,7 @@ int joinPeer(UniqueFd socket, const Deadline& deadline, BusHandle& bus) {
   if (r < 0) return r;
   BusHandle joined(raw);
   if ((r = sd_bus_set_fd(raw, socket.get(), socket.get())) < 0) return r;
-  (void)socket.release();  // the connection closes it from here on
+  (void)socket.release();  // now owned by the connection
   if ((r = sd_bus_negotiate_fds(raw, 1)) < 0) return r;
   if ((r = sd_bus_start(raw)) < 0) return r;
   if ((r = waitUntilReady(raw, deadline)) < 0) return r;

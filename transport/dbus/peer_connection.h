@@ -1,4 +1,4 @@
-// A peer-to-peer connection: two processes at the ends of one socketpair, no bus in between.
+// A peer-to-peer D-Bus connection: two processes on a socketpair, without a bus daemon.
 #pragma once
 
 #include <chrono>
@@ -15,19 +15,19 @@ struct SocketPair {
   UniqueFd theirs;
 };
 
-/// Makes a socketpair fit for D-Bus. Both ends are empty on failure, with errno set.
+/// Creates a socketpair for a D-Bus connection. Both ends are empty on failure, with errno set.
 SocketPair makeSocketPair();
 
-/// Whether `fd` is a local stream socket, as a peer connection needs one.
+/// Whether `fd` is a local stream socket, as a peer connection requires.
 bool isPeerSocket(int fd);
 
-/// The end of a span of time, or no end at all.
+/// A point in time, or never.
 class Deadline {
  public:
   static Deadline never() { return Deadline(); }
   static Deadline in(std::chrono::microseconds span) { return Deadline(Clock::now() + span); }
 
-  /// Microseconds left, 0 when it has passed; UINT64_MAX without an end: what sd-bus takes.
+  /// Microseconds left: 0 when it has passed, UINT64_MAX for never, as sd-bus expects.
   std::uint64_t microsecondsLeft() const;
 
  private:
@@ -37,9 +37,9 @@ class Deadline {
   std::optional<Clock::time_point> end_;
 };
 
-/// Joins the peer connection on `socket` as its client: handshake, then one Ping, because the first
-/// message on a fresh connection must not carry a descriptor (it could arrive together with the end
-/// of the handshake and break it). Takes `socket` over. Fills `bus`; returns 0, or a negative errno
+/// Connects as the client on `socket`, which it takes over: handshake, then one Ping, because the
+/// first message on a new connection must not carry a descriptor (it could arrive together with the
+/// end of the handshake and break it). Sets `bus` and returns 0, or returns a negative errno
 /// (-ETIMEDOUT when the deadline passes).
 int joinPeer(UniqueFd socket, const Deadline& deadline, BusHandle& bus);
 

@@ -13,13 +13,13 @@
 namespace tagwriter::dbus {
 namespace {
 
-// An exception that left this function would jam the connection for good, so it ends the process.
+// noexcept: an exception escaping into sd-bus would leave the connection stuck.
 int answerCall(sd_bus_message* call, void* userdata, sd_bus_error* error) noexcept {
   if (sd_bus_message_get_expect_reply(call) <= 0) return 1;
-  return static_cast<const ServedMethod*>(userdata)->answer(call, error);
+  return static_cast<const ServedMethod*>(userdata)->handler(call, error);
 }
 
-/// sd-bus gives a peer 90 seconds for its handshake; a player may speak up later than that.
+/// sd-bus allows 90 seconds for the handshake; a player may start it later than that.
 int waitForFirstByte(int fd) {
   pollfd waiting = {fd, POLLIN, 0};
   while (::poll(&waiting, 1, -1) < 0) {
@@ -34,14 +34,14 @@ int startServer(UniqueFd socket, BusHandle& bus) {
   if (r < 0) return r;
   bus.reset(raw);
   if ((r = sd_bus_set_fd(raw, socket.get(), socket.get())) < 0) return r;
-  (void)socket.release();  // the connection closes it from here on
+  (void)socket.release();  // now owned by the connection
   sd_id128_t id;
   if ((r = sd_id128_randomize(&id)) < 0) return r;
   if ((r = sd_bus_set_server(raw, 1, id)) < 0) return r;
   return sd_bus_negotiate_fds(raw, 1);
 }
 
-/// Starts and serves until there is an error, the peer's hanging up included.
+/// Starts and serves until an error, which includes the peer hanging up.
 int process(sd_bus* bus) {
   int r = sd_bus_start(bus);
   while (r >= 0 || r == -EINTR) {

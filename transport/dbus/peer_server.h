@@ -1,4 +1,4 @@
-// The serving end of a peer-to-peer connection, used by the service and by the player alike.
+// The server end of a peer-to-peer connection, used by both the service and the player.
 #pragma once
 
 #include <systemd/sd-bus.h>
@@ -14,14 +14,14 @@ struct ServedMethod {
   const char* object;
   const char* interface;
   const char* method;
-  /// Answers one call: appends the reply or fills the error, as an sd-bus message handler does. Not
-  /// called for a message that expects no reply.
-  std::function<int(sd_bus_message* call, sd_bus_error* error)> answer;
+  /// Handles one call like an sd-bus message handler: sends the reply or sets `error`. Not called
+  /// for a message that expects no reply.
+  std::function<int(sd_bus_message* call, sd_bus_error* error)> handler;
 };
 
-/// Serves `method` on `socket` until the peer hangs up, one call after the other. Takes `socket`
-/// over. Waits for the peer's first byte without a time limit. Returns 0 when the peer has hung up
-/// and a negative errno when the connection failed, for instance on bytes that are not D-Bus.
+/// Serves `method` on `socket`, which it takes over, until the peer hangs up, one call at a time.
+/// Waits for the peer's first byte without a time limit. Returns 0 when the peer has hung up, and a
+/// negative errno when the connection failed, for instance on bytes that are not D-Bus.
 int servePeer(UniqueFd socket, const ServedMethod& method);
 
 }  // namespace tagwriter::dbus

@@ -52,7 +52,7 @@ class TruncationClient final : public TruncationConnection {
       if (sd_bus_is_open(bus_.get()) <= 0) broken_ = description;
       return description;
     }
-    // Any dictionary will do, but a dictionary it must be.
+    // The contents do not matter, but it must be a dictionary.
     if (sd_bus_message_has_signature(reply.get(), kDictionarySignature) <= 0) {
       return "the reply is not a dictionary";
     }

@@ -7,10 +7,11 @@
 
 namespace tagwriter::dbus {
 
-/// Makes a connection to the player behind `endpoint`, which stays the caller's. The handshake
-/// takes place at the first truncation; it and the answer together may take 10 seconds. A player
-/// that fails or is silent gives an error there, and every later truncation on the same connection
-/// gives the same error at once. Returns null when `endpoint` is no socket.
+/// Creates a connection to the player on a duplicate of `endpoint`, which stays the caller's. The
+/// handshake happens on the first truncation; handshake and reply together may take 10 seconds. If
+/// the connection fails or times out, that truncation and all later ones on the same connection
+/// return the same error, without waiting again. Returns null when `endpoint` is not a local stream
+/// socket.
 std::unique_ptr<TruncationConnection> connectForTruncation(int endpoint);
 
 }  // namespace tagwriter::dbus

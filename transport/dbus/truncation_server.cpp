@@ -20,7 +20,7 @@
 namespace tagwriter::dbus {
 namespace {
 
-int shorten(sd_bus_message* call, sd_bus_error* error) {
+int truncateFile(sd_bus_message* call, sd_bus_error* error) {
   ValueDictionary request;
   if (readDictionary(call, request) < 0) {
     return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, "The request does not decode");
@@ -37,8 +37,8 @@ int shorten(sd_bus_message* call, sd_bus_error* error) {
   return sd_bus_reply_method_return(call, kDictionarySignature, 0);
 }
 
-/// While it lives, threads are born with all signals blocked: the player's handlers are the
-/// player's and must not run on a thread of ours.
+/// Blocks all signals in its scope. New threads inherit the mask, so that the player's signal
+/// handlers do not run on our threads.
 class SignalsBlocked {
  public:
   SignalsBlocked() {
@@ -65,17 +65,17 @@ TruncationServer::TruncationServer() {
     thread_ = std::thread([this, socket = std::move(sockets.ours)]() mutable {
       servePeer(std::move(socket), {kTruncationObject, kTruncationInterface, kTruncateMethod,
                                     [this](sd_bus_message* call, sd_bus_error* error) {
-                                      return answer(call, error);
+                                      return handle(call, error);
                                     }});
     });
   } catch (const std::system_error&) {
-    return;  // no thread to be had
+    return;  // no thread available
   }
   theirs_ = std::move(sockets.theirs);
 }
 
-int TruncationServer::answer(sd_bus_message* call, sd_bus_error* error) {
-  const int r = shorten(call, error);
+int TruncationServer::handle(sd_bus_message* call, sd_bus_error* error) {
+  const int r = truncateFile(call, error);
   if (r < 0) failed_ = true;
   return r;
 }

@@ -10,27 +10,26 @@
 
 namespace tagwriter::dbus {
 
-/// Serves Truncate on a thread of its own for the life of the object: the thread that waits for a
-/// Write must not be the one that answers, or both wait for each other.
+/// Serves Truncate on its own thread for the lifetime of the object: the thread that waits for
+/// Write cannot serve Truncate, or player and service would wait for each other.
 class TruncationServer {
  public:
-  /// Makes the socketpair and starts to serve. On failure endpoint() is negative, and the service
-  /// shortens the file itself.
+  /// Creates the socketpair and starts serving. On failure endpoint() is negative, and the service
+  /// truncates the file itself.
   TruncationServer();
-  /// Hangs up and waits for the thread.
+  /// Hangs up and joins the thread.
   ~TruncationServer();
   TruncationServer(const TruncationServer&) = delete;
   TruncationServer& operator=(const TruncationServer&) = delete;
 
-  /// The service's end, to be sent as "truncateconnection". Stays owned here.
+  /// The service's end, to be sent as "truncateconnection". Owned by this object.
   int endpoint() const { return theirs_.get(); }
 
-  /// Whether a file could not be shortened as the service asked, so that old bytes are left behind
-  /// its new end.
+  /// Whether a truncation failed, so that stale bytes remain after the file's new end.
   bool failed() const { return failed_; }
 
  private:
-  int answer(sd_bus_message* call, sd_bus_error* error);
+  int handle(sd_bus_message* call, sd_bus_error* error);
 
   std::atomic<bool> failed_ = false;
   UniqueFd theirs_;

@@ -25,20 +25,20 @@ namespace fs = std::filesystem;
 constexpr char kProgram[] = "tagwriterd";
 constexpr int kWorkerFd = 3;
 
-/// What the new process inherits: the standard streams and, at kWorkerFd, its socket.
+/// What the new process inherits: the standard streams and its socket as descriptor kWorkerFd.
 class SpawnPlan {
  public:
   explicit SpawnPlan(int socket) {
     ::posix_spawn_file_actions_init(&actions_);
     ::posix_spawn_file_actions_adddup2(&actions_, socket, kWorkerFd);
-    // Whatever the player has open without close-on-exec is not the worker's.
+    // Not the player's descriptors that lack close-on-exec.
     ::posix_spawn_file_actions_addclosefrom_np(&actions_, kWorkerFd + 1);
     ::posix_spawnattr_init(&attributes_);
-    // A group of its own: Ctrl-C at a terminal is for the player, who finishes the file in hand.
+    // A separate process group: Ctrl-C goes to the player only, which finishes the current file.
     ::posix_spawnattr_setflags(
         &attributes_, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     ::posix_spawnattr_setpgroup(&attributes_, 0);
-    // And whatever signals we block or ignore, the worker can be ended.
+    // The worker can be terminated even if we block or ignore signals.
     sigset_t signals;
     sigemptyset(&signals);
     ::posix_spawnattr_setsigmask(&attributes_, &signals);
@@ -65,14 +65,14 @@ class SpawnPlan {
   posix_spawnattr_t attributes_{};
 };
 
-/// Where the running program is, or empty.
+/// The running program's directory, or empty.
 fs::path programDirectory() {
   std::error_code error;
   return fs::read_symlink("/proc/self/exe", error).parent_path();
 }
 
-/// Where the shared library is that holds this code, or empty. In a program this is the name by
-/// which it was started, of which nothing is expected.
+/// The directory of the shared library that contains this code, or empty. When linked statically,
+/// dladdr reports argv[0], which may be anything: only an absolute path is used.
 fs::path libraryDirectory() {
   Dl_info file = {};
   if (::dladdr(kProgram, &file) == 0) return {};
@@ -95,7 +95,7 @@ std::string findWorkerProgram() {
   };
   for (const fs::path& directory : directories) {
     const fs::path candidate = (directory / kProgram).lexically_normal();
-    // A directory that is not known leaves a relative path, which must not mean the current
+    // An unknown directory leaves a relative path, which must not resolve against the current
     // directory.
     if (candidate.is_absolute() && ::access(candidate.c_str(), X_OK) == 0) return candidate;
   }
@@ -109,7 +109,7 @@ std::optional<WorkerProcess> WorkerProcess::start(const std::string& program, Un
     error = std::strerror(errno);
     return std::nullopt;
   }
-  // dup2 of a descriptor onto itself would leave it close-on-exec, so it must not be kWorkerFd.
+  // dup2 onto the same number would keep close-on-exec, so pick a number other than kWorkerFd.
   const UniqueFd theirs(::fcntl(sockets.theirs.get(), F_DUPFD_CLOEXEC, kWorkerFd + 1));
   if (!theirs) {
     error = std::strerror(errno);

@@ -1,4 +1,4 @@
-// The player's own tagwriterd: found, started on a socketpair, waited for.
+// Finds tagwriterd, starts it on a socketpair and waits for it.
 #pragma once
 
 #include <sys/types.h>
@@ -10,27 +10,27 @@
 
 namespace tagwriter::dbus {
 
-/// Where the service's program is: beside the running program, or in the libexec directory of the
+/// The absolute path of tagwriterd: beside the running program, or in the libexec directory of the
 /// installation, which may have been moved. Empty when it is in neither place.
 std::string findWorkerProgram();
 
-/// A running tagwriterd. It leaves by itself when the other end of its socket closes.
+/// A running tagwriterd. It exits when the other end of its socket is closed.
 class WorkerProcess {
  public:
-  /// Starts `program` with one end of a new socketpair and puts the other end into `socket`.
-  /// Returns nothing on failure, with a text in `error`.
+  /// Starts `program` with one end of a new socketpair; the caller gets the other end in `socket`.
+  /// Returns nullopt on failure, with a message in `error`.
   static std::optional<WorkerProcess> start(const std::string& program, UniqueFd& socket,
                                             std::string& error);
 
   WorkerProcess(WorkerProcess&& other) noexcept;
   WorkerProcess& operator=(WorkerProcess&&) = delete;
-  /// Waits for the process to end: close its socket first.
+  /// Waits for the process to exit: close its socket first.
   ~WorkerProcess();
 
-  /// Ends it at once, for one that may not leave by itself.
+  /// Sends SIGKILL, for a process that may not exit by itself.
   void kill() const;
 
-  /// Its number; the process is waited for by this object only.
+  /// The process ID. Only this object may wait for the process.
   pid_t pid() const { return pid_; }
 
  private:

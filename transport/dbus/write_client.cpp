@@ -20,7 +20,7 @@ CallError localError(Kind kind, int r) {
   return {kind, std::strerror(-r)};
 }
 
-/// Whether the bus says that it could not start the service.
+/// Whether the bus could not start the service.
 bool saysUnavailable(std::string_view errorName) {
   return errorName == SD_BUS_ERROR_SERVICE_UNKNOWN || errorName == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
          errorName.starts_with("org.freedesktop.DBus.Error.Spawn.");
@@ -55,7 +55,7 @@ std::unique_ptr<WriteClient> WriteClient::openSessionBus(std::string& error) {
 }
 
 bool WriteClient::connected() {
-  // A hang-up between two calls shows only when somebody looks.
+  // A hang-up between two calls is noticed only when we process messages.
   while (sd_bus_process(bus_.get(), nullptr) > 0) {
   }
   return sd_bus_is_open(bus_.get()) > 0;

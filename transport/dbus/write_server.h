@@ -1,4 +1,4 @@
-// The service's end: takes Write calls off the socket and answers them.
+// The service's end: receives Write calls on a socket and replies to them.
 #pragma once
 
 #include <functional>
@@ -9,12 +9,11 @@
 
 namespace tagwriter::dbus {
 
-/// Does the work of one request.
+/// Processes one request.
 using RequestHandler = std::function<Answer(const Dictionary& request)>;
 
-/// Serves Write on `socket` until the player hangs up. Takes `socket` over. Each reply echoes
-/// "path" in the type in which it came, and carries "result"; "incomplete" as well when it is true.
-/// Returns 0 when the player has hung
+/// Serves Write on `socket`, which it takes over, until the player hangs up. Each reply contains
+/// "path" as it was sent, "result", and "incomplete" if true. Returns 0 when the player has hung
 /// up, and a negative errno when the connection failed.
 int serveWrites(UniqueFd socket, const RequestHandler& handler);
 
