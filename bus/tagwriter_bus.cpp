@@ -1,9 +1,11 @@
 // tagwriter-bus: the front on the session bus, started on demand by D-Bus activation.
 
+#include <getopt.h>
 #include <sys/resource.h>
 
-#include <CLI/CLI.hpp>
+#include <charconv>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "bus/front.h"
@@ -12,11 +14,55 @@ namespace {
 
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
-constexpr int kIdleSeconds = 30;
+constexpr std::chrono::seconds kDefaultIdleLimit(30);
 
-/// Allows this process and its worker as many descriptors as the system lets them have. Nobody may
-/// send one while more than that are on their way between all processes of the user, and the bus
-/// may hold hundreds of requests for us.
+constexpr char kHelp[] =
+    "Usage: tagwriter-bus [--idle=SECONDS]\n"
+    "\n"
+    "Serves org.tagwriter.TagWriter on the session bus and forwards requests to a\n"
+    "tagwriterd worker. Started by D-Bus activation, not by hand.\n"
+    "\n"
+    "Options:\n"
+    "  --idle=SECONDS  exit after this time without a request (default: 30)\n"
+    "  -h, --help      print this help\n";
+
+/// The number of seconds in `text`. Exits with an explanation when it is not a positive number.
+std::chrono::seconds parseSeconds(const char* text) {
+  int seconds = 0;
+  const char* end = text + std::strlen(text);
+  const auto [rest, error] = std::from_chars(text, end, seconds);
+  if (error == std::errc() && rest == end && seconds > 0) return std::chrono::seconds(seconds);
+  std::fprintf(stderr, "tagwriter-bus: --idle needs a positive number of seconds, not '%s'\n",
+               text);
+  std::exit(kExitUsage);
+}
+
+/// Returns the time limit given with --idle. Exits on --help and on a usage error.
+std::chrono::seconds parseCommandLine(int argc, char** argv) {
+  static constexpr option kOptions[] = {
+      {"idle", required_argument, nullptr, 'i'},
+      {"help", no_argument, nullptr, 'h'},
+      {},
+  };
+  std::chrono::seconds idleLimit = kDefaultIdleLimit;
+  for (int letter; (letter = ::getopt_long(argc, argv, "h", kOptions, nullptr)) != -1;) {
+    if (letter == '?') std::exit(kExitUsage);  // getopt_long has said why
+    if (letter == 'h') {
+      std::fputs(kHelp, stdout);
+      std::exit(0);
+    }
+    idleLimit = parseSeconds(optarg);
+  }
+  if (optind < argc) {
+    std::fprintf(stderr, "tagwriter-bus: unexpected argument '%s'\n", argv[optind]);
+    std::exit(kExitUsage);
+  }
+  return idleLimit;
+}
+
+/// Raises the descriptor limit of this process, and of the worker it starts, to the hard limit.
+/// The kernel refuses to pass descriptors while more than the limit are in flight for the user, and
+/// the bus may hold hundreds of requests for us.
 void raiseDescriptorLimit() {
   rlimit limit = {};
   if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
@@ -29,29 +75,17 @@ void raiseDescriptorLimit() {
 int main(int argc, char** argv) {
   using namespace tagwriter;
 
-  CLI::App app(
-      "Serves org.tagwriter.TagWriter on the session bus and lets a tagwriterd worker do "
-      "the work.\nStarted by D-Bus activation, not by hand.",
-      "tagwriter-bus");
-  int idleSeconds = kIdleSeconds;
-  app.add_option("--idle", idleSeconds, "Leave after this many seconds without a request")
-      ->check(CLI::PositiveNumber)
-      ->capture_default_str();
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kExitUsage;
-  }
-
+  const std::chrono::seconds idleLimit = parseCommandLine(argc, argv);
   const std::string worker = dbus::findWorkerProgram();
   if (worker.empty()) {
     std::fputs(
-        "tagwriter-bus: tagwriterd is neither beside this program nor in its libexec directory\n",
+        "tagwriter-bus: tagwriterd found neither beside this program nor in its libexec "
+        "directory\n",
         stderr);
     return kExitFailed;
   }
   raiseDescriptorLimit();
-  const int r = dbus::Front(worker, std::chrono::seconds(idleSeconds)).run();
+  const int r = dbus::Front(worker, idleLimit).run();
   if (r < 0) {
     std::fprintf(stderr, "tagwriter-bus: %s\n", std::strerror(-r));
     return kExitFailed;

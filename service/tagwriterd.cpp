@@ -1,9 +1,13 @@
-// tagwriterd: the service, on a socket that its starter left open for it.
+// tagwriterd: the service, on a socket that it inherits from the process that started it.
 
-#include <CLI/CLI.hpp>
+#include <getopt.h>
+
+#include <charconv>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "base/unique_fd.h"
 #include "io/lost_writes.h"
@@ -16,8 +20,56 @@ namespace {
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
 
-/// A full disk or a limit on the size of files must look like a short write, not end the process;
-/// and a log line must not stop it that goes to a terminal where other processes may not write.
+constexpr char kHelp[] =
+    "Usage: tagwriterd --fd=N\n"
+    "\n"
+    "Writes tag changes into audio files that the caller has opened.\n"
+    "Started by a music player or by the tagwriter command, not by hand: it serves\n"
+    "peer-to-peer D-Bus on a socket that it inherits.\n"
+    "\n"
+    "Options:\n"
+    "  --fd=N      the inherited socket, one end of a socketpair (required)\n"
+    "  -h, --help  print this help\n";
+
+/// The descriptor number in `text`. Exits with an explanation when it is not a whole number.
+int parseDescriptor(const char* text) {
+  int fd = -1;
+  const char* end = text + std::strlen(text);
+  const auto [rest, error] = std::from_chars(text, end, fd);
+  if (error == std::errc() && rest == end) return fd;
+  std::fprintf(stderr, "tagwriterd: --fd needs a descriptor number, not '%s'\n", text);
+  std::exit(kExitUsage);
+}
+
+/// Returns the descriptor given with --fd. Exits on --help and on a usage error.
+int parseCommandLine(int argc, char** argv) {
+  static constexpr option kOptions[] = {
+      {"fd", required_argument, nullptr, 'f'},
+      {"help", no_argument, nullptr, 'h'},
+      {},
+  };
+  std::optional<int> fd;
+  for (int letter; (letter = ::getopt_long(argc, argv, "h", kOptions, nullptr)) != -1;) {
+    if (letter == '?') std::exit(kExitUsage);  // getopt_long has said why
+    if (letter == 'h') {
+      std::fputs(kHelp, stdout);
+      std::exit(0);
+    }
+    fd = parseDescriptor(optarg);
+  }
+  if (optind < argc) {
+    std::fprintf(stderr, "tagwriterd: unexpected argument '%s'\n", argv[optind]);
+    std::exit(kExitUsage);
+  }
+  if (!fd) {
+    std::fputs("tagwriterd: --fd is required; see --help\n", stderr);
+    std::exit(kExitUsage);
+  }
+  return *fd;
+}
+
+/// A full disk or a file size limit must show as a short write, not kill the process. SIGTTOU:
+/// logging must not stop a background job.
 void ignoreWriteSignals() {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
@@ -29,18 +81,7 @@ void ignoreWriteSignals() {
 int main(int argc, char** argv) {
   using namespace tagwriter;
 
-  CLI::App app(
-      "Writes tag changes into audio files that the caller has opened.\n"
-      "Started by a music player or by the tagwriter command, not by hand: it serves\n"
-      "peer-to-peer D-Bus on a socket that it inherits.",
-      "tagwriterd");
-  int fd = -1;
-  app.add_option("--fd", fd, "The inherited socket (one end of a socketpair)")->required();
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kExitUsage;
-  }
+  const int fd = parseCommandLine(argc, argv);
   if (!dbus::isPeerSocket(fd)) {
     std::fprintf(stderr, "tagwriterd: --fd=%d: not an open local stream socket\n", fd);
     return kExitUsage;
