@@ -1,4 +1,4 @@
-# Completions for the shells, printed by the command itself.
+# Shell completions, printed by the command itself.
 
 set(completions)
 foreach(place

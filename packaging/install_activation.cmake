@@ -1,17 +1,17 @@
-# Runs at install time: writes the two files that start the front, for the prefix of this install.
+# Runs at install time: writes the two files that start the front, with the prefix of this install.
 get_filename_component(prefix ${CMAKE_INSTALL_PREFIX} ABSOLUTE)
-cmake_path(ABSOLUTE_PATH LIBEXEC_FOLDER BASE_DIRECTORY ${prefix} OUTPUT_VARIABLE FRONT_FOLDER)
-cmake_path(ABSOLUTE_PATH DATA_FOLDER BASE_DIRECTORY ${prefix})
+cmake_path(ABSOLUTE_PATH LIBEXEC_DIRECTORY BASE_DIRECTORY ${prefix} OUTPUT_VARIABLE FRONT_DIRECTORY)
+cmake_path(ABSOLUTE_PATH DATA_DIRECTORY BASE_DIRECTORY ${prefix})
 
-# A directory for each prefix, because installs into several places may run at the same time.
-string(MD5 place ${prefix})
-set(made ${BUILD_FOLDER}/activation/${place})
+# One directory per prefix, because installs to several prefixes may run at the same time.
+string(MD5 prefix_hash ${prefix})
+set(generated ${BUILD_DIRECTORY}/activation/${prefix_hash})
 foreach(name org.tagwriter.TagWriter.service tagwriter.service)
-  configure_file(${SOURCE_FOLDER}/${name}.in ${made}/${name} @ONLY)
+  configure_file(${SOURCE_DIRECTORY}/${name}.in ${generated}/${name} @ONLY)
 endforeach()
 
-# file(INSTALL) puts DESTDIR in front.
-file(INSTALL ${made}/org.tagwriter.TagWriter.service
-     DESTINATION ${DATA_FOLDER}/dbus-1/services)
-file(INSTALL ${made}/tagwriter.service
+# file(INSTALL) prepends DESTDIR.
+file(INSTALL ${generated}/org.tagwriter.TagWriter.service
+     DESTINATION ${DATA_DIRECTORY}/dbus-1/services)
+file(INSTALL ${generated}/tagwriter.service
      DESTINATION ${prefix}/lib/systemd/user)

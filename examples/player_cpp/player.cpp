@@ -1,4 +1,4 @@
-// A small player: writes a title and a cover into files and reads the title back.
+// A minimal player: writes a title and a cover to files, then reads the title back.
 //
 //   player [--bus] TITLE COVER FILE...
 //
@@ -32,17 +32,17 @@ int main(int argc, char** argv) {
   std::ifstream imageFile(arguments[1], std::ios::binary);
   const std::vector<char> image(std::istreambuf_iterator<char>(imageFile), {});
   if (image.empty()) {
-    std::cerr << arguments[1] << ": no image\n";
+    std::cerr << arguments[1] << ": cannot be read, or is empty\n";
     return 1;
   }
   const auto imageBytes = std::as_bytes(std::span(image));
 
-  // Keep the writer as long as the player runs: it starts the service at the first request, uses it
-  // again for the next ones, and starts it anew should it die. Calls block until the file is
-  // written, so a player with a window makes them on a thread that may wait.
+  // Keep the writer as long as the player runs: it starts the service on the first request, reuses
+  // it, and restarts it if it dies. Calls block until the file is written, so a graphical player
+  // makes them on a background thread.
   TagWriter writer = onBus ? TagWriter::onSessionBus() : TagWriter();
 
-  // Edits are made once for all files. The image is lent: it has to outlive the edit.
+  // The same edits serve for all files. The image is only borrowed: it must outlive the edit.
   const Edit edits[] = {
       Edit::setField(field::kTitle, title),
       Edit::setCover(imageBytes, tagwriter::detectImageType(imageBytes), /*replace=*/true),
@@ -50,16 +50,16 @@ int main(int argc, char** argv) {
 
   bool allWritten = true;
   for (const std::string& path : std::span(arguments).subspan(2)) {
-    // Safe mode: the file is replaced by its edited copy, or stays as it is.
+    // Safe mode: either an edited copy replaces the file, or the file stays unchanged.
     const tagwriter::Outcome outcome = writer.write(path, edits, {.safe = true});
     if (!outcome) {
       std::cerr << path << ": " << outcome.message() << '\n';
       allWritten = false;
       continue;
     }
-    // The service's word is good; what the file says is better.
+    // Success means that the service saved the file; reading it back is the proof.
     const bool found = tagwriter::readField(path, field::kTitle) == TrackValue(title);
-    std::cout << path << ": " << (found ? "written" : "written, but the title is another") << '\n';
+    std::cout << path << ": " << (found ? "written" : "written, but the title differs") << '\n';
     allWritten = allWritten && found;
   }
   return allWritten ? 0 : 1;

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""A small player: writes a title into files through the session bus, which starts the service.
+"""A minimal player: writes a title to files through the session bus, which starts the service.
 
     player.py TITLE FILE...
 
@@ -35,16 +35,16 @@ def on_truncate(_connection, _sender, _path, _interface, _method, arguments, inv
 
 
 def serve_truncation(fd):
-    """Answers the service on our end of a socketpair until it hangs up."""
+    """Serves Truncate on our end of a socketpair until the service hangs up."""
     context = GLib.MainContext.new()
     context.push_thread_default()
     stream = Gio.Socket.new_from_fd(fd).connection_factory_create_connection()
     flags = (Gio.DBusConnectionFlags.AUTHENTICATION_SERVER |
-             Gio.DBusConnectionFlags.DELAY_MESSAGE_PROCESSING)  # until the object is there
+             Gio.DBusConnectionFlags.DELAY_MESSAGE_PROCESSING)  # until the object is registered
     try:
         connection = Gio.DBusConnection.new_sync(stream, Gio.dbus_generate_guid(), flags, None, None)
     except GLib.Error:
-        return  # nothing had to be truncated, and nobody joined
+        return  # the service did not connect: nothing had to be truncated
     loop = GLib.MainLoop.new(context, False)
     connection.connect("closed", lambda *_: loop.quit())
     connection.register_object("/org/tagwriter/Truncation", TRUNCATION, on_truncate, None, None)
@@ -53,24 +53,24 @@ def serve_truncation(fd):
 
 
 def write_title(bus, path, title):
-    """Returns whether the service has written the title."""
+    """Returns whether the service wrote the title."""
     ours, theirs = socket.socketpair()
-    # This thread waits for Write, so another one has to answer Truncate.
-    # It ends when the service and we have closed their ends of the socketpair.
+    # This thread waits for Write, so another one must serve Truncate. It ends when the other end of
+    # the socketpair is closed, both here and in the service.
     threading.Thread(target=serve_truncation, args=[ours.detach()], daemon=True).start()
 
     fds = Gio.UnixFDList.new()
     with theirs, open(path, "rb+") as file:
         request = {
             "fd": GLib.Variant("h", fds.append(file.fileno())),
-            # As bytes, because a path need not be UTF-8.
+            # As bytes, because a path may not be UTF-8.
             "path": GLib.Variant.new_from_bytes(
                 GLib.VariantType("ay"), GLib.Bytes(os.fsencode(path)), True),
             "changedtag": GLib.Variant("s", "title"),
             "track": GLib.Variant("a{sv}", {"title": GLib.Variant("s", title)}),
             "truncateconnection": GLib.Variant("h", fds.append(theirs.fileno())),
         }
-        # Without a time limit: a large file on a slow disk takes as long as it takes.
+        # Without a timeout: writing a large file to a slow disk may take minutes.
         reply, _ = bus.call_with_unix_fd_list_sync(
             "org.tagwriter.TagWriter", "/org/tagwriter/TagWriter", "org.tagwriter.TagWriter1",
             "Write", GLib.Variant("(a{sv})", (request,)), GLib.VariantType("(a{sv})"),
