@@ -1,125 +1,111 @@
-"""The real service as a process: its command line, its exit codes and its end.
-
-It ends with 0 when the player has hung up, 1 when the connection has failed and 2 when it cannot
-use the command line.
-"""
+"""The service as a process: its command line, its environment, its exit codes and its end."""
 
 import socket
 import subprocess
 import unittest
 
-from player import DEADLINE, TAGWRITERD, change, text
+from player import DEADLINE, TAGWRITERD, GLib, change, raw_bytes, text
 from support import SANITIZER_REPORTS, ScratchTest, contents
 from wire import HANDSHAKE, ping_blob, shake_hands, write_blob
-
-USAGE_ERROR = 2
 
 
 class CommandLine(ScratchTest):
 
-    def start(self, *arguments, fds=()):
-        """Runs the service to its end. Returns the exit code and both outputs."""
+    def assert_ends(self, code, expected, *arguments, fds=()):
+        """The service ends at once with this code, and prints this to the stream that belongs to it."""
         ended = subprocess.run([TAGWRITERD, *arguments], pass_fds=fds, stdin=subprocess.DEVNULL,
                                capture_output=True, text=True, timeout=DEADLINE, check=False)
+        self.assertEqual(ended.returncode, code, ended.stderr)
+        outputs = [ended.stdout, ended.stderr]
+        self.assertIn(expected, outputs.pop(code != 0))
+        self.assertEqual(outputs, [""])
         for report in SANITIZER_REPORTS:
             self.assertNotIn(report, ended.stderr)
-        return ended.returncode, ended.stdout, ended.stderr
-
-    def assert_usage_error(self, expected, *arguments, fds=()):
-        """The service ends at once with the code for misuse and a text that says this."""
-        code, output, errors = self.start(*arguments, fds=fds)
-        self.assertEqual((code, output), (USAGE_ERROR, ""), errors)
-        self.assertIn(expected, errors)
 
     def test_help(self):
-        code, output, errors = self.start("--help")
-        self.assertEqual((code, errors), (0, ""))
-        self.assertIn("tagwriterd", output)
-        self.assertIn("--fd", output)
+        for option in ("--help", "-h"):
+            self.assert_ends(0, "--fd=N", option)
 
-    def test_without_descriptor(self):
-        self.assert_usage_error("--fd is required")
-
-    def test_what_is_no_number(self):
-        for value in ("", "abc", "3x", "99999999999999999999"):
-            with self.subTest(value=value):
-                self.assert_usage_error("--fd", f"--fd={value}")
-
-    def test_unknown_argument(self):
+    def test_misuse(self):
         ours, theirs = socket.socketpair()
         with ours, theirs:
-            fd = theirs.fileno()
-            self.assert_usage_error("--nonsense", f"--fd={fd}", "--nonsense", fds=[fd])
-            self.assert_usage_error("song.mp3", f"--fd={fd}", "song.mp3", fds=[fd])
+            good = f"--fd={theirs.fileno()}"
+            for expected, *arguments in (
+                    ["--fd is required"], ["--fd' requires an argument", "--fd"],
+                    ["--fd needs a descriptor number, not ''", "--fd="],
+                    ["not '3x'", "--fd", "3x"], ["not 'abc'", "--fd=abc"], ["not '9999999999'", "--fd=9999999999"],
+                    ["--nonsense", good, "--nonsense"], ["song.mp3", good, "song.mp3"]):
+                with self.subTest(arguments=arguments):
+                    self.assert_ends(2, expected, *arguments, fds=[theirs.fileno()])
 
-    def test_descriptor_that_is_closed(self):
-        for value in ("-1", "999", "2147483647"):
-            with self.subTest(value=value):
-                self.assert_usage_error(f"--fd={value}: not an open local stream socket",
-                                        f"--fd={value}")
+    def test_descriptor_that_is_no_local_stream_socket(self):
+        with open(self.copy("au.au"), "rb+") as file, \
+                socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as datagram, \
+                socket.socket(socket.AF_INET, socket.SOCK_STREAM) as inet:
+            open_fds = [file.fileno(), datagram.fileno(), inet.fileno()]
+            for fd in [*open_fds, -1, 999, 2147483647]:
+                with self.subTest(fd=fd):
+                    self.assert_ends(2, f"--fd={fd}: not an open local stream socket", f"--fd={fd}",
+                                     fds=open_fds)
 
-    def test_descriptor_that_is_no_socket(self):
-        with open(self.copy("au.au"), "rb+") as file:
-            fd = file.fileno()
-            self.assert_usage_error(f"--fd={fd}: not an open local stream socket",
-                                    f"--fd={fd}", fds=[fd])
 
-    def test_socket_of_another_kind(self):
-        for family, kind in ((socket.AF_UNIX, socket.SOCK_DGRAM),
-                             (socket.AF_INET, socket.SOCK_STREAM)):
-            with self.subTest(family=family, kind=kind), socket.socket(family, kind) as other:
-                fd = other.fileno()
-                self.assert_usage_error(f"--fd={fd}: not an open local stream socket",
-                                        f"--fd={fd}", fds=[fd])
+class Environment(ScratchTest):
+
+    def test_without_standard_streams_nothing_is_printed_into_the_music(self):
+        player = self.start_player("exec <&- >&- 2>&-")
+        path = self.directory + "/noise.flac"
+        with open(path, "wb") as file:
+            file.write(b"noise " * 1000)
+        before = contents(path)
+        with open(path, "rb+") as file:
+            # Three descriptors arrive, so one of them could become standard error.
+            for position in range(3):
+                request = {**change("title", text("Title"), path), "fd": GLib.Variant("h", position)}
+                self.assertFalse(player.write(request, [file, file, file])["result"].unpack())
+        self.assertEqual(contents(path), before)
+        self.assertEqual(player.hang_up(), 0)
+
+    def test_lost_bytes_are_reported(self):
+        player = self.start_player("ulimit -f 64")
+        path = self.copy("mp3_plain.mp3")
+
+        def embed(size):
+            request = {"path": text(path), "fd": GLib.Variant("h", 0),
+                       "artwork": raw_bytes(b"i" * size), "replaceartwork": GLib.Variant("b", True)}
+            with open(path, "rb+") as file:
+                return {key: value.unpack() for key, value in player.write(request, [file]).items()}
+
+        self.assertEqual(embed(1000), {"path": path, "result": True})
+        reply = embed(300_000)
+        self.assertEqual((reply["path"], reply["incomplete"]), (path, True))
 
 
 class HangUp(ScratchTest):
-    """Whenever the player hangs up, the service ends in silence."""
+    """Whenever the player hangs up, the service exits with 0 and prints nothing."""
 
-    def setUp(self):
-        super().setUp()
-        self.service = self.start_service()
-        self.socket = self.service.socket
+    def after(self, data, handshake=True, fds=()):
+        service = self.start_service()
+        if handshake:
+            shake_hands(service.socket)
+        socket.send_fds(service.socket, [data], fds)
+        service.socket.close()
+        self.assertEqual((service.wait(), service.log()), (0, ""))
 
-    def assert_silent_end(self):
-        """Hangs up: exit code 0, and nothing on standard error."""
-        self.socket.close()
-        self.assertEqual((self.service.wait(), self.service.log()), (0, ""))
+    def test_at_any_time(self):
+        pings = b"".join(map(ping_blob, range(1, 100)))
+        for data in (b"", HANDSHAKE[:10], HANDSHAKE):
+            with self.subTest(handshake=data):
+                self.after(data, handshake=False)
+        for data in (b"", pings[:20], pings):  # an incomplete message; replies that nobody reads
+            with self.subTest(messages=data[:20]):
+                self.after(data)
 
-    def test_before_the_first_byte(self):
-        self.assert_silent_end()
-
-    def test_during_the_handshake(self):
-        self.socket.sendall(HANDSHAKE[:10])
-        self.assert_silent_end()
-
-    def test_after_the_handshake(self):
-        shake_hands(self.socket)
-        self.assert_silent_end()
-
-    def test_without_reading_the_handshake(self):
-        self.socket.sendall(HANDSHAKE)
-        self.assert_silent_end()
-
-    def test_in_the_middle_of_a_message(self):
-        shake_hands(self.socket)
-        message = ping_blob(1)
-        self.socket.sendall(message[:len(message) // 2])
-        self.assert_silent_end()
-
-    def test_without_reading_the_reply(self):
-        shake_hands(self.socket)
-        self.socket.sendall(b"".join(map(ping_blob, range(1, 100))))
-        self.assert_silent_end()
-
-    def test_work_that_was_asked_for_is_done(self):
+    def test_finishes_the_current_request(self):
         path = self.copy("flac_plain.flac")
         before = contents(path)
-        shake_hands(self.socket)
         with open(path, "rb+") as file:
             request = write_blob(change("title", text("New"), path), fds=[file])
-            socket.send_fds(self.socket, [request], [file.fileno()])
-        self.assert_silent_end()
+            self.after(request, fds=[file.fileno()])
         self.assertNotEqual(contents(path), before)
 
 

@@ -1,35 +1,43 @@
-"""How the real service reads a request: the path and its echo, what makes a request fail, and what
-is passed over.
+"""How the service reads a request and what it replies.
 
-A request that fails leaves the file as it was; whether the service keeps or closes the descriptor
-is counted in /proc.
+A request that fails leaves the file unchanged; whether the service keeps or closes its descriptor is
+counted in /proc.
 """
 
 import os
 import unittest
 
 import mutagen.flac
-import mutagen.id3
 
-from player import GLib, change, dictionary, number, raw_bytes, text
-from support import PlayerTest, contents
+from player import (DEADLINE, INTERFACE, OBJECT, Gio, GLib, RemoteError, change, dictionary,
+                    dictionary_of_pairs, number, raw_bytes, text, write_call)
+from support import DATA, PlayerTest, contents
 
-# Values that are neither a string nor a dictionary.
-WRONG_TYPES = [
-    number(1), GLib.Variant("t", 1), GLib.Variant("i", 1), GLib.Variant("d", 1.5),
-    GLib.Variant("b", True), GLib.Variant("o", "/a"), GLib.Variant("g", "s"),
-    GLib.Variant("as", ["title"]), GLib.Variant("(s)", ["title"]),
-    GLib.Variant("v", text("title")),
-]
+TRUE = GLib.Variant("b", True)
+INVALID_ARGS = "org.freedesktop.DBus.Error.InvalidArgs"
+
+# Values that are neither a string, an array of bytes, a dictionary nor a descriptor.
+WRONG_TYPES = [number(1), TRUE, *(GLib.Variant(*pair) for pair in (
+    ("t", 1), ("i", 1), ("u", 0), ("d", 1.5), ("o", "/a"), ("g", "s"), ("as", ["title"]),
+    ("(s)", ["title"]), ("v", text("title")), ("a{ss}", {"title": "New"})))]
+
+# Types that the service does not know.
+UNKNOWN_TYPES = [GLib.Variant(*pair) for pair in (
+    ("y", 1), ("n", -1), ("q", 1), ("o", "/a"), ("g", "a{sv}"), ("as", []), ("a{us}", {1: "b"}),
+    ("(isd)", (1, "a", 2.0)), ("aay", [b"a"]), ("av", [number(1), text("a")]),
+    ("a{sa{sv}}", {"a": {"b": text("c")}}), ("ah", [0, 0]), ("a" * 32 + "y", []))]
 
 
-def title_of(path):
-    """The title of a FLAC file or of any file with an ID3v2 tag, or None."""
-    if path.endswith(".flac"):
-        values = (mutagen.flac.FLAC(path).tags or {}).get("TITLE", [])
-    else:
-        values = mutagen.id3.ID3(path).getall("TIT2")
-    return str(values[0]) if values else None
+def nested(wrap, depth):
+    """A text wrapped so many times."""
+    value = text("deep")
+    for _ in range(depth):
+        value = wrap(value)
+    return value
+
+
+def in_dictionary(value):
+    return dictionary({"title": value})
 
 
 class RequestTest(PlayerTest):
@@ -40,167 +48,210 @@ class RequestTest(PlayerTest):
         self.before = contents(self.path)
         self.request = change("title", text("New"), self.path)
 
-    def send(self, path=None):
-        """Sends the request. Returns the reply's values when all the work is over."""
-        reply = self.write(self.request, path or self.path)
+    def tags(self, path=None):
+        return mutagen.flac.FLAC(path or self.path)
+
+    def send(self, request, path=None):
+        """Sends the request. Returns the reply's values once the service has released the file."""
+        reply = self.write(request, path or self.path)
         self.player.ping()
         return reply
 
-    def assert_written(self):
-        """The request does its work."""
-        self.assertTrue(self.result(self.send()))
-        self.assertEqual(title_of(self.path), "New")
+    def assert_written(self, request):
+        """The title of a new copy is written."""
+        self.written = self.copy("flac_comment.flac", "written.flac")
+        reply = self.send(request, self.written)
+        self.assertTrue(self.result(reply))
+        self.assertEqual(self.tags(self.written)["TITLE"], ["New"])
+        return reply
 
-    def assert_refused(self, descriptors_left=0):
-        """The request gives false, leaves the file alone, and the service has so many descriptors
-        of it open afterwards."""
-        self.assertFalse(self.result(self.send()))
+    def assert_refused(self, request, descriptors_left=0):
+        """The result is false, the file unchanged, and the service has so many descriptors of it."""
+        self.assertFalse(self.result(self.send(request)))
         self.assertEqual(contents(self.path), self.before)
         self.assertEqual(self.service.descriptors_of(self.path), descriptors_left)
+
+    def assert_remote_error(self, name, call, *arguments):
+        with self.assertRaises(RemoteError) as caught:
+            call(*arguments)
+        self.assertEqual(caught.exception.name, f"org.freedesktop.DBus.Error.{name}")
 
 
 class Path(RequestTest):
 
-    def check_echo(self, path):
-        """The reply is the path as it was sent and the result, nothing else."""
-        if path is not None:
-            self.request["path"] = path
-        reply = self.send()
-        self.assertEqual(set(reply), {"path", "result"})
-        self.assertTrue(reply["path"].equal(self.request["path"]), reply["path"])
-        return self.result(reply)
+    def test_is_echoed_in_the_reply_in_its_type(self):
+        paths = [text(""), text("a/Ōsaka 🎵.flac"), raw_bytes(b""), raw_bytes(b"caf\xe9 \xff.flac"),
+                 raw_bytes(b"a\0b.flac\0")]
+        for path in paths:
+            for field in ("title", "nothing"):  # written, and refused
+                with self.subTest(path=path, field=field):
+                    reply = self.send({**self.request, "path": path, "changedtag": text(field)})
+                    self.assertEqual(set(reply), {"path", "result"})
+                    self.assertTrue(reply["path"].equal(path), reply["path"])
 
-    def test_string_is_echoed(self):
-        for path in ("/some/where/Ōsaka 🎵.flac", "plain.flac", " "):
-            with self.subTest(path=path):
-                self.assertTrue(self.check_echo(text(path)))
+    def test_is_not_echoed_when_it_is_missing_or_of_another_type(self):
+        del self.request["path"]
+        self.assertEqual(set(self.send(self.request)), {"result"})
+        for value in [*WRONG_TYPES, dictionary({}), GLib.Variant("h", 0)]:
+            with self.subTest(type=value.get_type_string()):
+                self.assertEqual(set(self.send({**self.request, "path": value})), {"result"})
 
-    def test_bytes_are_echoed_as_bytes(self):
-        for path in (b"plain.flac", b"caf\xe9 \xff\xfe.flac", b"ends with NUL.flac\0",
-                     b"a\0b.flac"):
-            with self.subTest(path=path):
-                self.assertTrue(self.check_echo(raw_bytes(path)))
-
-    def test_empty_path_is_echoed(self):
-        self.check_echo(text(""))
-        self.check_echo(raw_bytes(b""))
-
-    def test_is_echoed_when_the_request_fails(self):
-        self.request["changedtag"] = text("nothing")
-        self.assertFalse(self.check_echo(None))
-        self.assertFalse(self.check_echo(raw_bytes(b"\xff")))
-        del self.request["fd"]
-        self.assertFalse(self.check_echo(None))
-
-    def test_file_whose_name_is_not_utf8(self):
-        path = os.path.join(os.fsencode(self.directory), b"caf\xe9.flac")
-        os.rename(self.path, path)
-        self.request["path"] = raw_bytes(path)
-        self.assertTrue(self.result(self.send(path)))
-        self.assertEqual(mutagen.flac.FLAC(path)["TITLE"], ["New"])
-
-    def test_only_names_the_file(self):
-        other = self.copy("flac_plain.flac")
+    def test_may_not_be_utf8_and_is_never_opened(self):
+        other = self.copy("flac_plain.flac", b"caf\xe9.flac".decode(errors="surrogateescape"))
         before = contents(other)
-        self.request["path"] = text(other)
-        self.assert_written()
+        self.assertTrue(self.result(self.send({**self.request, "path": raw_bytes(os.fsencode(other))})))
+        self.assertEqual(self.tags()["TITLE"], ["New"])
         self.assertEqual(contents(other), before)
 
-    def test_absent(self):
-        path = self.copy("mp3_id3v23.mp3")
-        del self.request["path"]
-        reply = self.send(path)
-        self.assertEqual(set(reply), {"result"})
-        self.assertTrue(self.result(reply))
-        self.assertEqual(title_of(path), "New")
 
-    def test_of_a_wrong_type_is_absent(self):
-        path = self.copy("mp3_id3v23.mp3")
-        for value in WRONG_TYPES + [dictionary({}), GLib.Variant("h", 0)]:
-            with self.subTest(type=value.get_type_string()):
-                self.request["path"] = value
-                self.assertEqual(set(self.send(path)), {"result"})
+class Values(RequestTest):
+
+    def test_of_every_type_are_decoded(self):
+        for field, value, item, expected in [
+                ("title", text("Süß"), "title", "Süß"), ("year", number(-(2**31)), "date", str(-(2**31))),
+                ("rating", GLib.Variant("d", 3.5), "rating", "70"), ("compilation", TRUE, "compilation", "1")]:
+            self.assertTrue(self.write_field(field, value, self.path))
+            self.assertEqual(self.tags()[item], [expected])
+
+    def test_of_other_types_count_as_missing_and_clear_the_field(self):
+        for field, item, good, others in [
+                ("title", "TITLE", text("T"), [*WRONG_TYPES, raw_bytes(b"T"), in_dictionary(text("T"))]),
+                ("year", "DATE", number(1999), [value for value in (*WRONG_TYPES, text("1999"))
+                                                if not value.equal(number(1))])]:
+            for value in others:
+                with self.subTest(field=field, type=value.get_type_string()):
+                    self.assertTrue(self.write_field(field, good, self.path))
+                    self.assertIn(item, self.tags())
+                    self.assertTrue(self.write_field(field, value, self.path))
+                    self.assertNotIn(item, self.tags())
+
+    def test_of_other_fields_are_ignored(self):
+        self.request["track"] = dictionary({"title": text("New"), "artist": text("Other")})
+        self.assert_written(self.request)
+        self.assertNotIn(["Other"], self.tags(self.written).values())
+
+    def test_artwork_comes_before_clearing_and_clearing_before_a_field(self):
+        red, blue = (contents(os.path.join(DATA, name)) for name in ("cover_red.png", "cover_blue.jpg"))
+        title = self.tags().get("TITLE")
+        self.request["clearartwork"] = TRUE
+        for image, kind in ((red, 1), (blue, 2)):
+            artwork = {"artwork": raw_bytes(image), "artworktype": number(kind), "replaceartwork": TRUE}
+            self.assertTrue(self.result(self.send({**self.request, **artwork})))
+            picture, = self.tags().pictures
+            self.assertEqual((picture.data, picture.mime), (image, ("image/png", "image/jpeg")[kind - 1]))
+            del artwork["replaceartwork"]
+            self.assertFalse(self.result(self.send({**self.request, **artwork})))
+        self.assertTrue(self.result(self.send(self.request)))
+        self.assertEqual((self.tags().pictures, self.tags().get("TITLE")), ([], title))
+        self.assert_written({**self.request, "clearartwork": GLib.Variant("b", False)})
 
 
 class Refused(RequestTest):
 
-    def test_unknown_field(self):
-        for field in ("Title", "TITLE", "title ", "totalNumberOfDiscs", "nothing", ""):
-            with self.subTest(field=field):
-                self.request["changedtag"] = text(field)
-                self.request["track"] = dictionary({field: text("New"), "title": text("New")})
-                self.assert_refused()
-
-    def test_field_absent(self):
-        del self.request["changedtag"]
-        self.assert_refused()
-
-    def test_field_of_a_wrong_type(self):
-        for value in WRONG_TYPES + [raw_bytes(b"title"), dictionary({"title": text("title")})]:
-            with self.subTest(type=value.get_type_string()):
-                self.request["changedtag"] = value
-                self.assert_refused()
-
-    def test_track_absent(self):
-        del self.request["track"]
-        self.assert_refused(descriptors_left=1)
-        self.assert_refused(descriptors_left=2)
+    def test_by_key(self):
+        descriptors_left = 0
+        for key, values in {
+                "changedtag": [None, *WRONG_TYPES, raw_bytes(b"title"), in_dictionary(text("title")),
+                               *map(text, ("Title", "title ", "totalNumberOfDiscs", "nothing", ""))],
+                "fd": [None, *WRONG_TYPES, text("0"), raw_bytes(b"0"), GLib.Variant("ah", [0])],
+                "track": [None, *WRONG_TYPES, text("title"), raw_bytes(b"title")]}.items():
+            for value in values:
+                request = {**self.request, key: value}
+                if value is None:
+                    del request[key]
+                with self.subTest(key=key, type=value and value.get_type_string()):
+                    # Quirk: without "track" the descriptor is not closed; see handleRequest.
+                    descriptors_left += key == "track"
+                    self.assert_refused(request, descriptors_left)
+        self.assertFalse(self.result(self.player.write({})))
         self.assert_still_answers()
 
-    def test_track_of_a_wrong_type(self):
-        values = WRONG_TYPES + [text("title"), raw_bytes(b"title"),
-                                GLib.Variant("a{ss}", {"title": "New"}),
-                                GLib.Variant("v", dictionary({"title": text("New")}))]
-        for count, value in enumerate(values, start=1):
+    def test_by_descriptor(self):
+        read_end, write_end = os.pipe()
+        self.addCleanup(os.close, write_end)
+        flags = {"append": (self.path, os.O_RDWR | os.O_APPEND), "read-only": (self.path, os.O_RDONLY),
+                 "device": (os.devnull, os.O_RDWR), "directory": (self.directory, os.O_RDONLY)}
+        for kind, fd in {"pipe": read_end, **{kind: os.open(*how) for kind, how in flags.items()}}.items():
+            with self.subTest(kind=kind):
+                count = len(self.service.descriptors())
+                self.assertFalse(self.result(self.player.write(self.request, [fd])))
+                self.player.ping()
+                self.assertEqual(len(self.service.descriptors()), count)
+            os.close(fd)
+        self.assertEqual(contents(self.path), self.before)
+
+
+class Leniency(RequestTest):
+
+    def test_unknown_keys_types_and_nesting_are_ignored(self):
+        nestings = [nested(wrap, depth) for wrap, depths in (
+            (GLib.Variant.new_variant, (1, 8, 56)), (GLib.Variant.new_tuple, (1, 8, 32)),
+            (in_dictionary, (1, 5, 7, 8, 9, 18))) for depth in depths]
+        for value in [text("a"), raw_bytes(b"a"), GLib.Variant("h", 0), *WRONG_TYPES, *UNKNOWN_TYPES,
+                      *nestings]:
             with self.subTest(type=value.get_type_string()):
-                self.request["track"] = value
-                self.assert_refused(descriptors_left=count)
+                reply = self.assert_written({  # before and behind the known keys
+                    "aa": value, **self.request, "zz": value,
+                    "track": dictionary({"aa": value, "title": text("New"), "zz": value})})
+                self.assertEqual(set(reply), {"path", "result"})
 
-    def test_unknown_field_without_track(self):
-        self.request["changedtag"] = text("nothing")
-        del self.request["track"]
-        self.assert_refused(descriptors_left=1)
+    def test_the_last_of_duplicate_keys_wins(self):
+        pairs = list(self.request.items())
+        track = dictionary_of_pairs([("title", text("Old")), ("title", text("New"))])
+        self.assert_written(dictionary_of_pairs([("changedtag", text("nothing")), *pairs]))
+        self.assert_written(dictionary_of_pairs([*pairs, ("track", track)]))
+        self.assert_refused(dictionary_of_pairs([*pairs, ("changedtag", text("nothing"))]))
+        self.assert_refused(dictionary_of_pairs([*pairs, ("changedtag", GLib.Variant("u", 1))]))
+        last = self.copy("flac_comment.flac", "last.flac")
+        with open(self.path, "rb+") as first, open(last, "rb+") as second:
+            reply = self.player.write(dictionary_of_pairs(
+                [*pairs, ("path", text("b.flac")), ("fd", GLib.Variant("h", 1))]), [first, second])
+        self.assertEqual(reply["path"].get_string(), "b.flac")
+        self.assertEqual((contents(self.path), self.tags(last)["TITLE"]), (self.before, ["New"]))
 
-    def test_descriptor_absent(self):
-        del self.request["fd"]
-        self.assert_refused()
+    def test_a_call_that_expects_no_reply_is_ignored(self):
+        with open(self.path, "rb+") as file:
+            silent = write_call(self.request, [file])
+            silent.set_flags(Gio.DBusMessageFlags.NO_REPLY_EXPECTED)
+            self.player.send(silent)
+            self.player.ping()
+        self.assertEqual(contents(self.path), self.before)
+        self.assertEqual((self.service.descriptors_of(self.path), self.service.log()), (0, ""))
 
-    def test_descriptor_of_a_wrong_type(self):
-        for value in WRONG_TYPES + [text("0"), raw_bytes(b"0"), dictionary({}),
-                                    GLib.Variant("u", 0), GLib.Variant("ah", [0])]:
-            with self.subTest(type=value.get_type_string()):
-                self.request["fd"] = value
-                self.assert_refused()
+    def test_malformed_calls_get_an_error(self):
+        good = dictionary(self.request)
+        for body in (None, GLib.Variant("(s)", ["a"]), GLib.Variant("(a{ss})", [{"a": "b"}]),
+                     GLib.Variant("(v)", [good]), GLib.Variant("(a{sv}s)", [{"path": text("a")}, "a"]),
+                     GLib.Variant.new_tuple(good)):  # its descriptor is not sent
+            self.assert_remote_error("InvalidArgs", self.player.call, INTERFACE, "Write", body)
+        for value in (nested(GLib.Variant.new_variant, 200), nested(in_dictionary, 100)):
+            self.assert_remote_error("InvalidArgs", self.send, {**self.request, "zz": value})
+        self.assertEqual(contents(self.path), self.before)
+        body = GLib.Variant.new_tuple(dictionary({}))
+        self.assert_remote_error("UnknownMethod", self.player.call, INTERFACE, "Read", body)
+        self.assert_remote_error("UnknownObject", self.player.call, INTERFACE, "Write", body, "/other")
+        self.assert_still_answers()
 
-    def test_empty_request(self):
-        reply = self.player.write({})
-        self.assertEqual(set(reply), {"result"})
-        self.assertFalse(self.result(reply))
 
+class ManyRequests(RequestTest):
 
-class WrongTypesReadAsAbsent(RequestTest):
+    def test_leave_no_descriptor(self):
+        self.assert_written(self.request)
+        self.player.ping()
+        before = sorted(self.service.descriptors())
+        for _ in range(20):
+            self.assert_written({**self.request, "zz": GLib.Variant("h", 0)})
+        self.assertEqual(sorted(self.service.descriptors()), before)
 
-    def test_title(self):
-        for value in WRONG_TYPES + [raw_bytes(b"New"), dictionary({"title": text("New")})]:
-            with self.subTest(type=value.get_type_string()):
-                path = self.copy("flac_comment.flac")
-                self.assertIsNotNone(title_of(path))
-                self.request["track"] = dictionary({"title": value})
-                self.assertTrue(self.result(self.send(path)))
-                self.assertIsNone(title_of(path))
-
-    def test_year(self):
-        self.request["changedtag"] = text("year")
-        for value in [text("2024"), GLib.Variant("i", 2024), GLib.Variant("u", 2024),
-                      GLib.Variant("t", 2024), GLib.Variant("d", 2024), GLib.Variant("q", 2024),
-                      GLib.Variant("b", True), dictionary({"year": number(2024)})]:
-            with self.subTest(type=value.get_type_string()):
-                path = self.copy("flac_comment.flac")
-                self.assertTrue(self.write_field("year", number(1999), path))
-                self.assertEqual(mutagen.flac.FLAC(path)["DATE"], ["1999"])
-                self.request["track"] = dictionary({"year": value})
-                self.assertTrue(self.result(self.send(path)))
-                self.assertNotIn("DATE", mutagen.flac.FLAC(path))
+    def test_sent_at_once_are_all_answered(self):
+        paths = [self.copy("flac_plain.flac", f"{index}.flac") for index in range(8)]
+        futures = []
+        for path in paths:
+            with open(path, "rb+") as file:
+                futures.append(self.player.write_later(change("title", text(path), path), [file]))
+        for path, future in zip(paths, futures):
+            self.assertEqual(future.result(DEADLINE).unpack(), ({"path": path, "result": True},))
+            self.assertEqual(self.tags(path)["TITLE"], [path])
 
 
 if __name__ == "__main__":

@@ -1,171 +1,196 @@
-"""The real service shortens files: through a player that does it for it, or by itself.
+"""The service truncates files: through the player's truncation endpoint, or by itself.
 
-Whatever the way, the file must come out as the same edit makes it without a truncation endpoint.
+When the endpoint fails, each truncation logs one line; the file keeps its length, the player still
+gets its reply, and the service goes on.
 """
 
 import os
+import re
 import socket
 import unittest
 
 from player import DEADLINE, GLib, change, dictionary, number, raw_bytes, text
-from support import PlayerTest, contents, samples
-from truncation import TruncationEndpoint, shorten
+from support import PlayerTest, contents
+from truncation import Refusal, TruncationEndpoint, hang_up, keep_silent, refuse, shorten
 
-# Files that get shorter when their title is cleared, of every tag family.
-SHRINKING = ["vorbis_tagged.ogg", "opus_tagged.opus", "ape_tagged.ape", "wavpack_tagged.wv",
-             "mpc_tagged.mpc", "wma_tagged.wma"]
-# Files that get shorter when a long title is cleared.
-SHRINKING_FROM_LONG = ["mp3_id3v23.mp3", "flac_comment.flac", "aiff_plain.aiff", "wav_plain.wav"]
-# The same, but the library shortens them in two steps.
+# Files that become shorter when a long title is cleared, of every tag family.
+SHRINKING = ["ape_tagged.ape", "flac_comment.flac", "mp3_id3v23.mp3", "opus_tagged.opus",
+             "vorbis_tagged.ogg", "wav_plain.wav", "wma_tagged.wma"]
+# TagLib truncates these twice.
 SHRINKING_TWICE = ["flac_id3.flac", "wav_info.wav"]
+
+ERROR_LINE = re.compile(r"FDFileStream::truncate\(\) -- xpc error: (.+)\.\n")
 
 
 class TruncationTest(PlayerTest):
 
-    def copy_with_long_title(self, name):
-        """A copy whose title is far longer than any padding."""
-        path = self.copy(name)
+    def copy_with_long_title(self, name="vorbis_tagged.ogg", new_name=None):
+        path = self.copy(name, new_name)
         self.assertTrue(self.write_field("title", text("long " * 2000), path))
         return path
 
     def clear_title(self, path, endpoint=None, fds=()):
-        """Clears the title, with this value as the truncation endpoint; returns the result."""
+        """Clears the title; `endpoint` is the value of "truncateconnection". Returns the future of the
+        reply."""
         request = change("title", None, path)
         if endpoint is not None:
             request["truncateconnection"] = endpoint
         with open(path, "rb+") as file:
-            return self.result(self.player.write(request, [file, *fds]))
+            return self.player.write_later(request, [file, *fds])
 
-    def cleared_without_endpoint(self, path):
-        """What the file becomes when the service shortens it by itself."""
-        twin = os.path.join(self.directory, "twin-" + os.path.basename(path))
-        with open(twin, "wb") as file:
-            file.write(contents(path))
-        self.assertTrue(self.clear_title(twin))
-        self.assertLess(os.path.getsize(twin), os.path.getsize(path))
-        return contents(twin)
+    def assert_true(self, future, path):
+        self.assertEqual(future.result(DEADLINE).unpack(), ({"path": path, "result": True},))
+
+    def cleared_by_the_service(self, name):
+        """The contents of such a file after the service has cleared its title and truncated it."""
+        path = self.copy_with_long_title(name, "twin-" + name)
+        size = os.path.getsize(path)
+        self.assert_true(self.clear_title(path), path)
+        self.assertLess(os.path.getsize(path), size - 5000)
+        return contents(path)
 
 
-class PlayerShortens(TruncationTest):
+class Succeeds(TruncationTest):
 
-    def check(self, path, answer=shorten, calls=1):
-        """Clears the title through an endpoint that answers like this. Returns the endpoint."""
-        expected = self.cleared_without_endpoint(path)
-        file, audio = os.stat(path), samples(path)
+    def check(self, name, answer=shorten, calls=1):
+        """Clears the title through an endpoint; the file is as if the service had truncated it."""
+        path, expected = self.copy_with_long_title(name), self.cleared_by_the_service(name)
         with TruncationEndpoint(answer) as endpoint:
-            self.assertTrue(self.clear_title(path, GLib.Variant("h", 1), [endpoint.theirs]))
-            self.assertEqual(len(endpoint.calls), calls)
+            self.assert_true(self.clear_title(path, GLib.Variant("h", 1), [endpoint.theirs]), path)
+            self.assertEqual((len(endpoint.calls), endpoint.handshakes), (calls, 1))
             endpoint.theirs.close()
             self.assertTrue(endpoint.closed.wait(DEADLINE), "the service keeps the connection")
         for call in endpoint.calls:
             self.assertEqual(call.types, {"fd": "h", "truncatesize": "t"})
-            self.assertTrue(os.path.samestat(call.file, file))
-            self.assertLess(call.size, call.file.st_size)
-        self.assertEqual(contents(path), expected)
-        self.assertEqual(samples(path), audio)
-        self.assertEqual(self.service.log(), "")
-        return endpoint
+            self.assertTrue(os.path.samestat(call.file, os.stat(path)))
+        self.assertEqual((contents(path), self.service.log()), (expected, ""))
 
-    def test_once(self):
-        for name in SHRINKING:
+    def test_in_every_tag_family(self):
+        for name in SHRINKING + SHRINKING_TWICE:
             with self.subTest(file=name):
-                path = self.copy(name)
-                endpoint = self.check(path)
-                self.assertEqual(endpoint.calls[0].size, os.path.getsize(path))
+                self.check(name, calls=1 + (name in SHRINKING_TWICE))
 
-    def test_once_after_a_long_title(self):
-        for name in SHRINKING_FROM_LONG:
-            with self.subTest(file=name):
-                self.check(self.copy_with_long_title(name))
-
-    def test_twice_over_one_connection(self):
-        for name in SHRINKING_TWICE:
-            with self.subTest(file=name):
-                endpoint = self.check(self.copy_with_long_title(name), calls=2)
-                self.assertEqual(endpoint.handshakes, 1)
-
-    def test_anything_in_the_answer_counts_as_done(self):
+    def test_whatever_the_reply_contains(self):
         everything = {"result": GLib.Variant("b", False), "error": text("it failed"),
                       "nested": dictionary({"a": number(-1)}), "bytes": raw_bytes(b"\xff")}
+        self.check("vorbis_tagged.ogg", lambda call: shorten(call) and dictionary(everything))
 
-        def shorten_and_talk(call):
-            shorten(call)
-            return dictionary(everything)
-
-        self.check(self.copy("vorbis_tagged.ogg"), shorten_and_talk)
-
-    def test_is_not_asked_without_need(self):
-        path = self.copy("vorbis_tagged.ogg")
-        with TruncationEndpoint() as endpoint, open(path, "rb+") as file:
-            request = change("title", text("a much longer title than before"), path)
-            request["truncateconnection"] = GLib.Variant("h", 1)
-            self.assertTrue(self.result(self.player.write(request, [file, endpoint.theirs])))
-        self.assertEqual((endpoint.handshakes, endpoint.calls), (0, []))
-
-    def test_leaves_no_descriptor(self):
-        path = self.copy("vorbis_tagged.ogg")
+    def test_and_leaves_no_descriptor(self):
         self.player.ping()
         before = sorted(self.service.descriptors())
-        for _ in range(5):
-            self.check(self.copy("vorbis_tagged.ogg"))
+        for _ in range(3):
+            self.check("vorbis_tagged.ogg")
         self.player.ping()
-        self.assertEqual(self.service.descriptors_of(path), 0)
         self.assertEqual(sorted(self.service.descriptors()), before)
 
-    def test_one_endpoint_for_each_of_many_requests_at_once(self):
-        paths = [self.copy("vorbis_tagged.ogg", f"{index}.ogg") for index in range(6)]
-        expected = self.cleared_without_endpoint(self.copy("vorbis_tagged.ogg"))
+    def test_with_one_endpoint_for_each_of_many_requests(self):
+        paths = [self.copy_with_long_title(new_name=f"{index}.ogg") for index in range(6)]
         endpoints = [TruncationEndpoint() for _ in paths]
-        futures = []
-        for path, endpoint in zip(paths, endpoints):
-            request = change("title", None, path)
-            request["truncateconnection"] = GLib.Variant("h", 1)
-            with open(path, "rb+") as file:
-                futures.append(self.player.write_later(request, [file, endpoint.theirs]))
+        futures = [self.clear_title(path, GLib.Variant("h", 1), [endpoint.theirs])
+                   for path, endpoint in zip(paths, endpoints)]
         for path, endpoint, future in zip(paths, endpoints, futures):
             with endpoint:
-                self.assertEqual(future.result(DEADLINE).unpack(),
-                                 ({"path": path, "result": True},))
-                self.assertEqual(contents(path), expected)
+                self.assert_true(future, path)
                 self.assertTrue(os.path.samestat(endpoint.calls[0].file, os.stat(path)))
 
-
-class ServiceShortens(TruncationTest):
-    """When no connection can be made from the value, the service shortens the file by itself."""
-
-    def check(self, endpoint, fds=()):
-        """Clears the title with this value as the endpoint."""
-        path = self.copy("vorbis_tagged.ogg")
-        expected = self.cleared_without_endpoint(path)
-        self.assertTrue(self.clear_title(path, endpoint, fds))
-        self.assertEqual(contents(path), expected)
-        self.assertEqual(self.service.log(), "")
-
-    def test_descriptor_of_a_file(self):
-        with open(self.copy("au.au"), "rb+") as other:
-            before = contents(other.name)
-            self.check(GLib.Variant("h", 1), [other])
-            self.assertEqual(contents(other.name), before)
-
-    def test_descriptor_of_a_pipe(self):
-        read_end, write_end = os.pipe()
-        self.addCleanup(os.close, read_end)
-        self.addCleanup(os.close, write_end)
-        self.check(GLib.Variant("h", 1), [write_end])
-
-    def test_descriptor_of_a_datagram_socket(self):
-        ours, theirs = socket.socketpair(type=socket.SOCK_DGRAM)
-        with ours, theirs:
-            self.check(GLib.Variant("h", 1), [theirs])
-
-    def test_wrong_type(self):
-        with TruncationEndpoint() as endpoint:
-            for value in (text("1"), number(1), GLib.Variant("u", 1), GLib.Variant("b", True),
-                          raw_bytes(b"1"), dictionary({"fd": GLib.Variant("h", 1)}),
-                          GLib.Variant("ah", [1]), GLib.Variant("v", GLib.Variant("h", 1))):
+    def test_by_the_service_itself_without_a_usable_endpoint(self):
+        expected = self.cleared_by_the_service("vorbis_tagged.ogg")
+        handle = GLib.Variant("h", 1)
+        datagrams, read_end, write_end = socket.socketpair(type=socket.SOCK_DGRAM), *os.pipe()
+        with TruncationEndpoint() as endpoint, open(self.copy("au.au"), "rb+") as other, \
+                datagrams[0], datagrams[1], open(read_end), open(write_end, "wb"):
+            for value, fd in [(handle, other), (handle, write_end), (handle, datagrams[0]), *(
+                    (value, endpoint.theirs) for value in (
+                        text("1"), number(1), GLib.Variant("u", 1), dictionary({"fd": handle}),
+                        GLib.Variant("ah", [1]), GLib.Variant("v", handle)))]:
                 with self.subTest(type=value.get_type_string()):
-                    self.check(value, [endpoint.theirs])
-        self.assertEqual((endpoint.handshakes, endpoint.calls), (0, []))
+                    path = self.copy_with_long_title()
+                    self.assert_true(self.clear_title(path, value, [fd]), path)
+                    self.assertEqual((contents(path), self.service.log()), (expected, ""))
+        self.assertEqual(endpoint.handshakes, 0)
+
+
+class Fails(TruncationTest):
+
+    def setUp(self):
+        super().setUp()
+        self.path = self.copy_with_long_title()
+
+    def start(self, theirs):
+        """Asks for the title to be cleared. Returns the future of the reply."""
+        self.size = os.path.getsize(self.path)
+        self.log_before = self.service.log()
+        with theirs:
+            return self.clear_title(self.path, GLib.Variant("h", 1), [theirs])
+
+    def assert_failed(self, future, lines=1):
+        """The file keeps its length, and so many lines are logged. Returns what they say."""
+        self.assert_true(future, self.path)
+        self.assertEqual(os.path.getsize(self.path), self.size)
+        log = self.service.log().removeprefix(self.log_before)
+        errors = ERROR_LINE.findall(log)
+        self.assertEqual((len(errors), ERROR_LINE.sub("", log)), (lines, ""))
+        self.assert_still_answers()
+        self.assertEqual(self.service.descriptors_of(self.path), 0)
+        return errors
+
+    def check(self, answer, reply_type="a{sv}", calls=1, errors=1):
+        """Clears a title through an endpoint that fails. Returns the logged errors."""
+        with TruncationEndpoint(answer, reply_type) as endpoint:
+            found = self.assert_failed(self.start(endpoint.theirs), errors)
+        self.assertEqual((endpoint.handshakes, len(endpoint.calls)), (1, calls))
+        return found
+
+    def test_with_an_error_each_time(self):
+        self.path = self.copy_with_long_title(SHRINKING_TWICE[0])
+        self.assertEqual(self.check(refuse, calls=2, errors=2), ["the player says no"] * 2)
+
+    def test_with_an_error_that_is_named_like_a_timeout(self):
+        for name in ("Timeout", "NoReply"):
+            def refuse_as(_call, name=name):
+                raise Refusal("disk full", f"org.freedesktop.DBus.Error.{name}")
+            self.path = self.copy_with_long_title(SHRINKING_TWICE[0])
+            self.assertEqual(self.check(refuse_as, calls=2, errors=2), ["disk full"] * 2)
+
+    def test_with_a_reply_that_is_no_dictionary(self):
+        for reply in (text("done"), GLib.Variant("b", True), GLib.Variant("a{ss}", {"a": "b"}),
+                      GLib.Variant("v", dictionary({}))):
+            self.path = self.copy_with_long_title()
+            self.check(lambda _call, reply=reply: reply, reply.get_type_string())
+
+    def test_when_the_player_hangs_up_at_the_first_of_two_calls(self):
+        self.path = self.copy_with_long_title(SHRINKING_TWICE[0])
+        self.check(hang_up, calls=1, errors=2)
+
+    def test_when_the_player_does_not_reply_to_the_first_of_two_calls(self):
+        self.path = self.copy_with_long_title(SHRINKING_TWICE[0])
+        self.check(keep_silent, calls=1, errors=2)
+
+    def test_when_the_player_does_not_reply_to_the_handshake(self):
+        ours, theirs = socket.socketpair()
+        with ours:
+            self.assert_failed(self.start(theirs))
+
+    def test_when_the_player_hangs_up_or_sends_garbage(self):
+        accepted = b"DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n"
+        for awaited, sent in [(None, b""), (b"\0", b""), (b"AUTH", b"DATA\r\nOK 0123"),
+                              (b"AUTH", b"REJECTED KERBEROS_V4\r\n" * 3), (b"BEGIN\r\n", accepted),
+                              (b"\0", b"\xff\xfe this is no D-Bus\r\n" * 100),
+                              (b"BEGIN\r\n", accepted + bytes(range(256)) * 64)]:
+            with self.subTest(awaited=awaited, sent=sent[:20]):
+                self.path = self.copy_with_long_title()
+                ours, theirs = socket.socketpair()
+                ours.settimeout(DEADLINE)
+                if awaited is None:
+                    ours.close()  # before the service connects
+                future = self.start(theirs)
+                received = b""
+                while awaited and awaited not in received:
+                    received += ours.recv(4096)
+                if awaited:
+                    ours.sendall(sent)
+                ours.close()
+                self.assert_failed(future)
 
 
 if __name__ == "__main__":

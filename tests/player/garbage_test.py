@@ -1,0 +1,177 @@
+"""Garbage on the service's socket and in the files that it is sent.
+
+Whatever the bytes on the socket, the service either goes on or exits with 0 or 1, never by a signal.
+Whatever the bytes in a file, the request is answered and no descriptor stays open. No sanitizer
+complains. Random bytes come from a seed, which is part of the subtest's name.
+"""
+
+import os
+import random
+import socket
+import unittest
+
+from player import DEADLINE, change, text
+from support import AUDIO_FILES, DATA, PlayerTest, ScratchTest, contents
+from wire import HANDSHAKE, ping_blob, receive_until, shake_hands, split, write_blob
+
+SEEDS = range(30)
+
+# The first bytes of a file of each extension.
+BEGINNINGS = {
+    "mp3": b"ID3\x04\x00\x00\x00\x00\x02\x00TIT2",
+    "flac": b"fLaC\x00\x00\x00\x22",
+    "ogg": b"OggS\x00\x02" + bytes(20) + b"\x01\x1e\x01vorbis",
+    "oga": b"OggS\x00\x02" + bytes(20) + b"\x01\x33\x7fFLAC\x01\x00",
+    "opus": b"OggS\x00\x02" + bytes(20) + b"\x01\x13OpusHead\x01",
+    "m4a": b"\x00\x00\x00\x14ftypM4A \x00\x00\x02\x00isom\x00\x00\x01\x00moov",
+    "wma": bytes.fromhex("3026b2758e66cf11a6d900aa0062ce6c"),
+    "aiff": b"FORM\x00\x00\x04\x00AIFFCOMM\x00\x00\x00\x12",
+    "wav": b"RIFF\x00\x04\x00\x00WAVEfmt \x10\x00\x00\x00",
+    "ape": b"MAC \x96\x0f\x00\x00\x34\x00\x00\x00",
+    "wv": b"wvpk\x00\x04\x00\x00\x10\x04",
+    "mpc": b"MPCKSH\x0f",
+    "dsf": b"DSD \x1c\x00\x00\x00\x00\x00\x00\x00",
+    "xyz": b"",
+}
+
+
+def garbage(seed, length=4000):
+    return random.Random(seed).randbytes(length)
+
+
+class Socket(ScratchTest):
+    PATH = "/some/where/abcdef.flac"
+
+    def start(self, data=b""):
+        """A new service that is sent these bytes, all of them unless it hangs up."""
+        self.service = self.start_service()
+        self.socket = self.service.socket
+        self.socket.settimeout(DEADLINE)
+        self.send(data)
+
+    def start_after_handshake(self, data=b""):
+        self.start()
+        shake_hands(self.socket)
+        self.send(data)
+
+    def send(self, data):
+        try:
+            self.socket.sendall(data)
+        except (BrokenPipeError, ConnectionResetError):
+            pass
+
+    def assert_clean_end(self):
+        """Hangs up; the service exits by itself, if it has not done so before."""
+        self.socket.close()
+        code = self.service.wait()
+        self.assert_clean(self.service)
+        log = self.service.log()
+        self.service.close()
+        self.assertIn(code, (0, 1), log)
+        self.assertRegex(log, r"\Atagwriterd: the connection failed: .+\n\Z" if code else r"\A\Z")
+
+    def test_before_and_in_the_handshake(self):
+        cuts = [HANDSHAKE.index(word) for word in (b"EXTERNAL", b"DATA", b"NEGOTIATE", b"BEGIN")]
+        for data in [b"garbage\r\n" * 100, b"\0" * 1000, b"\xff" * 100_000, b"\0" + b"\r\n" * 1000,
+                     b"\0" + b"A" * 100_000, b"\0AUTH EXTERNAL zz\r\n", b"\0BEGIN\r\n",
+                     b"\0AUTH EXTERNAL " + b"30" * 20_000 + b"\r\n",
+                     *(HANDSHAKE[:cut] + garbage(cut) for cut in cuts), *map(garbage, range(5)),
+                     *(b"\0" + garbage(seed) for seed in range(5))]:
+            with self.subTest(data=data[:40]):
+                self.start(data)
+                self.assert_clean_end()
+
+    def test_after_the_handshake(self):
+        for seed in range(10):
+            with self.subTest(seed=seed):
+                self.start(HANDSHAKE + garbage(seed))
+                self.assert_clean_end()
+                self.start_after_handshake(garbage(seed))
+                self.assert_clean_end()
+
+    def test_nothing_but_descriptors(self):
+        self.start()
+        with open(self.copy("au.au"), "rb") as file:
+            socket.send_fds(self.socket, [b"\0"], [file.fileno()] * 200)
+        self.assert_clean_end()
+
+    def test_malformed_bodies_get_an_error(self):
+        good = write_blob({"path": text(self.PATH)})
+        header, body = split(good)
+        length = len(self.PATH).to_bytes(4, "little") + b"/some"
+        bad = [good.replace(b"abcdef", b"ab\xff\xfeef"), good.replace(b"path", b"p\xc0th"),
+               good.replace(b"abcdef", b"abc\0ef"), good.replace(length, b"\xff\xff\xff\x00/some"),
+               header + body.replace(b"\x01s\0", b"\x01!\0"), header + b"\xff" * len(body),
+               *(header + garbage(seed, len(body)) for seed in range(50))]
+        self.start_after_handshake()
+        for index, message in enumerate([good, *bad]):
+            with self.subTest(index=index):
+                self.send(message + ping_blob(2))
+                replies = receive_until(self.socket, 2)
+                self.assertIn(2, replies)
+                self.assertEqual(replies[1].get_error_name(),
+                                 "org.freedesktop.DBus.Error.InvalidArgs" if index else None)
+        self.assert_clean_end()
+
+    def test_every_byte_of_a_message_changed(self):
+        """The service may ignore, refuse or answer such a message, or hang up."""
+        request = change("title", text("New"), self.PATH)
+        del request["fd"]
+        good = write_blob(request)
+        served = 0
+        for index in range(len(good)):
+            bad = bytearray(good)
+            bad[index] ^= 1 << index % 8
+            with self.subTest(index=index):
+                self.start_after_handshake(bytes(bad) + ping_blob(2))
+                # A message that claims to be longer than it is would wait for the rest.
+                self.socket.shutdown(socket.SHUT_WR)
+                served += 2 in receive_until(self.socket, 2)
+                self.assert_clean_end()
+        self.assertGreater(served, len(good) // 2)
+
+
+class Files(PlayerTest):
+
+    def check(self, name, data, **parameters):
+        """A title request for a file with these contents is answered."""
+        path = os.path.join(self.directory, name)
+        with self.subTest(name=name, **parameters):
+            with open(path, "wb") as file:
+                file.write(data)
+            reply = self.write(change("title", text("New"), path), path)
+            self.assertEqual(set(reply), {"path", "result"})
+            self.player.ping()
+            self.assertEqual(self.service.descriptors_of(path), 0)
+            self.assert_clean(self.service)
+
+    def test_random_bytes_alone_and_after_a_good_beginning(self):
+        for extension, beginning in BEGINNINGS.items():
+            for seed in SEEDS:
+                data = garbage(seed, random.Random(seed).randrange(4096))
+                self.check(f"a.{extension}", data, seed=seed)
+                self.check(f"a.{extension}", beginning + data, seed=seed, beginning=beginning)
+        self.assert_still_answers()
+
+    def test_files_truncated_and_with_a_few_bytes_changed(self):
+        for name in AUDIO_FILES:
+            data = contents(os.path.join(DATA, name))
+            # Densely at the start, rarely after it, and the last bytes.
+            lengths = {0, 1, 3, 4, 7, 8, 10, 11, 16, 27, 28, 35, 42, 44, 64, 100, 128, 200, 400}
+            lengths |= {len(data) * part // 16 for part in range(1, 16)}
+            for length in lengths | {len(data) - 128, len(data) - 32, len(data) - 1}:
+                if 0 <= length < len(data):
+                    self.check(name, data[:length], length=length)
+            for seed in SEEDS:
+                generator = random.Random(f"{name} {seed}")
+                changed = bytearray(data)
+                for _ in range(8):
+                    # Mostly near the start, where most formats have their structure.
+                    index = min(int(generator.expovariate(1 / 200)), len(changed) - 1)
+                    changed[index] = generator.randrange(256)
+                self.check(name, bytes(changed), seed=seed)
+        self.assert_still_answers()
+
+
+if __name__ == "__main__":
+    unittest.main()
