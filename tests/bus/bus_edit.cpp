@@ -1,8 +1,8 @@
-// A player on the session bus that takes its edits from standard input, one a line:
+// A player on the session bus that reads edits from standard input, one per line:
 //
 //   set PATH FIELD VALUE    set-safely PATH FIELD VALUE    cover PATH SIZE
 //
-// and answers each with a line: what came of it, and what there is to say about it.
+// and prints a line for each: its status and its message.
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -34,9 +34,9 @@ const char* nameOf(Status status) {
 tagwriter::Outcome run(tagwriter::TagWriter& writer, const std::string& line) {
   using namespace tagwriter;
   std::istringstream words(line);
-  std::string verb, path;
-  words >> verb >> path;
-  if (verb == "cover") {
+  std::string command, path;
+  words >> command >> path;
+  if (command == "cover") {
     std::size_t size = 0;
     words >> size;
     std::vector<std::byte> image(size);
@@ -46,7 +46,7 @@ tagwriter::Outcome run(tagwriter::TagWriter& writer, const std::string& line) {
   std::string field, value;
   words >> field;
   std::getline(words >> std::ws, value);
-  return writer.setField(path, field, value, {.safe = verb == "set-safely"});
+  return writer.setField(path, field, value, {.safe = command == "set-safely"});
 }
 
 }  // namespace

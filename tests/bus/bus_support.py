@@ -1,4 +1,4 @@
-"""What the tests of this directory share: a bus for each test, and requests that can be held up."""
+"""Shared by the tests of this directory: a bus for each test, and requests that can be held."""
 
 import os
 import shutil
@@ -7,6 +7,8 @@ import tempfile
 import threading
 import unittest
 from pathlib import Path
+
+import mutagen
 
 from processes import DEADLINE
 from session import FRONT, SessionBus
@@ -29,11 +31,11 @@ def result(body):
 
 
 class HeldRequest:
-    """A request that makes its file shorter, held in the middle of the work: the player does not
-    answer Truncate before it is let go. It is sent at once; `with` waits until it is held."""
+    """A request that makes its file shorter, held in the middle: the player does not reply to Truncate
+    until finish(). It is sent at once; `with` waits until it is held."""
 
     def __init__(self, caller, path, field="title"):
-        self.let_go = threading.Event()
+        self.released = threading.Event()
         self.is_held = threading.Event()
         self._endpoint = TruncationEndpoint(self._answer)
         request = change(field, None, str(path))
@@ -47,18 +49,18 @@ class HeldRequest:
         return self
 
     def __exit__(self, *_):
-        self.let_go.set()
+        self.released.set()
         self._endpoint.__exit__()
 
     def _answer(self, call):
         self.is_held.set()
-        # The service gives up after 10 seconds, and then the test fails.
-        self.let_go.wait(DEADLINE)
+        # The service times out after 10 seconds, and then the test fails.
+        self.released.wait(DEADLINE)
         return shorten(call)
 
     def finish(self):
-        """Lets it go on and returns its result."""
-        self.let_go.set()
+        """Releases it and returns its result."""
+        self.released.set()
         return result(self.future.result(DEADLINE))
 
 
@@ -70,10 +72,10 @@ class BusTest(unittest.TestCase):
         self.addCleanup(directory.cleanup)
         self.directory = Path(directory.name)
 
-    def start_bus(self, front=(FRONT,), services=(), environment=None):
+    def start_bus(self, front=(FRONT,), environment=None):
         """A bus, closed at the end of the test; no sanitizer may have complained by then."""
         directory = Path(tempfile.mkdtemp(prefix="bus-", dir=self.directory))
-        bus = SessionBus(directory, front, services, environment)
+        bus = SessionBus(directory, front, environment)
         self.addCleanup(self._check_log, bus)
         self.addCleanup(bus.close)
         return bus
@@ -83,7 +85,7 @@ class BusTest(unittest.TestCase):
             self.assertNotIn(report, bus.log())
 
     def front_with(self, worker):
-        """The front with another worker beside it, or with none."""
+        """A copy of the front with another worker beside it, or with none."""
         directory = self.directory / "programs"
         directory.mkdir()
         if worker:
@@ -99,6 +101,10 @@ class BusTest(unittest.TestCase):
         """Sends a change of a text field; returns the future of the reply's body."""
         with open(path, "rb+") as file:
             return caller.write_later(change(field, text(value), str(path)), [file])
+
+    def title(self, path):
+        """The title of an MP3 file."""
+        return str(mutagen.File(path).tags["TIT2"])
 
     def set(self, caller, path, value, field="title"):
         """Changes a text field and returns the result."""

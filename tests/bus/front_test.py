@@ -1,247 +1,223 @@
-"""The front as a player on the session bus finds it: there when it is needed, gone when it is not."""
+"""The front on the session bus: activation, calls, exit codes, and workers that fail."""
 
 import os
 import signal
 import subprocess
 import unittest
 
-import mutagen
+from processes import DEADLINE, Process, children_of, wait_for
+from session import BUS_NAME, DAEMON, FRONT, Gio, GLib
+from bus_support import (
+    NO_REPLY, STAND_IN, BusTest, HeldRequest, RemoteError, change, result, text)
+from player import raw_bytes, write_call
 
-from processes import DEADLINE, children_of, wait_for
-from session import BUS_NAME, FRONT, Gio, GLib
-from bus_support import BusTest, TruncationEndpoint, change, text
-from player import INTERFACE, OBJECT, dictionary, number, raw_bytes, write_call
-
-# Where a worker is that does not stand beside the front.
-INSTALLED = ["/usr/libexec/tagwriter", "/usr/local/libexec/tagwriter"]
-
-ERROR = "org.freedesktop.DBus.Error."
+VICTIM = "org.tagwriter.Victim"
 
 
 class ActivationTest(BusTest):
 
-    def test_starts_at_the_first_call_and_stays(self):
-        bus = self.start_bus()
-        caller = bus.caller()
+    def test_starts_with_the_first_call_stays_and_returns_after_it_was_idle(self):
+        bus = self.start_bus((FRONT, "--idle", "1"))
+        caller, path = bus.caller(), self.copy("mp3_plain.mp3")
         owners = caller.watch_owners()
-        self.assertIsNone(caller.owner())
         self.assertEqual(bus.started(), [])
-        path = self.copy("mp3_plain.mp3")
-        self.assertTrue(self.set(caller, path, "One"))
-        self.assertEqual(str(mutagen.File(path).tags["TIT2"]), "One")
-        self.assertEqual(owners, [caller.owner()])
-        front = caller.front()
-        self.assertEqual(list(children_of(front.pid).values()), ["tagwriterd"])
-        worker = list(children_of(front.pid))
-        self.assertTrue(self.set(bus.caller(), path, "Two"))
-        self.assertEqual(len(owners), 1)
-        self.assertEqual(list(children_of(front.pid)), worker)
-
-    def test_starts_the_worker_at_the_first_request_only(self):
-        bus = self.start_bus()
-        caller = bus.caller()
         caller.ping_front()
-        self.assertEqual(children_of(caller.front().pid), {})
-
-    def test_leaves_when_idle_and_comes_back(self):
-        caller = self.start_bus((FRONT, "--idle", "1")).caller()
-        owners = caller.watch_owners()
-        path = self.copy("mp3_plain.mp3")
+        front = caller.front()
+        self.assertEqual(children_of(front.pid), {}, "the worker waits for a request")
         self.assertTrue(self.set(caller, path, "One"))
-        first = caller.front()
-        worker = children_of(first.pid)
-        wait_for(lambda: owners[-1] == "", "the name is released")
-        first.wait()
-        for pid in worker:
-            wait_for(lambda: not os.path.exists(f"/proc/{pid}"), "the worker ends")
-        self.assertTrue(self.set(caller, path, "Two"))
-        self.assertNotEqual(caller.front().pid, first.pid)
-        self.assertEqual(str(mutagen.File(path).tags["TIT2"]), "Two")
-        self.assertEqual(len(set(owners)), 3)
+        worker = children_of(front.pid)
+        self.assertEqual(list(worker.values()), ["tagwriterd"])
+        self.assertTrue(self.set(bus.caller(), path, "Two"))
+        self.assertEqual((children_of(front.pid), len(owners)), (worker, 1))
+        front.wait()
+        wait_for(lambda: not any(os.path.exists(f"/proc/{pid}") for pid in worker), "the worker exits")
+        self.assertTrue(self.set(caller, path, "Three"))
+        self.assertEqual((self.title(path), owners[1], len(set(owners))), ("Three", "", 3))
 
 
 class CallTest(BusTest):
-    """Calls that a front gets."""
 
     def setUp(self):
         super().setUp()
-        self.bus = self.start_bus()
-        self.caller = self.bus.caller()
+        self.caller = self.start_bus().caller()
 
-    def test_results_and_paths_come_back(self):
-        mp3, noise = self.copy("mp3_plain.mp3"), self.directory / "noise.flac"
+    def test_results_and_paths_are_returned(self):
+        noise = self.directory / "noise.flac"
         noise.write_bytes(b"no audio at all")
-        for path, expected in [(mp3, True), (noise, False)]:
-            with open(path, "rb+") as file:
-                reply = self.caller.write(change("composer", text("C"), str(path)), [file])
-            self.assertEqual(reply["result"].get_boolean(), expected)
-            self.assertEqual(reply["path"].get_string(), str(path))
+        for file, expected in [(self.copy("mp3_plain.mp3"), True), (noise, False)]:
+            for path in (text(str(file)), raw_bytes(b"caf\xe9" + file.suffix.encode())):
+                with open(file, "rb+") as opened:
+                    reply = self.caller.write(change("composer", text("C")) | {"path": path}, [opened])
+                self.assertEqual(reply["result"].get_boolean(), expected)
+                self.assertTrue(reply["path"].equal(path))
 
-    def test_a_path_that_is_not_utf8_comes_back_as_it_was(self):
-        name = os.fsencode(self.directory) + b"/caf\xe9.mp3"
-        request = change("title", text("T")) | {"path": raw_bytes(name)}
-        with open(self.copy("mp3_plain.mp3"), "rb+") as file:
-            reply = self.caller.write(request, [file])
-        self.assertTrue(reply["result"].get_boolean())
-        self.assertEqual(bytes(reply["path"].get_data_as_bytes().get_data()), name)
+    def test_malformed_calls_get_an_error(self):
+        for error, method, body in [
+                ("InvalidArgs", "Write", GLib.Variant("()", [])),
+                ("InvalidArgs", "Write", GLib.Variant("(a{ss})", [{"path": "x"}])),
+                ("InvalidArgs", "Write", GLib.Variant("(a{sv}a{sv})", [{}, {}])),
+                ("UnknownMethod", "Read", GLib.Variant("(a{sv})", [{}]))]:
+            message = write_call({})
+            message.set_destination(BUS_NAME)
+            message.set_member(method)
+            message.set_body(body)
+            self.assert_error(f"org.freedesktop.DBus.Error.{error}", self.caller.submit(message))
 
-    def test_truncation_reaches_the_player(self):
-        path = self.copy("wavpack_tagged.wv")
-        before = path.stat().st_size
-        request = change("title", None, str(path)) | {"truncateconnection": GLib.Variant("h", 1)}
-        with TruncationEndpoint() as endpoint, open(path, "rb+") as file:
-            reply = self.caller.write(request, [file, endpoint.theirs])
-            self.assertTrue(reply["result"].get_boolean())
-            self.assertEqual([call.size for call in endpoint.calls], [path.stat().st_size])
-        self.assertLess(path.stat().st_size, before)
-
-    def test_other_bodies_are_invalid(self):
-        for body in [None, GLib.Variant("(s)", ["x"]), GLib.Variant("(a{ss})", [{"path": "x"}]),
-                     GLib.Variant("(a{sv}a{sv})", [{}, {}]), GLib.Variant("(v)", [text("x")])]:
-            with self.subTest(body=str(body)):
-                message = write_call({})
-                message.set_destination(BUS_NAME)
-                message.set_body(body or GLib.Variant("()", []))
-                self.assert_error(ERROR + "InvalidArgs", self.caller.submit(message))
-        self.assertFalse(self.caller.write({})["result"].get_boolean())
-
-    def test_other_names_are_unknown(self):
-        body = GLib.Variant.new_tuple(dictionary({}))
-        for error, names in [
-            ("UnknownObject", ("/org/tagwriter", INTERFACE, "Write")),
-            ("UnknownObject", ("/org/tagwriter/TagWriter/1", INTERFACE, "Write")),
-            ("UnknownMethod", (OBJECT, "org.tagwriter.TagWriter2", "Write")),
-            ("UnknownMethod", (OBJECT, INTERFACE, "write")),
-            ("UnknownMethod", (OBJECT, INTERFACE, "Read")),
-        ]:
-            with self.subTest(names=names):
-                message = Gio.DBusMessage.new_method_call(BUS_NAME, *names)
-                message.set_body(body)
-                self.assert_error(ERROR + error, self.caller.submit(message))
-
-    def test_introspection_names_what_there_is(self):
-        xml = self.caller.call(BUS_NAME, OBJECT, "org.freedesktop.DBus.Introspectable", "Introspect")
-        node = Gio.DBusNodeInfo.new_for_xml(xml.unpack()[0])
-        ours = [i for i in node.interfaces if not i.name.startswith("org.freedesktop.DBus.")]
-        self.assertEqual([i.name for i in ours], [INTERFACE])
-        self.assertEqual((ours[0].properties, ours[0].signals), ([], []))
-        self.assertEqual([method.name for method in ours[0].methods], ["Write"])
-        method = ours[0].methods[0]
-        self.assertEqual([(arg.name, arg.signature) for arg in method.in_args],
-                         [("request", "a{sv}")])
-        self.assertEqual([(arg.name, arg.signature) for arg in method.out_args],
-                         [("reply", "a{sv}")])
-
-    def test_a_request_that_wants_no_reply_gets_no_work(self):
-        silent, asked = self.copy("mp3_plain.mp3"), self.copy("flac_plain.flac")
-        before = silent.read_bytes()
-        with open(silent, "rb+") as file:
-            message = write_call(change("title", text("T"), str(silent)), [file])
+    def test_a_call_that_expects_no_reply_is_ignored(self):
+        message = write_call({})
         message.set_destination(BUS_NAME)
         message.set_flags(Gio.DBusMessageFlags.NO_REPLY_EXPECTED)
         self.caller.connection.send_message(message, Gio.DBusSendMessageFlags.NONE)
         self.caller.ping_front()
         self.assertEqual(children_of(self.caller.front().pid), {})
-        self.assertTrue(self.set(self.caller, asked, "T"))
-        self.assertEqual(silent.read_bytes(), before)
-
-    def test_values_of_every_type_reach_the_worker(self):
-        path = self.copy("flac_plain.flac")
-        for field, value, key, expected in [
-            ("title", text("Süß"), "title", ["Süß"]), ("year", number(1918), "date", ["1918"]),
-            ("rating", GLib.Variant("d", 3.5), "rating", ["70"]),
-            ("compilation", GLib.Variant("b", True), "compilation", ["1"]),
-        ]:
-            with open(path, "rb+") as file:
-                reply = self.caller.write(change(field, value, str(path)), [file])
-            self.assertTrue(reply["result"].get_boolean())
-            self.assertEqual(mutagen.File(path)[key], expected)
-        image = (self.copy("cover_red.png")).read_bytes()
-        request = {"fd": GLib.Variant("h", 0), "path": text(str(path)), "artwork": raw_bytes(image),
-                   "artworktype": number(1)}
-        with open(path, "rb+") as file:
-            self.assertTrue(self.caller.write(request, [file])["result"].get_boolean())
-        self.assertEqual([picture.data for picture in mutagen.File(path).pictures], [image])
 
 
 class ExitTest(BusTest):
-    """How a front that was started by hand ends."""
+    """Exit codes of a front that was started by hand."""
 
-    def start(self, *arguments, address):
+    def start(self, *arguments, address="nonsense", program=FRONT, **options):
         process = subprocess.Popen(
-            [FRONT, *arguments], env={**os.environ, "DBUS_SESSION_BUS_ADDRESS": address},
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-        self.addCleanup(self.end, process)
+            [program, *arguments], env={**os.environ, "DBUS_SESSION_BUS_ADDRESS": address},
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+            **options)
+        self.addCleanup(process.communicate)
+        self.addCleanup(process.kill)
         return process
 
-    @staticmethod
-    def end(process):
-        if process.poll() is None:
-            process.kill()
-        process.communicate()
-
-    def assert_exit(self, code, process):
-        """The exit code is this; standard error says something exactly when there is a failure."""
+    def assert_exit(self, code, process, expected=""):
+        """This exit code, and this on standard error, or nothing if the code is 0."""
         _, errors = process.communicate(timeout=DEADLINE)
         self.assertEqual(process.returncode, code, errors)
+        self.assertIn(expected, errors)
         self.assertEqual(errors != "", code != 0, errors)
-        return errors
 
     def started(self, bus, *arguments):
-        caller = bus.caller()
+        """A front that owns its name and has a worker."""
         process = self.start(*arguments, address=bus.address)
-        wait_for(caller.owner, "the front owns its name")
-        return caller, process
+        wait_for(bus.caller().owner, "the front owns its name")
+        self.assertTrue(self.set(bus.caller(), self.copy("mp3_plain.mp3"), "T"))
+        return process
 
-    def test_with_0_when_asked_to_or_idle(self):
+    def test_0_on_signals_and_when_idle(self):
         bus = self.start_bus(front=None)
-        for number_of_signal in [signal.SIGTERM, signal.SIGINT]:
-            caller, process = self.started(bus)
-            self.assertTrue(self.set(caller, self.copy("mp3_plain.mp3"), "T"))
-            process.send_signal(number_of_signal)
+        for number in (signal.SIGTERM, signal.SIGINT):
+            process = self.started(bus)
+            process.send_signal(number)
             self.assert_exit(0, process)
-        caller, process = self.started(bus, "--idle", "1")
-        self.assert_exit(0, process)
+        self.assert_exit(0, self.started(bus, "--idle=1"))
 
-    def test_with_1_without_a_bus(self):
-        for address in [f"unix:path={self.directory}/nowhere", "nonsense", "unix:"]:
-            errors = self.assert_exit(1, self.start(address=address))
-            self.assertTrue(errors.startswith("tagwriter-bus: "), errors)
-
-    def test_with_1_when_the_name_is_taken(self):
+    def test_1_without_a_bus_or_the_name(self):
+        for address in (f"unix:path={self.directory}/nowhere", "nonsense"):
+            self.assert_exit(1, self.start(address=address), "tagwriter-bus: ")
         bus = self.start_bus(front=None)
-        caller, first = self.started(bus)
-        self.assert_exit(1, self.start(address=bus.address))
-        self.assertTrue(self.set(caller, self.copy("mp3_plain.mp3"), "T"))
-        first.terminate()
-        self.assert_exit(0, first)
-
-    def test_with_1_when_the_bus_goes_away(self):
-        bus = self.start_bus(front=None)
-        caller, process = self.started(bus)
-        self.assertTrue(self.set(caller, self.copy("mp3_plain.mp3"), "T"))
+        owner = self.started(bus)
+        self.assert_exit(1, self.start(address=bus.address), "tagwriter-bus: File exists")
         bus.close()
-        self.assert_exit(1, process)
+        self.assert_exit(1, owner, "tagwriter-bus: ")
 
-    def test_with_1_without_a_worker(self):
-        for directory in INSTALLED:
+    def test_1_without_a_worker_whatever_the_current_directory_holds(self):
+        for directory in ("/usr/libexec/tagwriter", "/usr/local/libexec/tagwriter"):
             if os.path.exists(directory):
                 self.skipTest(f"the front finds a worker in {directory}")
-        bus = self.start_bus(front=None)
-        process = subprocess.run([self.front_with(None)], env=bus.environment(), text=True,
-                                 stdin=subprocess.DEVNULL, capture_output=True, timeout=DEADLINE)
-        self.assertEqual(process.returncode, 1)
-        self.assertIn("tagwriterd", process.stderr)
+        front = self.front_with(None)
+        current = self.directory / "a" / "b" / "c"
+        # Any of these could be taken for the worker of a library in the current directory.
+        for parent in (current, *current.parents[:2]):
+            for place in (parent, parent / "libexec/tagwriter"):
+                place.mkdir(parents=True, exist_ok=True)
+                (place / "tagwriterd").symlink_to("/bin/true")
+        (current / "lib/arch").mkdir(parents=True)
+        (current / "lib/arch/front").touch()
+        for name in ("front", "./front", "lib/arch/front"):  # argv[0]
+            self.assert_exit(1, self.start(program=name, executable=front, cwd=current),
+                             "tagwriterd found neither")
 
-    def test_with_2_when_called_in_the_wrong_way(self):
-        for arguments in [["--idle", "0"], ["--idle", "-1"], ["--idle"], ["--idle", "x"], ["--what"]]:
-            self.assert_exit(2, self.start(*arguments, address="nonsense"))
-
-    def test_with_0_after_the_help(self):
-        process = self.start("--help", address="nonsense")
-        output, _ = process.communicate(timeout=DEADLINE)
+    def test_2_on_misuse_and_0_after_the_help(self):
+        for expected, *arguments in (
+                ["not '0'", "--idle", "0"], ["not '-1'", "--idle=-1"], ["not '1s'", "--idle", "1s"],
+                ["--idle' requires an argument", "--idle"], ["--what", "--what"],
+                ["unexpected argument 'now'", "now"]):
+            self.assert_exit(2, self.start(*arguments), expected)
+        process = self.start("--help")
+        self.assertIn("--idle", process.communicate(timeout=DEADLINE)[0])
         self.assertEqual(process.returncode, 0)
-        self.assertIn("--idle", output)
+
+
+class WorkerTest(BusTest):
+    """Workers that die or misbehave: one caller gets an error, the others are served."""
+
+    def test_killed_during_a_request_and_between_two(self):
+        caller, other = (bus := self.start_bus()).caller(), bus.caller()
+        path = self.copy("mp3_plain.mp3")
+        with HeldRequest(caller, self.copy("ape_tagged.ape")) as held:
+            front = caller.front()
+            worker, = children_of(front.pid)
+            waiting = [self.set_later(other, path, str(i)) for i in range(6)]
+            other.ping_front()
+            os.kill(worker, signal.SIGKILL)
+            self.assert_error(NO_REPLY, held.future)
+            self.assertTrue(all(result(future.result(DEADLINE)) for future in waiting))
+        self.assertEqual(self.title(path), "5")
+        for i in range(3):
+            worker, = map(Process, children_of(front.pid))
+            front.send(signal.SIGSTOP)  # it learns of the death and of the request at once
+            worker.send(signal.SIGKILL)
+            worker.wait()
+            future = self.set_later(caller, path, f"After {i}")
+            caller.ask_daemon("GetId")
+            front.send(signal.SIGCONT)
+            self.assertTrue(result(future.result(DEADLINE)))
+        self.assertEqual((self.title(path), caller.front().pid), ("After 2", front.pid))
+
+    def start(self, how):
+        environment = {"STAND_IN": how, "VICTIM": VICTIM}
+        self.bus = self.start_bus((self.front_with(STAND_IN),), environment)
+        self.caller = self.bus.caller()
+
+    def replies(self, count):
+        """The results, or the names of the errors, of so many requests sent at once."""
+        found = []
+        for future in [self.caller.write_later({}) for _ in range(count)]:
+            try:
+                found.append(result(future.result(DEADLINE)))
+            except RemoteError as error:
+                found.append(error.name)
+        return found
+
+    def test_that_dies_at_each_request(self):
+        self.start("dies")
+        self.assertEqual(self.replies(3), [NO_REPLY] * 3)
+        (self.directory / "programs" / "tagwriterd").write_text("no program")
+        self.assertEqual(self.replies(1), [NO_REPLY])
+
+    def test_that_exits_after_each_reply(self):
+        self.start("answers-once")
+        for _ in range(3):
+            self.assertEqual(self.replies(1), [True])
+            wait_for(lambda: not children_of(self.caller.front().pid), "the worker exits")
+
+    def test_that_replies_with_an_error(self):
+        self.start("refuses")
+        self.assertEqual(self.replies(2), ["org.tagwriter.Test.Refused"] * 2)
+
+    def test_that_does_not_speak_or_exit(self):
+        self.start("babbles")
+        self.assertEqual(self.replies(2), [NO_REPLY] * 2)
+        self.assertEqual(children_of(self.caller.front().pid), {})
+
+    def test_that_calls_the_bus(self):
+        self.start("calls")
+        started = self.directory / "started"
+        (self.bus.directory / f"services/{VICTIM}.service").write_text(
+            f"[D-BUS Service]\nName={VICTIM}\nExec=/bin/sh -c 'touch {started}; exit 1'\n")
+        self.caller.call(*DAEMON, "ReloadConfig")
+        self.assertEqual(self.replies(1), [NO_REPLY])
+        self.caller.ping_front()  # the bus has whatever the front has sent
+        self.assertNotIn(VICTIM, self.bus.log())
+        self.assertFalse(started.exists())
+        with self.assertRaises(RemoteError):  # the bus would have started it
+            self.caller.ask_daemon("StartServiceByName", GLib.Variant("(su)", (VICTIM, 0)))
+        self.assertTrue(started.exists())
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""Processes that are not the test's own children, and waiting for what they do."""
+"""Processes that are not children of the test, and waiting for conditions."""
 
 import os
 import select
@@ -6,7 +6,7 @@ import signal
 import time
 from pathlib import Path
 
-# How long anything may take, in seconds. Far more than anything takes; only failures meet it.
+# How long anything may take, in seconds: far more than it takes, so that only failures reach it.
 DEADLINE = 60
 
 
@@ -15,13 +15,13 @@ def wait_for(condition, what):
     end = time.monotonic() + DEADLINE
     while not (result := condition()):
         if time.monotonic() > end:
-            raise AssertionError(f"waited in vain: {what}")
+            raise AssertionError(f"timed out waiting until {what}")
         time.sleep(0.002)
     return result
 
 
 def children_of(parent):
-    """The processes that `parent` has started and that have not ended, as {pid: program}."""
+    """The running child processes of `parent`, as {pid: program}."""
     found = {}
     for entry in os.listdir("/proc"):
         if not entry.isdigit():
@@ -38,7 +38,7 @@ def children_of(parent):
 
 
 class Process:
-    """Somebody else's child, held so that its number cannot come to mean another process."""
+    """A process, held by a pidfd so that its ID cannot be reused."""
 
     def __init__(self, pid):
         self.pid = pid
@@ -48,20 +48,26 @@ class Process:
         os.close(self._handle)
 
     def send(self, number):
-        """Sends a signal; nothing when the process has ended."""
+        """Sends a signal, unless the process has exited."""
         try:
             signal.pidfd_send_signal(self._handle, number)
         except ProcessLookupError:
             pass
 
     def ended(self, within=0):
-        """Whether the process ends within so many seconds."""
+        """Whether the process exits within so many seconds."""
         return bool(select.select([self._handle], [], [], within)[0])
 
     def wait(self):
-        """Waits for its end."""
+        """Waits for it to exit."""
         if not self.ended(DEADLINE):
-            raise AssertionError(f"process {self.pid} does not end")
+            raise AssertionError(f"process {self.pid} does not exit")
+
+    def is_idle_after(self, number):
+        """Whether it sleeps and has received the signal that it was sent."""
+        status = Path(f"/proc/{self.pid}/status").read_text()
+        pending = int(status.split("ShdPnd:")[1].split()[0], 16)
+        return "State:\tS" in status and not pending & 1 << number - 1
 
     def descriptors(self):
         """What its open descriptors point to, sorted; sockets and pipes without their numbers."""

@@ -1,11 +1,11 @@
-"""A session bus of a test's own: a real dbus-daemon that activates the front from the build tree.
+"""A private session bus: a real dbus-daemon that activates the front from the build tree.
 
     with SessionBus(directory) as bus:
         caller = bus.caller()
         reply = caller.write(change("title", text("Word"), path), [file])
 
-Nothing here waits for longer than DEADLINE seconds, and every process that the bus has started is
-gone when it closes.
+Nothing waits for longer than DEADLINE seconds. Closing the bus waits for all processes that it has
+started, and kills those that do not exit.
 """
 
 import concurrent.futures
@@ -34,14 +34,13 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Con
 <busconfig>
   <type>session</type>
   <listen>unix:path={directory}/bus</listen>
-  <auth>EXTERNAL</auth>
   <servicedir>{directory}/services</servicedir>
   <policy context="default">
     <allow send_destination="*"/>
     <allow receive_sender="*"/>
     <allow own="*"/>
   </policy>
-  <!-- As every session bus has them. -->
+  <!-- As on every session bus. -->
   <limit name="max_incoming_bytes">1000000000</limit>
   <limit name="max_incoming_unix_fds">250000000</limit>
   <limit name="max_outgoing_bytes">1000000000</limit>
@@ -52,29 +51,18 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Con
 </busconfig>
 """
 
-ACTIVATION = """[D-BUS Service]
-Name={name}
-Exec={command}
-"""
-
 MARK = "SESSION_BUS_OF_TEST"
-
-
-class MainLoop:
-    """GLib's main loop on a thread, which delivers replies and signals."""
-
-    def __init__(self):
-        self._loop = GLib.MainLoop()
-        threading.Thread(target=self._loop.run, daemon=True).start()
 
 
 class Caller:
     """A player on the bus."""
 
-    _main_loop = None
+    _main_loop = None  # on a thread, delivers replies and signals
 
     def __init__(self, address):
-        Caller._main_loop = Caller._main_loop or MainLoop()
+        if not Caller._main_loop:
+            Caller._main_loop = GLib.MainLoop()
+            threading.Thread(target=Caller._main_loop.run, daemon=True).start()
         flags = Gio.DBusConnectionFlags
         self.connection = Gio.DBusConnection.new_for_address_sync(
             address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None)
@@ -88,10 +76,10 @@ class Caller:
         """Sends a request, a dict or a variant, and returns the reply as a dict of variants."""
         return reply_values(self.write_later(request, fds).result(DEADLINE))
 
-    def write_later(self, request, fds=()):
-        """Sends a request behind all earlier ones. Returns the future of the reply's body."""
+    def write_later(self, request, fds=(), destination=BUS_NAME):
+        """Sends a request after all earlier ones. Returns the future of the reply's body."""
         message = write_call(request, fds)
-        message.set_destination(BUS_NAME)
+        message.set_destination(destination)
         return self.submit(message)
 
     def submit(self, message):
@@ -123,9 +111,9 @@ class Caller:
         """Calls the bus itself and returns the one value of the reply."""
         return self.call(*DAEMON, method, body).unpack()[0]
 
-    def ping_front(self):
-        """A round trip. When it is over, the front has taken all that this caller sent before."""
-        self.call(BUS_NAME, OBJECT, PEER_INTERFACE, "Ping")
+    def ping_front(self, destination=BUS_NAME):
+        """A round trip, after which the front has received all that this caller sent before."""
+        self.call(destination, OBJECT, PEER_INTERFACE, "Ping")
 
     def owner(self):
         """The unique name of the front's connection, or None while nobody owns the name."""
@@ -147,32 +135,31 @@ class Caller:
 
 
 class SessionBus:
-    """A dbus-daemon. `front` is the command that it starts for the front's name, if any; `services`
-    are other names with their command lines, and `environment` is added for all of them."""
+    """A dbus-daemon. `front` is the command that it starts for the front's name, if any;
+    `environment` is added to its environment."""
 
-    def __init__(self, directory, front=(FRONT,), services=(), environment=None):
+    def __init__(self, directory, front=(FRONT,), environment=None):
         self.directory = Path(directory)
         (self.directory / "services").mkdir()
         if front:
-            services = [*services, (BUS_NAME, " ".join(f'"{part}"' for part in front))]
-        for name, command in services:
-            (self.directory / "services" / f"{name}.service").write_text(
-                ACTIVATION.format(name=name, command=command))
+            command = " ".join(f'"{part}"' for part in front)
+            (self.directory / "services" / f"{BUS_NAME}.service").write_text(
+                f"[D-BUS Service]\nName={BUS_NAME}\nExec={command}\n")
         (self.directory / "bus.conf").write_text(CONFIGURATION.format(directory=self.directory))
         self._callers = []
-        # By this the processes are known that the daemon has started, directly or not.
+        # Marks the processes that the daemon has started, directly or not.
         self._mark = f"{MARK}={directory}"
         self._environment = {**os.environ, **(environment or {}), MARK: str(directory)}
         self._start_daemon()
 
     def _start_daemon(self):
         with open(self.directory / "log", "a") as log:
-            self._daemon = subprocess.Popen(
+            self.daemon = subprocess.Popen(
                 ["dbus-daemon", "--nofork", "--nosyslog", "--print-address",
                  f"--config-file={self.directory}/bus.conf"],
                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, env=self._environment)
-        # Without the daemon's own number, so that the address is good for its successor too.
-        self.address = self._daemon.stdout.readline().decode().strip().partition(",guid=")[0]
+        # Without the daemon's GUID, so that the address is valid for its successor too.
+        self.address = self.daemon.stdout.readline().decode().strip().partition(",guid=")[0]
         if not self.address:
             raise AssertionError(f"dbus-daemon does not start: {self.log()}")
 
@@ -192,48 +179,48 @@ class SessionBus:
         return self._callers[-1]
 
     def log(self):
-        """What the daemon and all that it has started have written to standard error."""
+        """What the daemon and the processes that it has started have written to standard error."""
         return (self.directory / "log").read_text(errors="backslashreplace")
 
     def started(self):
-        """The running processes that the daemon has started, and what these have started."""
+        """The running processes that the daemon has started, directly or not."""
         found = []
         for entry in filter(str.isdigit, os.listdir("/proc")):
             try:
                 with open(f"/proc/{entry}/environ", "rb") as file:
                     environment = os.fsdecode(file.read()).split("\0")
-                if self._mark in environment and int(entry) != self._daemon.pid:
+                if self._mark in environment and int(entry) != self.daemon.pid:
                     found.append(Process(int(entry)))
             except (FileNotFoundError, ProcessLookupError, PermissionError):
-                pass  # ended meanwhile, or somebody else's
+                pass  # has exited, or is another user's
         return found
 
     def pause(self):
-        """Stops the daemon: what is sent from now on lies in wait for it."""
-        self._daemon.send_signal(signal.SIGSTOP)
+        """Stops the daemon: what is sent to it from now on waits in its sockets."""
+        self.daemon.send_signal(signal.SIGSTOP)
 
     def resume(self):
-        """Lets the daemon go on."""
-        self._daemon.send_signal(signal.SIGCONT)
+        """Continues the daemon."""
+        self.daemon.send_signal(signal.SIGCONT)
 
     def restart(self):
-        """Ends the daemon and all that it has started, and starts it again at the same place."""
+        """Ends the daemon and all that it has started, and restarts it at the same address."""
         self.close()
         self._callers = []
         self._start_daemon()
 
     def close(self):
-        """Ends the daemon and waits for all that it has started to follow."""
-        if self._daemon.poll() is None:
+        """Ends the daemon and waits for the processes that it has started to exit."""
+        if self.daemon.poll() is None:
             started = self.started()
             for caller in self._callers:
                 caller.close()
-            self._daemon.terminate()
-            self._daemon.wait(DEADLINE)
+            self.daemon.terminate()
+            self.daemon.wait(DEADLINE)
             try:
                 for process in started:
                     process.wait()
             finally:
                 for process in started:
                     process.send(signal.SIGKILL)
-        self._daemon.stdout.close()
+        self.daemon.stdout.close()

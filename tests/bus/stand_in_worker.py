@@ -1,12 +1,12 @@
 #!/usr/bin/python3
-"""A worker that misbehaves, to be put in the place of tagwriterd. It speaks D-Bus by hand and does
-what STAND_IN says:
+"""A misbehaving worker, installed in place of tagwriterd. It speaks D-Bus by hand. STAND_IN selects
+what it does on a request:
 
-  answers-once  answers the first request, hears nothing from then on, and ends
-  babbles       speaks no D-Bus at all, hears nothing, and stays
-  calls         answers with a call to the bus, to start whatever service STAND_IN_TARGET names
-  dies          ends when a request comes
-  refuses       answers with an error
+  answers-once  replies to it, ignores all others, and exits
+  babbles       sends garbage instead of the handshake, and does not exit
+  calls         replies with a method call to the bus daemon that starts the service VICTIM
+  dies          exits
+  refuses       replies with an error
 """
 
 import os
@@ -20,74 +20,62 @@ gi.require_version("Gio", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402
 
 CAPABILITIES = Gio.DBusCapabilityFlags.UNIX_FD_PASSING
+how = os.environ["STAND_IN"]
+connection = socket.socket(fileno=int(sys.argv[1].removeprefix("--fd=")))
+received = b""
 
 
-class Worker:
-    def __init__(self, fd):
-        self._socket = socket.socket(fileno=fd)
-        self._buffer = b""
-
-    def _receive(self):
-        piece = self._socket.recv(65536)
-        if not piece:
-            sys.exit(0)
-        self._buffer += piece
-
-    def babble(self):
-        self._socket.sendall(b"ready\r\n" * 100)
-        while True:
-            signal.pause()
-
-    def serve(self):
-        if os.environ["STAND_IN"] == "babbles":
-            self.babble()
-        while b"BEGIN\r\n" not in self._buffer:
-            self._receive()
-        self._buffer = self._buffer.split(b"BEGIN\r\n", 1)[1]
-        self._socket.sendall(b"DATA\r\nOK " + b"0" * 32 + b"\r\nAGREE_UNIX_FD\r\n")
-        while True:
-            call = self.next_message()
-            if call.get_member() == "Write":
-                self.answer(call)
-            else:
-                self.send(Gio.DBusMessage.new_method_reply(call))
-
-    def next_message(self):
-        while (len(self._buffer) < 16
-               or len(self._buffer) < Gio.DBusMessage.bytes_needed(self._buffer)):
-            self._receive()
-        length = Gio.DBusMessage.bytes_needed(self._buffer)
-        message = Gio.DBusMessage.new_from_blob(self._buffer[:length], CAPABILITIES)
-        self._buffer = self._buffer[length:]
-        return message
-
-    def send(self, message):
-        message.set_serial(1000)
-        self._socket.sendall(bytes(message.to_blob(CAPABILITIES)))
-
-    def answer(self, call):
-        how = os.environ["STAND_IN"]
-        if how == "answers-once":
-            self._socket.shutdown(socket.SHUT_RD)
-            reply = Gio.DBusMessage.new_method_reply(call)
-            reply.set_body(GLib.Variant("(a{sv})", [{"result": GLib.Variant("b", True)}]))
-            self.send(reply)
-            sys.exit(0)
-        if how == "refuses":
-            self.send(Gio.DBusMessage.new_method_error_literal(
-                call, "org.tagwriter.Test.Refused", "no"))
-            return
-        if how == "calls":
-            message = Gio.DBusMessage.new_method_call(
-                "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                "StartServiceByName")
-            message.set_body(GLib.Variant("(su)", (os.environ["STAND_IN_TARGET"], 0)))
-            message.set_reply_serial(call.get_serial())
-            self.send(message)
-            # The same without what marks it as a reply.
-            message.set_header(Gio.DBusMessageHeaderField.REPLY_SERIAL, None)
-            self.send(message)
-        sys.exit(0)
+def receive():
+    global received
+    piece = connection.recv(65536)
+    received += piece or sys.exit(0)
 
 
-Worker(int(sys.argv[1].removeprefix("--fd="))).serve()
+def next_message():
+    global received
+    while len(received) < 16 or len(received) < Gio.DBusMessage.bytes_needed(received):
+        receive()
+    length = Gio.DBusMessage.bytes_needed(received)
+    message = Gio.DBusMessage.new_from_blob(received[:length], CAPABILITIES)
+    received = received[length:]
+    return message
+
+
+def send(message):
+    message.set_serial(1000)
+    connection.sendall(bytes(message.to_blob(CAPABILITIES)))
+
+
+def respond(call):
+    if how == "answers-once":
+        connection.shutdown(socket.SHUT_RD)
+        reply = Gio.DBusMessage.new_method_reply(call)
+        reply.set_body(GLib.Variant("(a{sv})", [{"result": GLib.Variant("b", True)}]))
+        send(reply)
+    if how == "refuses":
+        return send(Gio.DBusMessage.new_method_error_literal(call, "org.tagwriter.Test.Refused", "no"))
+    if how == "calls":
+        message = Gio.DBusMessage.new_method_call(
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "StartServiceByName")
+        message.set_body(GLib.Variant("(su)", (os.environ["VICTIM"], 0)))
+        message.set_reply_serial(call.get_serial())
+        send(message)
+        message.set_header(Gio.DBusMessageHeaderField.REPLY_SERIAL, None)
+        send(message)
+    sys.exit(0)
+
+
+if how == "babbles":
+    connection.sendall(b"ready\r\n" * 100)
+    while True:
+        signal.pause()
+while b"BEGIN\r\n" not in received:
+    receive()
+received = received.split(b"BEGIN\r\n", 1)[1]
+connection.sendall(b"DATA\r\nOK " + b"0" * 32 + b"\r\nAGREE_UNIX_FD\r\n")
+while True:
+    call = next_message()
+    if call.get_member() == "Write":
+        respond(call)
+    else:
+        send(Gio.DBusMessage.new_method_reply(call))
