@@ -1,9 +1,4 @@
-"""An installation in a directory of a test's own, and a session bus that knows it.
-
-    install(directory / "prefix")
-    with Session(directory / "prefix") as session:
-        subprocess.run([player, ...], env=session.environment())
-"""
+"""A temporary installation, and programs on a session bus that knows it and nothing else."""
 
 import os
 import re
@@ -20,24 +15,32 @@ LIBDIR = os.environ["TAGWRITER_LIBDIR"]
 VERSION = os.environ["TAGWRITER_VERSION"]
 CXX_FLAGS = os.environ["TAGWRITER_CXX_FLAGS"].split()
 
-BUS_NAME = "org.tagwriter.TagWriter"
-OBJECT = "/org/tagwriter/TagWriter"
-
-# How long anything may take, in seconds. Far more than anything takes; only failures meet it.
+# How long anything may take, in seconds: far more than it takes, so that only failures reach it.
 DEADLINE = 120
 
 
 def run(*command, **options):
-    """Runs a command, whose failure fails the test with all that it said. Returns its output."""
+    """Runs a command that must succeed. Returns its output, with standard error."""
     done = subprocess.run([os.fspath(part) for part in command], text=True, timeout=DEADLINE,
-                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, **options)
+                          stdout=subprocess.PIPE, **{"stderr": subprocess.STDOUT, **options})
     if done.returncode != 0:
         raise AssertionError(f"{command} returned {done.returncode}:\n{done.stdout}")
     return done.stdout
 
 
+def run_on_bus(prefix, *command):
+    """Runs a command on a new session bus that can start only what is installed below `prefix`."""
+    with tempfile.TemporaryDirectory(prefix="tagwriter-session-") as home:
+        environment = {**os.environ, "HOME": home, "XDG_RUNTIME_DIR": home, "XDG_DATA_HOME": home,
+                       "XDG_DATA_DIRS": f"{prefix}/share",
+                       "LD_LIBRARY_PATH": str(prefix / LIBDIR), "PYTHONDONTWRITEBYTECODE": "1"}
+        # What the bus and the front print goes to the test's standard error.
+        return run("dbus-run-session", "--", "sh", "-c", '"$@" 2>&1', "sh", *command,
+                   env=environment, stderr=None)
+
+
 def install(prefix, destdir=None, **options):
-    """Installs the build tree below `prefix`, and that below `destdir`."""
+    """Installs the build tree to `prefix`, below `destdir` if any."""
     environment = {name: value for name, value in os.environ.items() if name != "DESTDIR"}
     if destdir is not None:
         environment["DESTDIR"] = os.fspath(destdir)
@@ -51,7 +54,7 @@ def files_below(directory):
 
 
 def installed_files():
-    """What belongs into a prefix. CONFIG stands for the name of the build's configuration."""
+    """The files of an installation. CONFIG stands for the build configuration."""
     cmake, documents = f"{LIBDIR}/cmake/tagwriter", "share/doc/tagwriter"
     files = [
         "bin/tagwriter",
@@ -91,12 +94,12 @@ def installed_files():
 
 
 def without_configuration(files):
-    """The same list with the name of the build's configuration replaced by CONFIG."""
+    """The same list with the build configuration replaced by CONFIG."""
     return sorted(re.sub(r"Targets-\w+\.cmake$", "Targets-CONFIG.cmake", file) for file in files)
 
 
 def spy_on(program):
-    """Puts a script into a program's place that leaves a mark and then runs it. Returns the mark."""
+    """Replaces a program with a script that creates a file and runs it. Returns the file's path."""
     real, mark = program.with_name(program.name + ".real"), program.with_name("was-started")
     program.rename(real)
     program.write_text(f'#!/bin/sh\n: > "{mark}"\nexec "{real}" "$@"\n')
@@ -105,7 +108,7 @@ def spy_on(program):
 
 
 class StagingTest(unittest.TestCase):
-    """A test with a directory of its own, and an installation that its class shares."""
+    """A test with its own directory, and an installation that its class shares."""
 
     @classmethod
     def setUpClass(cls):
@@ -124,41 +127,3 @@ class StagingTest(unittest.TestCase):
         copied = Path(shutil.copy(DATA / name, self.directory / (as_name or name)))
         copied.chmod(0o644)
         return copied
-
-
-class Session:
-    """A dbus-daemon with the standard configuration of a session, which looks for what it can start
-    in the installation and nowhere else."""
-
-    def __init__(self, prefix):
-        self._home = tempfile.TemporaryDirectory(prefix="tagwriter-session-")
-        self._environment = {
-            **os.environ, "HOME": self._home.name, "XDG_RUNTIME_DIR": self._home.name,
-            "XDG_DATA_HOME": self._home.name, "XDG_DATA_DIRS": f"{prefix}/share"}
-        self._log = open(Path(self._home.name) / "log", "w+")
-        self._daemon = subprocess.Popen(
-            ["dbus-daemon", "--session", "--nofork", "--nosyslog", "--print-address"],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=self._log, text=True,
-            env=self._environment)
-        self.address = self._daemon.stdout.readline().strip()
-        if not self.address:
-            raise AssertionError(f"dbus-daemon does not start: {self.log()}")
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        """Ends the daemon; what it has started follows by itself."""
-        self._daemon.terminate()
-        self._daemon.wait(DEADLINE)
-        self._daemon.stdout.close()
-        self._log.close()
-        self._home.cleanup()
-
-    def environment(self):
-        """The environment of a program in this session."""
-        return {**self._environment, "DBUS_SESSION_BUS_ADDRESS": self.address}
-
-    def log(self):
-        """What the daemon and all that it has started have written to standard error."""
-        return (Path(self._home.name) / "log").read_text(errors="backslashreplace")

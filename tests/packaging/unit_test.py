@@ -1,38 +1,34 @@
-"""systemd takes the user unit as it is, and its hardening is not lost by an edit."""
+"""systemd accepts the user unit, and no edit loses a setting. packaging/try_unit runs it."""
 
 import os
 import unittest
 
 from staging import StagingTest, run
 
-# What "systemd-analyze security --offline=true" gave for the unit, times ten. It counts every
-# option that only a system service can use; packaging/tagwriter.service.in says which and why.
+# The result of "systemd-analyze security --offline=true" for the unit, times ten. It counts every
+# option that only a system service can use; see packaging/tagwriter.service.in.
 EXPOSURE = 59
 
-HARDENING = {
-    "NoNewPrivileges=yes", "SystemCallArchitectures=native", "SystemCallFilter=@system-service",
-    "RestrictAddressFamilies=AF_UNIX", "RestrictNamespaces=yes", "RestrictRealtime=yes",
-    "RestrictSUIDSGID=yes", "LockPersonality=yes", "MemoryDenyWriteExecute=yes",
-    "KillMode=mixed",
+# What the analysis does not cover, or not exactly.
+SETTINGS = {
+    "Type=dbus", "KillMode=mixed", "TimeoutStopSec=5min", "SystemCallErrorNumber=EPERM",
+    "RestrictAddressFamilies=AF_UNIX", "UMask=0777", "LimitCORE=0", "TasksMax=32",
+    "SystemCallFilter=@system-service",
+    "SystemCallFilter=~@chown @clock @keyring @memlock @privileged @resources @setuid",
 }
 
 
 class UnitTest(StagingTest):
-    def analyze(self, *arguments):
+    def test_systemd_accepts_every_line_and_the_exposure_does_not_grow(self):
+        def analyze(*arguments):
+            return run("systemd-analyze", "--user", "--no-pager", *arguments, unit,
+                       env={**os.environ, "XDG_RUNTIME_DIR": str(self.directory)})
+
         unit = self.prefix / "lib/systemd/user/tagwriter.service"
-        return run("systemd-analyze", "--user", "--no-pager", *arguments, unit,
-                   env={**os.environ, "XDG_RUNTIME_DIR": str(self.directory)})
-
-    def test_systemd_understands_every_line(self):
-        self.assertEqual(self.analyze("--man=no", "verify"), "")
-
-    def test_the_exposure_does_not_grow(self):
-        said = self.analyze("security", "--offline=true", f"--threshold={EXPOSURE}")
-        self.assertIn(f"Overall exposure level for tagwriter.service: {EXPOSURE / 10}", said)
-
-    def test_the_hardening_is_there(self):
-        lines = (self.prefix / "lib/systemd/user/tagwriter.service").read_text().splitlines()
-        self.assertEqual(HARDENING - set(lines), set())
+        self.assertEqual(analyze("--man=no", "verify"), "")
+        analysis = analyze("security", "--offline=true", f"--threshold={EXPOSURE}")
+        self.assertIn(f"Overall exposure level for tagwriter.service: {EXPOSURE / 10}", analysis)
+        self.assertEqual(SETTINGS - set(unit.read_text().splitlines()), set())
 
 
 if __name__ == "__main__":
