@@ -41,8 +41,9 @@ def serve_truncation(fd):
     stream = Gio.Socket.new_from_fd(fd).connection_factory_create_connection()
     flags = (Gio.DBusConnectionFlags.AUTHENTICATION_SERVER |
              Gio.DBusConnectionFlags.DELAY_MESSAGE_PROCESSING)  # until the object is registered
+    guid = Gio.dbus_generate_guid()
     try:
-        connection = Gio.DBusConnection.new_sync(stream, Gio.dbus_generate_guid(), flags, None, None)
+        connection = Gio.DBusConnection.new_sync(stream, guid, flags, None, None)
     except GLib.Error:
         return  # the service did not connect: nothing had to be truncated
     loop = GLib.MainLoop.new(context, False)

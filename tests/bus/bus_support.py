@@ -31,8 +31,8 @@ def result(body):
 
 
 class HeldRequest:
-    """A request that makes its file shorter, held in the middle: the player does not reply to Truncate
-    until finish(). It is sent at once; `with` waits until it is held."""
+    """A request that makes its file shorter, held in the middle: the player does not reply to
+    Truncate until finish(). It is sent at once; `with` waits until it is held."""
 
     def __init__(self, caller, path, field="title"):
         self.released = threading.Event()

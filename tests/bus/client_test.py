@@ -52,7 +52,8 @@ class ClientTest(BusTest):
         bus = self.start_bus()
         self.start_editor(bus)
         inode = self.path.stat().st_ino
-        for title, command, replaced in (("In place", "set", False), ("Safely", "set-safely", True)):
+        for title, command, replaced in (("In place", "set", False),
+                                         ("Safely", "set-safely", True)):
             self.assertEqual(self.set_title(title, command), "written", self.message)
             self.assertEqual((self.title(), self.path.stat().st_ino != inode), ([title], replaced))
         ape = self.copy("ape_tagged.ape")

@@ -30,7 +30,7 @@ class ActivationTest(BusTest):
         self.assertTrue(self.set(bus.caller(), path, "Two"))
         self.assertEqual((children_of(front.pid), len(owners)), (worker, 1))
         front.wait()
-        wait_for(lambda: not any(os.path.exists(f"/proc/{pid}") for pid in worker), "the worker exits")
+        wait_for(lambda: not os.path.exists(f"/proc/{list(worker)[0]}"), "the worker exits")
         self.assertTrue(self.set(caller, path, "Three"))
         self.assertEqual((self.title(path), owners[1], len(set(owners))), ("Three", "", 3))
 
@@ -47,7 +47,8 @@ class CallTest(BusTest):
         for file, expected in [(self.copy("mp3_plain.mp3"), True), (noise, False)]:
             for path in (text(str(file)), raw_bytes(b"caf\xe9" + file.suffix.encode())):
                 with open(file, "rb+") as opened:
-                    reply = self.caller.write(change("composer", text("C")) | {"path": path}, [opened])
+                    request = change("composer", text("C")) | {"path": path}
+                    reply = self.caller.write(request, [opened])
                 self.assertEqual(reply["result"].get_boolean(), expected)
                 self.assertTrue(reply["path"].equal(path))
 

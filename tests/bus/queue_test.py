@@ -27,7 +27,8 @@ class QueueTest(BusTest):
         self.owners = self.caller.watch_owners()
 
     def assert_true(self, futures):
-        self.assertEqual([result(future.result(DEADLINE)) for future in futures], [True] * len(futures))
+        results = [result(future.result(DEADLINE)) for future in futures]
+        self.assertEqual(results, [True] * len(futures))
 
 
 class OrderTest(QueueTest):
@@ -77,7 +78,8 @@ class OrderTest(QueueTest):
         def open_descriptors():
             self.caller.ping_front()
             front = self.caller.front()
-            return [process.descriptors() for process in (front, *map(Process, children_of(front.pid)))]
+            processes = [front, *map(Process, children_of(front.pid))]
+            return [process.descriptors() for process in processes]
 
         one_round(0)
         before = open_descriptors()
@@ -99,14 +101,15 @@ class CrowdTest(QueueTest):
         self.replied, self.futures = [], []
         with open(self.path, "rb+") as file:
             for i in range(self.SIZE):
-                request = change("title", text(str(i)), str(self.path)) | {"truncateconnection": HANDLE}
+                request = change("title", text(str(i)), str(self.path))
+                request["truncateconnection"] = HANDLE
                 self.futures.append(self.caller.write_later(request, [file, file]))
                 self.futures[-1].add_done_callback(lambda _, i=i: self.replied.append(i))
                 if i % 50 == 0:
                     self.caller.connection.flush_sync(None)  # our descriptors are limited too
 
     def wait_until_full(self, front):
-        wait_for(lambda: front.descriptors().count(str(self.path)) >= 128, "the front's queue is full")
+        wait_for(lambda: front.descriptors().count(str(self.path)) >= 128, "the queue is full")
 
     def assert_all_written(self):
         self.assert_true(self.futures)
@@ -203,7 +206,8 @@ class NameTest(QueueTest):
         finally:
             self.bus.resume()
         # We succeed it. The requests arrive before it reads that it no longer owns the name.
-        self.assertEqual(self.other.ask_daemon("RequestName", GLib.Variant("(su)", (BUS_NAME, 0))), 1)
+        name = GLib.Variant("(su)", (BUS_NAME, 0))
+        self.assertEqual(self.other.ask_daemon("RequestName", name), 1)
         futures = []
         for i in range(100):  # more than its queue holds
             with open(self.path, "rb+") as file:

@@ -118,11 +118,13 @@ class Caller:
     def owner(self):
         """The unique name of the front's connection, or None while nobody owns the name."""
         name = GLib.Variant("(s)", [BUS_NAME])
-        return self.ask_daemon("GetNameOwner", name) if self.ask_daemon("NameHasOwner", name) else None
+        owned = self.ask_daemon("NameHasOwner", name)
+        return self.ask_daemon("GetNameOwner", name) if owned else None
 
     def front(self):
         """The process that owns the name."""
-        return Process(self.ask_daemon("GetConnectionUnixProcessID", GLib.Variant("(s)", [BUS_NAME])))
+        name = GLib.Variant("(s)", [BUS_NAME])
+        return Process(self.ask_daemon("GetConnectionUnixProcessID", name))
 
     def watch_owners(self):
         """Returns a list to which each new owner of the front's name is added, '' for none."""

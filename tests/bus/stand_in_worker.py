@@ -53,10 +53,12 @@ def respond(call):
         reply.set_body(GLib.Variant("(a{sv})", [{"result": GLib.Variant("b", True)}]))
         send(reply)
     if how == "refuses":
-        return send(Gio.DBusMessage.new_method_error_literal(call, "org.tagwriter.Test.Refused", "no"))
+        return send(Gio.DBusMessage.new_method_error_literal(
+            call, "org.tagwriter.Test.Refused", "no"))
     if how == "calls":
         message = Gio.DBusMessage.new_method_call(
-            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "StartServiceByName")
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            "StartServiceByName")
         message.set_body(GLib.Variant("(su)", (os.environ["VICTIM"], 0)))
         message.set_reply_serial(call.get_serial())
         send(message)

@@ -26,14 +26,15 @@ class ActivationTest(StagingTest):
     def test_the_python_player_reports_what_is_not_written(self):
         text, missing = self.directory / "text.flac", self.directory / "missing.mp3"
         text.write_text("no audio")
-        with self.assertRaisesRegex(
-                AssertionError, f"(?s)returned 1:.*{text}: not written\n.*No such file .*'{missing}'"):
+        expected = f"(?s)returned 1:.*{text}: not written\n.*No such file .*'{missing}'"
+        with self.assertRaisesRegex(AssertionError, expected):
             self.play("Title", text, missing)
         self.assertEqual(text.read_text(), "no audio")
 
     def test_the_command_writes_through_the_bus(self):
         mp3 = self.copy("mp3_plain.mp3")
-        run_on_bus(self.prefix, self.prefix / "bin/tagwriter", "set", "--bus", "-t", "artist=Clara", mp3)
+        run_on_bus(self.prefix, self.prefix / "bin/tagwriter", "set", "--bus", "-t", "artist=Clara",
+                   mp3)
         self.assertEqual(str(mutagen.File(mp3).tags["TPE1"]), "Clara")
 
 

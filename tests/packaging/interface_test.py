@@ -42,7 +42,8 @@ class InterfaceTest(StagingTest):
     def test_every_key_is_in_the_interface_files_and_in_the_document(self):
         keys = re.findall(r'char k\w+\[\] = "(\w+)"', (SOURCE / "protocol/keys.h").read_text())
         self.assertIn("incomplete", keys)
-        xml = "".join(file.read_text() for file in (self.prefix / "share/dbus-1/interfaces").iterdir())
+        directory = self.prefix / "share/dbus-1/interfaces"
+        xml = "".join(file.read_text() for file in directory.iterdir())
         document = (SOURCE / "docs/WIRE.md").read_text()
         for key in keys:
             self.assertIn(f'"{key}"', xml)

@@ -44,8 +44,8 @@ class LibraryTest(StagingTest):
 
     def compile(self, *flags):
         program = self.directory / "player"
-        run(os.environ.get("CXX", "c++"), "-std=c++20", *STRICT, self.prefix / PLAYER / "player.cpp",
-            *flags, "-o", program)
+        run(os.environ.get("CXX", "c++"), "-std=c++20", *STRICT,
+            self.prefix / PLAYER / "player.cpp", *flags, "-o", program)
         return program
 
     def assert_linked(self, player, shared):

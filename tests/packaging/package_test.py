@@ -24,8 +24,8 @@ class PackageTest(StagingTest):
     def setUpClass(cls):
         super().setUpClass()
         directory = cls.prefix.parent
-        run("cpack", "-G", "DEB", "--config", BUILD / "CPackConfig.cmake", "-B", directory / "cpack",
-            cwd=directory)
+        run("cpack", "-G", "DEB", "--config", BUILD / "CPackConfig.cmake",
+            "-B", directory / "cpack", cwd=directory)
         cls.package, = (directory / "cpack").glob("*.deb")
         cls.root, cls.control = directory / "root", directory / "control"
         run("dpkg-deb", "-x", cls.package, cls.root)
@@ -39,14 +39,16 @@ class PackageTest(StagingTest):
             self.assertEqual(owner, "root/root", line)
             if not mode.startswith("l"):
                 self.assertNotIn("w", mode[4:], line)
-        for file, line in {"share/dbus-1/services/org.tagwriter.TagWriter.service": f"Exec=/{FRONT}",
-                           "lib/systemd/user/tagwriter.service": f"ExecStart=/{FRONT}"}.items():
+        for file, line in {
+                "share/dbus-1/services/org.tagwriter.TagWriter.service": f"Exec=/{FRONT}",
+                "lib/systemd/user/tagwriter.service": f"ExecStart=/{FRONT}"}.items():
             self.assertIn(line, (self.root / "usr" / file).read_text().splitlines())
 
     def test_metadata(self):
         architecture = run("dpkg", "--print-architecture").strip()
         self.assertEqual(self.package.name, f"tagwriter_{VERSION}_{architecture}.deb")
-        field = dict(re.findall(r"^(\S+): (.*(?:\n .*)*)", run("dpkg-deb", "-f", self.package), re.M))
+        fields = run("dpkg-deb", "-f", self.package)
+        field = dict(re.findall(r"^(\S+): (.*(?:\n .*)*)", fields, re.MULTILINE))
         self.assertEqual(
             [field[name] for name in ("Package", "Version", "Architecture", "Maintainer")],
             ["tagwriter", VERSION, architecture,

@@ -4,8 +4,8 @@
         with open("song.mp3", "rb+") as file:
             reply = player.write(change("title", text("Word"), "song.mp3"), [file])
 
-Service starts tagwriterd on one end of a socketpair and watches the process. Player joins the
-other end and sends requests. Neither waits for anything longer than DEADLINE seconds.
+Service starts tagwriterd on one end of a socketpair. Player connects to the other end and sends
+requests. Neither waits for anything longer than DEADLINE seconds.
 """
 
 import concurrent.futures
@@ -28,13 +28,13 @@ OBJECT = "/org/tagwriter/TagWriter"
 INTERFACE = "org.tagwriter.TagWriter1"
 PEER_INTERFACE = "org.freedesktop.DBus.Peer"
 
-# How long anything may take, in seconds. Far more than anything takes; only failures meet it.
+# How long anything may take, in seconds: far more than it takes, so that only failures reach it.
 DEADLINE = 60
 NO_TIME_LIMIT = GLib.MAXINT
 
 
 class RemoteError(Exception):
-    """A D-Bus error that came as the reply."""
+    """A reply that is a D-Bus error."""
 
     def __init__(self, reply):
         body = reply.get_body()
@@ -43,27 +43,27 @@ class RemoteError(Exception):
 
 
 def text(value):
-    """A string as it travels."""
+    """A string on the wire."""
     return GLib.Variant("s", value)
 
 
 def number(value):
-    """A signed integer as it travels."""
+    """A signed integer on the wire."""
     return GLib.Variant("x", value)
 
 
 def raw_bytes(value):
-    """Bytes as they travel, without the NUL that GLib likes to add."""
+    """Bytes on the wire, without the NUL that GLib may append."""
     return GLib.Variant.new_from_bytes(GLib.VariantType("ay"), GLib.Bytes(value), True)
 
 
 def dictionary(values):
-    """A dictionary as it travels."""
+    """A dictionary on the wire."""
     return GLib.Variant("a{sv}", values)
 
 
 def dictionary_of_pairs(pairs):
-    """The same from (key, value) pairs, in which a key may come twice."""
+    """The same from (key, value) pairs, which may contain duplicate keys."""
     builder = GLib.VariantBuilder(GLib.VariantType("a{sv}"))
     for key, value in pairs:
         entry = GLib.Variant.new_dict_entry(text(key), GLib.Variant.new_variant(value))
@@ -93,7 +93,7 @@ def write_call(request, fds=()):
 
 
 def fd_list(fds):
-    """Duplicates of descriptors or open files, to be sent."""
+    """Duplicates of descriptors or open files, for a message."""
     result = Gio.UnixFDList.new()
     for fd in fds:
         result.append(fd if isinstance(fd, int) else fd.fileno())
@@ -115,8 +115,8 @@ def reply_values(body):
 
 
 class Service:
-    """A tagwriterd of our own. `socket` is the player's end of its socketpair. `prepare` is shell text
-    that runs in its process before it starts."""
+    """A private tagwriterd. `socket` is the player's end of its socketpair. `prepare` is a shell
+    command that runs in its process before it starts."""
 
     def __init__(self, prepare=""):
         self.socket, theirs = socket.socketpair()
@@ -134,7 +134,7 @@ class Service:
         self.close()
 
     def log(self):
-        """All that the service has written to standard error so far."""
+        """The service's standard error so far."""
         size = os.fstat(self._log.fileno()).st_size
         return os.pread(self._log.fileno(), size, 0).decode(errors="backslashreplace")
 
@@ -149,15 +149,15 @@ class Service:
         return sum(os.path.samestat(os.stat(link), file) for link in links)
 
     def running(self):
-        """Whether the process has not ended."""
+        """Whether the process has not exited."""
         return self._process.poll() is None
 
     def wait(self):
-        """Waits for the end of the process and returns its exit code, -N after signal N."""
+        """Waits for the process to exit; returns its exit code, -N after signal N."""
         return self._process.wait(DEADLINE)
 
     def close(self):
-        """Hangs up, ends the process if it has not ended by itself, and forgets the log."""
+        """Hangs up, kills the process if it has not exited, and discards the log."""
         self.socket.close()
         if self.running():
             self._process.kill()
@@ -184,7 +184,7 @@ class Player:
         self.close()
 
     def ping(self):
-        """A round trip. When it is over, the service has done with all that came before."""
+        """A round trip, after which the service has finished all earlier requests."""
         self.call(PEER_INTERFACE, "Ping", None)
 
     def call(self, interface, method, body, object_path=OBJECT):
@@ -199,20 +199,20 @@ class Player:
         return reply_values(self.write_later(request, fds).result(DEADLINE))
 
     def write_later(self, request, fds=()):
-        """Sends a request, in no order with others. Returns the future of the reply's body."""
+        """Sends a request, in any order. Returns the future of the reply's body."""
         return self.submit(write_call(request, fds))
 
     def submit(self, message):
-        """Sends a call, without a time limit. Returns the future of the reply's body."""
+        """Sends a call, without a timeout. Returns the future of the reply's body."""
         return self._callers.submit(self._wait_for_reply, message)
 
     def send(self, message):
-        """Sends a message for whose reply nobody waits."""
+        """Sends a message without waiting for a reply."""
         self._connection.send_message(message, Gio.DBusSendMessageFlags.NONE)
         self._connection.flush_sync(None)
 
     def hang_up(self):
-        """Closes the connection and waits for the service to end. Returns its exit code."""
+        """Closes the connection and waits for the service to exit. Returns its exit code."""
         if not self._connection.is_closed():
             self._connection.close_sync(None)
         return self.service.wait()

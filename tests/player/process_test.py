@@ -12,7 +12,7 @@ from wire import HANDSHAKE, ping_blob, shake_hands, write_blob
 class CommandLine(ScratchTest):
 
     def assert_ends(self, code, expected, *arguments, fds=()):
-        """The service ends at once with this code, and prints this to the stream that belongs to it."""
+        """The service exits with this code and prints this, as an error unless the code is 0."""
         ended = subprocess.run([TAGWRITERD, *arguments], pass_fds=fds, stdin=subprocess.DEVNULL,
                                capture_output=True, text=True, timeout=DEADLINE, check=False)
         self.assertEqual(ended.returncode, code, ended.stderr)
@@ -33,7 +33,8 @@ class CommandLine(ScratchTest):
             for expected, *arguments in (
                     ["--fd is required"], ["--fd' requires an argument", "--fd"],
                     ["--fd needs a descriptor number, not ''", "--fd="],
-                    ["not '3x'", "--fd", "3x"], ["not 'abc'", "--fd=abc"], ["not '9999999999'", "--fd=9999999999"],
+                    ["not '3x'", "--fd", "3x"], ["not 'abc'", "--fd=abc"],
+                    ["not '9999999999'", "--fd=9999999999"],
                     ["--nonsense", good, "--nonsense"], ["song.mp3", good, "song.mp3"]):
                 with self.subTest(arguments=arguments):
                     self.assert_ends(2, expected, *arguments, fds=[theirs.fileno()])
@@ -60,7 +61,8 @@ class Environment(ScratchTest):
         with open(path, "rb+") as file:
             # Three descriptors arrive, so one of them could become standard error.
             for position in range(3):
-                request = {**change("title", text("Title"), path), "fd": GLib.Variant("h", position)}
+                request = change("title", text("Title"), path)
+                request["fd"] = GLib.Variant("h", position)
                 self.assertFalse(player.write(request, [file, file, file])["result"].unpack())
         self.assertEqual(contents(path), before)
         self.assertEqual(player.hang_up(), 0)

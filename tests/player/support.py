@@ -1,5 +1,4 @@
-"""What the tests of this directory share: scratch copies of real files, a player for each test, and
-readers that have nothing to do with the service's tag library."""
+"""Shared by these tests: scratch copies of real files, and a player for each test."""
 
 import os
 import shutil
@@ -23,7 +22,7 @@ AUDIO_FILES = sorted(
 
 
 def run(*command):
-    """Runs a program that must succeed, and returns what it printed."""
+    """Runs a program that must succeed, and returns its output."""
     return subprocess.run(command, check=True, stdin=subprocess.DEVNULL,
                           stdout=subprocess.PIPE).stdout.decode()
 
@@ -40,7 +39,7 @@ def contents(path):
 
 
 class ScratchTest(unittest.TestCase):
-    """A test with a directory of its own."""
+    """A test with its own directory."""
 
     def setUp(self):
         directory = tempfile.TemporaryDirectory(prefix="tagwriter-player-")
@@ -73,15 +72,15 @@ class ScratchTest(unittest.TestCase):
 
 
 class PlayerTest(ScratchTest):
-    """A test with a player, whose service must be in good health at the end."""
+    """A test with a player, whose service must exit normally at the end."""
 
     def setUp(self):
         super().setUp()
         self.player = self.start_player()
         self.service = self.player.service
-        self.addCleanup(self._end_in_good_health)
+        self.addCleanup(self._assert_normal_exit)
 
-    def _end_in_good_health(self):
+    def _assert_normal_exit(self):
         code = self.player.hang_up()
         self.assert_clean(self.service)
         self.assertEqual(code, 0, self.service.log())
@@ -102,7 +101,7 @@ class PlayerTest(ScratchTest):
         return reply["result"].get_boolean()
 
     def assert_still_answers(self):
-        """The service does the next request."""
+        """The service processes another request."""
         path = self.copy("mp3_plain.mp3", "next.mp3")
         before = contents(path)
         self.assertTrue(self.write_field("title", GLib.Variant("s", "Next"), path))

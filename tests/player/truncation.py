@@ -5,8 +5,7 @@
         player.write(request, [file, endpoint.theirs])
     assert endpoint.calls[0].size == 1776
 
-The thread that waits for a Write must not be the one that answers Truncate. What the endpoint
-answers is up to the function that it is given.
+The endpoint replies what the function that it is given returns.
 """
 
 import dataclasses
@@ -26,7 +25,7 @@ INTERFACE_XML = """<node><interface name="%s"><method name="Truncate">
 
 @dataclasses.dataclass
 class TruncateCall:
-    """A call of Truncate. `fd` is open only while the call is being answered."""
+    """A call of Truncate. `fd` is open only until the reply is sent."""
     endpoint: "TruncationEndpoint"
     types: dict  # the type of each value of the request
     fd: int
@@ -35,7 +34,7 @@ class TruncateCall:
 
 
 class Refusal(Exception):
-    """Raised by an answering function to answer with a D-Bus error of this name."""
+    """Raised by such a function to reply with a D-Bus error of this name."""
 
     def __init__(self, text, name="org.tagwriter.Test.Refused"):
         super().__init__(text)
@@ -43,34 +42,34 @@ class Refusal(Exception):
 
 
 def shorten(call):
-    """Answers as a player does: shortens the file and returns an empty dictionary."""
+    """Replies as a player does: truncates the file and returns an empty dictionary."""
     os.ftruncate(call.fd, call.size)
     return dictionary({})
 
 
 def refuse(_call):
-    """Answers with a D-Bus error and leaves the file alone."""
+    """Replies with a D-Bus error and does not truncate the file."""
     raise Refusal("the player says no")
 
 
 def keep_silent(_call):
-    """Never answers."""
+    """Never replies."""
     return None
 
 
 def hang_up(call):
-    """Hangs up where the answer should be."""
+    """Hangs up instead of replying."""
     call.endpoint.hang_up()
     return None
 
 
 class TruncationEndpoint:
-    """An endpoint. `theirs` is the end of its socketpair that belongs into a request."""
+    """An endpoint. `theirs` is the end of its socketpair that goes into a request."""
 
     def __init__(self, answer=shorten, reply_type="a{sv}"):
         self.calls = []
         self.handshakes = 0
-        self.closed = threading.Event()  # set when a service that had joined hangs up
+        self.closed = threading.Event()  # set when a connected service hangs up
         self._answer = answer
         self._problems = []
         self._interface = Gio.DBusNodeInfo.new_for_xml(
@@ -88,13 +87,13 @@ class TruncationEndpoint:
         self.hang_up()
         self._thread.join(DEADLINE)
         if self._thread.is_alive():
-            raise AssertionError("the truncation endpoint does not end")
+            raise AssertionError("the truncation endpoint does not exit")
         self._ours.close()
         if self._problems:
             raise self._problems[0]
 
     def hang_up(self):
-        """Closes the connection at once, whatever it is doing."""
+        """Closes the connection at once."""
         try:
             self._ours.shutdown(socket.SHUT_RDWR)
         except OSError:

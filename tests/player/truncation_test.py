@@ -30,8 +30,8 @@ class TruncationTest(PlayerTest):
         return path
 
     def clear_title(self, path, endpoint=None, fds=()):
-        """Clears the title; `endpoint` is the value of "truncateconnection". Returns the future of the
-        reply."""
+        """Clears the title; `endpoint` is the value of "truncateconnection". Returns the future of
+        the reply."""
         request = change("title", None, path)
         if endpoint is not None:
             request["truncateconnection"] = endpoint

@@ -1,4 +1,4 @@
-"""A player that speaks D-Bus by hand, so that it can say what no library would.
+"""A player that speaks D-Bus by hand, to send what no library would.
 
     with Service() as service:
         shake_hands(service.socket)
@@ -16,7 +16,7 @@ CAPABILITIES = Gio.DBusCapabilityFlags.UNIX_FD_PASSING
 
 
 def shake_hands(ours):
-    """Joins the service as a D-Bus client."""
+    """Connects to the service as a D-Bus client."""
     ours.settimeout(DEADLINE)
     ours.sendall(HANDSHAKE)
     answer = b""
@@ -39,7 +39,7 @@ def ping_blob(serial):
 
 
 def write_blob(request, serial=1, fds=()):
-    """The bytes of a Write; the descriptors themselves have to be sent beside them."""
+    """The bytes of a Write, without the descriptors themselves."""
     return blob(write_call(request, fds), serial)
 
 
@@ -50,8 +50,8 @@ def split(message):
 
 
 def receive_until(ours, serial):
-    """Reads messages until the reply to the call with this serial. Returns them all, by the
-    serials of their calls; stops short when the service hangs up."""
+    """Reads messages until the reply to the call with this serial, or until the service hangs up.
+    Returns them all, by the serials of their calls."""
     ours.settimeout(DEADLINE)
     replies = {}
     buffer = b""
