@@ -4,6 +4,7 @@
 //
 // and prints a line for each: its status and its message.
 #include <iostream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -14,22 +15,11 @@ namespace {
 
 using tagwriter::Status;
 
-const char* nameOf(Status status) {
-  switch (status) {
-    case Status::kWritten:
-      return "written";
-    case Status::kRefused:
-      return "refused";
-    case Status::kNoAnswer:
-      return "no-answer";
-    case Status::kServiceUnavailable:
-      return "unavailable";
-    case Status::kRequestTooLarge:
-      return "too-large";
-    default:
-      return "other";
-  }
-}
+const std::map<Status, const char*> kNames = {
+    {Status::kWritten, "written"},           {Status::kRefused, "refused"},
+    {Status::kNoAnswer, "no-answer"},        {Status::kServiceUnavailable, "unavailable"},
+    {Status::kRequestTooLarge, "too-large"},
+};
 
 tagwriter::Outcome run(tagwriter::TagWriter& writer, const std::string& line) {
   using namespace tagwriter;
@@ -55,6 +45,6 @@ int main() {
   auto writer = tagwriter::TagWriter::onSessionBus();
   for (std::string line; std::getline(std::cin, line);) {
     const tagwriter::Outcome outcome = run(writer, line);
-    std::cout << nameOf(outcome.status) << ' ' << outcome.message() << std::endl;
+    std::cout << kNames.at(outcome.status) << ' ' << outcome.message() << std::endl;
   }
 }

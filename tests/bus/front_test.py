@@ -57,6 +57,8 @@ class CallTest(BusTest):
                 ("InvalidArgs", "Write", GLib.Variant("()", [])),
                 ("InvalidArgs", "Write", GLib.Variant("(a{ss})", [{"path": "x"}])),
                 ("InvalidArgs", "Write", GLib.Variant("(a{sv}a{sv})", [{}, {}])),
+                # From the worker: the descriptor was not sent.
+                ("InvalidArgs", "Write", GLib.Variant("(a{sv})", [{"fd": GLib.Variant("h", 0)}])),
                 ("UnknownMethod", "Read", GLib.Variant("(a{sv})", [{}]))]:
             message = write_call({})
             message.set_destination(BUS_NAME)
@@ -175,36 +177,12 @@ class WorkerTest(BusTest):
         self.bus = self.start_bus((self.front_with(STAND_IN),), environment)
         self.caller = self.bus.caller()
 
-    def replies(self, count):
-        """The results, or the names of the errors, of so many requests sent at once."""
-        found = []
-        for future in [self.caller.write_later({}) for _ in range(count)]:
-            try:
-                found.append(result(future.result(DEADLINE)))
-            except RemoteError as error:
-                found.append(error.name)
-        return found
-
-    def test_that_dies_at_each_request(self):
-        self.start("dies")
-        self.assertEqual(self.replies(3), [NO_REPLY] * 3)
-        (self.directory / "programs" / "tagwriterd").write_text("no program")
-        self.assertEqual(self.replies(1), [NO_REPLY])
-
-    def test_that_exits_after_each_reply(self):
-        self.start("answers-once")
-        for _ in range(3):
-            self.assertEqual(self.replies(1), [True])
-            wait_for(lambda: not children_of(self.caller.front().pid), "the worker exits")
-
-    def test_that_replies_with_an_error(self):
-        self.start("refuses")
-        self.assertEqual(self.replies(2), ["org.tagwriter.Test.Refused"] * 2)
-
-    def test_that_does_not_speak_or_exit(self):
+    def test_that_does_not_speak_or_exit_or_cannot_be_started(self):
         self.start("babbles")
-        self.assertEqual(self.replies(2), [NO_REPLY] * 2)
-        self.assertEqual(children_of(self.caller.front().pid), {})
+        for _ in range(2):
+            self.assert_error(NO_REPLY, self.caller.write_later({}))
+            self.assertEqual(children_of(self.caller.front().pid), {})
+            (self.directory / "programs" / "tagwriterd").write_text("no program")
 
     def test_that_calls_the_bus(self):
         self.start("calls")
@@ -212,7 +190,7 @@ class WorkerTest(BusTest):
         (self.bus.directory / f"services/{VICTIM}.service").write_text(
             f"[D-BUS Service]\nName={VICTIM}\nExec=/bin/sh -c 'touch {started}; exit 1'\n")
         self.caller.call(*DAEMON, "ReloadConfig")
-        self.assertEqual(self.replies(1), [NO_REPLY])
+        self.assert_error(NO_REPLY, self.caller.write_later({}))
         self.caller.ping_front()  # the bus has whatever the front has sent
         self.assertNotIn(VICTIM, self.bus.log())
         self.assertFalse(started.exists())

@@ -53,7 +53,7 @@ class OrderTest(QueueTest):
             leaving = self.bus.caller()
             self.set_later(leaving, self.path, "By a caller that has left")
             leaving.ping_front()
-            leaving.close()
+            leaving.disconnect()
             futures.append(self.set_later(self.caller, self.path, "Last"))
             # Longer than the front waits when it is idle, and it has been pinged meanwhile.
             self.assertFalse(front.ended(within=2.5))

@@ -8,18 +8,15 @@ Nothing waits for longer than DEADLINE seconds. Closing the bus waits for all pr
 started, and kills those that do not exit.
 """
 
-import concurrent.futures
 import os
 import signal
 import subprocess
 import sys
-import threading
 from pathlib import Path
 
 sys.path.append(str(Path(__file__).resolve().parent.parent / "player"))
 
-from player import (  # noqa: E402
-    NO_TIME_LIMIT, OBJECT, PEER_INTERFACE, Gio, GLib, RemoteError, reply_values, write_call)
+from player import OBJECT, PEER_INTERFACE, Connection, Gio, GLib  # noqa: E402
 from processes import DEADLINE, Process  # noqa: E402
 
 BIN = Path(os.environ["TAGWRITER_BIN"])
@@ -54,51 +51,16 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Con
 MARK = "SESSION_BUS_OF_TEST"
 
 
-class Caller:
+class Caller(Connection):
     """A player on the bus."""
 
-    _main_loop = None  # on a thread, delivers replies and signals
+    destination = BUS_NAME
 
     def __init__(self, address):
-        if not Caller._main_loop:
-            Caller._main_loop = GLib.MainLoop()
-            threading.Thread(target=Caller._main_loop.run, daemon=True).start()
         flags = Gio.DBusConnectionFlags
-        self.connection = Gio.DBusConnection.new_for_address_sync(
-            address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None)
+        super().__init__(Gio.DBusConnection.new_for_address_sync(
+            address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None))
         self.connection.set_exit_on_close(False)
-
-    def close(self):
-        if not self.connection.is_closed():
-            self.connection.close_sync(None)
-
-    def write(self, request, fds=()):
-        """Sends a request, a dict or a variant, and returns the reply as a dict of variants."""
-        return reply_values(self.write_later(request, fds).result(DEADLINE))
-
-    def write_later(self, request, fds=(), destination=BUS_NAME):
-        """Sends a request after all earlier ones. Returns the future of the reply's body."""
-        message = write_call(request, fds)
-        message.set_destination(destination)
-        return self.submit(message)
-
-    def submit(self, message):
-        """Sends a call, without a time limit. Returns the future of the reply's body."""
-        future = concurrent.futures.Future()
-        self.connection.send_message_with_reply(
-            message, Gio.DBusSendMessageFlags.NONE, NO_TIME_LIMIT, None, self._take_reply, future)
-        return future
-
-    @staticmethod
-    def _take_reply(connection, result, future):
-        try:
-            reply = connection.send_message_with_reply_finish(result)
-            if reply.get_message_type() == Gio.DBusMessageType.ERROR:
-                raise RemoteError(reply)
-        except (GLib.Error, RemoteError) as problem:
-            future.set_exception(problem)
-        else:
-            future.set_result(reply.get_body())
 
     def call(self, destination, object_path, interface, method, body=None):
         """Makes any call and returns the body of the reply."""
@@ -216,7 +178,7 @@ class SessionBus:
         if self.daemon.poll() is None:
             started = self.started()
             for caller in self._callers:
-                caller.close()
+                caller.disconnect()
             self.daemon.terminate()
             self.daemon.wait(DEADLINE)
             try:

@@ -2,11 +2,8 @@
 """A misbehaving worker, installed in place of tagwriterd. It speaks D-Bus by hand. STAND_IN selects
 what it does on a request:
 
-  answers-once  replies to it, ignores all others, and exits
-  babbles       sends garbage instead of the handshake, and does not exit
-  calls         replies with a method call to the bus daemon that starts the service VICTIM
-  dies          exits
-  refuses       replies with an error
+  babbles  sends garbage instead of the handshake, and does not exit
+  calls    replies with a method call to the bus daemon that starts the service VICTIM, and exits
 """
 
 import os
@@ -20,7 +17,6 @@ gi.require_version("Gio", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402
 
 CAPABILITIES = Gio.DBusCapabilityFlags.UNIX_FD_PASSING
-how = os.environ["STAND_IN"]
 connection = socket.socket(fileno=int(sys.argv[1].removeprefix("--fd=")))
 received = b""
 
@@ -47,27 +43,18 @@ def send(message):
 
 
 def respond(call):
-    if how == "answers-once":
-        connection.shutdown(socket.SHUT_RD)
-        reply = Gio.DBusMessage.new_method_reply(call)
-        reply.set_body(GLib.Variant("(a{sv})", [{"result": GLib.Variant("b", True)}]))
-        send(reply)
-    if how == "refuses":
-        return send(Gio.DBusMessage.new_method_error_literal(
-            call, "org.tagwriter.Test.Refused", "no"))
-    if how == "calls":
-        message = Gio.DBusMessage.new_method_call(
-            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-            "StartServiceByName")
-        message.set_body(GLib.Variant("(su)", (os.environ["VICTIM"], 0)))
-        message.set_reply_serial(call.get_serial())
-        send(message)
-        message.set_header(Gio.DBusMessageHeaderField.REPLY_SERIAL, None)
-        send(message)
+    message = Gio.DBusMessage.new_method_call(
+        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        "StartServiceByName")
+    message.set_body(GLib.Variant("(su)", (os.environ["VICTIM"], 0)))
+    message.set_reply_serial(call.get_serial())
+    send(message)
+    message.set_header(Gio.DBusMessageHeaderField.REPLY_SERIAL, None)
+    send(message)
     sys.exit(0)
 
 
-if how == "babbles":
+if os.environ["STAND_IN"] == "babbles":
     connection.sendall(b"ready\r\n" * 100)
     while True:
         signal.pause()

@@ -56,39 +56,24 @@ def files_below(directory):
 def installed_files():
     """The files of an installation. CONFIG stands for the build configuration."""
     cmake, documents = f"{LIBDIR}/cmake/tagwriter", "share/doc/tagwriter"
-    files = [
-        "bin/tagwriter",
-        "include/tagwriter/fields.h",
-        "include/tagwriter/tag_writer.h",
-        f"{LIBDIR}/libtagwriter.a",
-        f"{LIBDIR}/libtagwriter.so",
-        f"{LIBDIR}/libtagwriter.so.0",
-        f"{LIBDIR}/libtagwriter.so.{VERSION}",
-        f"{LIBDIR}/pkgconfig/tagwriter.pc",
-        f"{cmake}/tagwriterConfig.cmake",
-        f"{cmake}/tagwriterConfigVersion.cmake",
-        f"{cmake}/tagwriterStaticTargets.cmake",
-        f"{cmake}/tagwriterStaticTargets-CONFIG.cmake",
-        f"{cmake}/tagwriterTargets.cmake",
-        f"{cmake}/tagwriterTargets-CONFIG.cmake",
-        "lib/systemd/user/tagwriter.service",
-        "libexec/tagwriter/tagwriter-bus",
-        "libexec/tagwriter/tagwriterd",
-        "share/bash-completion/completions/tagwriter",
-        "share/dbus-1/interfaces/org.tagwriter.TagWriter1.xml",
-        "share/dbus-1/interfaces/org.tagwriter.Truncation1.xml",
-        "share/dbus-1/services/org.tagwriter.TagWriter.service",
-        f"{documents}/README.md",
-        f"{documents}/examples/player_cpp/CMakeLists.txt",
-        f"{documents}/examples/player_cpp/player.cpp",
-        f"{documents}/examples/player_python/player.py",
-        "share/fish/vendor_completions.d/tagwriter.fish",
-        "share/man/man1/tagwriter.1",
-        "share/man/man3/tagwriter.3",
-        "share/man/man8/tagwriter-bus.8",
-        "share/man/man8/tagwriterd.8",
-        "share/zsh/site-functions/_tagwriter",
-    ]
+    player_cpp = f"{documents}/examples/player_cpp"
+    files = f"""
+        bin/tagwriter include/tagwriter/fields.h include/tagwriter/tag_writer.h
+        libexec/tagwriter/tagwriter-bus libexec/tagwriter/tagwriterd
+        {LIBDIR}/libtagwriter.a {LIBDIR}/libtagwriter.so {LIBDIR}/libtagwriter.so.0
+        {LIBDIR}/libtagwriter.so.{VERSION} {LIBDIR}/pkgconfig/tagwriter.pc
+        {cmake}/tagwriterConfig.cmake {cmake}/tagwriterConfigVersion.cmake
+        {cmake}/tagwriterTargets.cmake {cmake}/tagwriterTargets-CONFIG.cmake
+        {cmake}/tagwriterStaticTargets.cmake {cmake}/tagwriterStaticTargets-CONFIG.cmake
+        lib/systemd/user/tagwriter.service share/dbus-1/services/org.tagwriter.TagWriter.service
+        share/dbus-1/interfaces/org.tagwriter.TagWriter1.xml
+        share/dbus-1/interfaces/org.tagwriter.Truncation1.xml
+        share/bash-completion/completions/tagwriter share/zsh/site-functions/_tagwriter
+        share/fish/vendor_completions.d/tagwriter.fish
+        share/man/man1/tagwriter.1 share/man/man3/tagwriter.3
+        share/man/man8/tagwriter-bus.8 share/man/man8/tagwriterd.8
+        {documents}/README.md {documents}/examples/player_python/player.py
+        {player_cpp}/CMakeLists.txt {player_cpp}/player.cpp""".split()
     files += [f"{documents}/docs/{page.name}" for page in (SOURCE / "docs").glob("*.md")]
     return sorted(files)
 

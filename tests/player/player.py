@@ -14,6 +14,7 @@ import socket
 import subprocess
 import sys
 import tempfile
+import threading
 
 import gi
 
@@ -165,16 +166,66 @@ class Service:
         self._log.close()
 
 
-class Player:
-    """A service with a GLib connection to it."""
+class Connection:
+    """A GLib connection to the service. A main loop on its own thread delivers replies."""
+
+    destination = None  # a bus name, or None on a peer-to-peer connection
+    _main_loop = None
+
+    def __init__(self, connection):
+        if not Connection._main_loop:
+            Connection._main_loop = GLib.MainLoop()
+            threading.Thread(target=Connection._main_loop.run, daemon=True).start()
+        self.connection = connection
+
+    def write(self, request, fds=()):
+        """Sends a request, a dict or a variant, and returns the reply as a dict of variants."""
+        return reply_values(self.write_later(request, fds).result(DEADLINE))
+
+    def write_later(self, request, fds=(), destination=None):
+        """Sends a request. Returns the future of the reply's body."""
+        message = write_call(request, fds)
+        message.set_destination(destination or self.destination)
+        return self.submit(message)
+
+    def submit(self, message):
+        """Sends a call, without a timeout. Returns the future of the reply's body."""
+        future = concurrent.futures.Future()
+        self.connection.send_message_with_reply(
+            message, Gio.DBusSendMessageFlags.NONE, NO_TIME_LIMIT, None, self._take_reply, future)
+        return future
+
+    @staticmethod
+    def _take_reply(connection, result, future):
+        try:
+            reply = connection.send_message_with_reply_finish(result)
+            if reply.get_message_type() == Gio.DBusMessageType.ERROR:
+                raise RemoteError(reply)
+        except (GLib.Error, RemoteError) as problem:
+            future.set_exception(problem)
+        else:
+            future.set_result(reply.get_body())
+
+    def send(self, message):
+        """Sends a message without waiting for a reply."""
+        self.connection.send_message(message, Gio.DBusSendMessageFlags.NONE)
+        self.connection.flush_sync(None)
+
+    def disconnect(self):
+        """Closes the connection."""
+        if not self.connection.is_closed():
+            self.connection.close_sync(None)
+
+
+class Player(Connection):
+    """A service with a connection to it."""
 
     def __init__(self, prepare=""):
         self.service = Service(prepare)
-        self._callers = concurrent.futures.ThreadPoolExecutor()
         ours = Gio.Socket.new_from_fd(self.service.socket.detach())
-        self._connection = Gio.DBusConnection.new_sync(
+        super().__init__(Gio.DBusConnection.new_sync(
             ours.connection_factory_create_connection(), None,
-            Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT, None, None)
+            Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT, None, None))
         self.ping()  # the first message must not carry a descriptor
 
     def __enter__(self):
@@ -194,39 +245,12 @@ class Player:
             message.set_body(body)
         return self.submit(message).result(DEADLINE)
 
-    def write(self, request, fds=()):
-        """Sends a request, a dict or a variant, and returns the reply as a dict of variants."""
-        return reply_values(self.write_later(request, fds).result(DEADLINE))
-
-    def write_later(self, request, fds=()):
-        """Sends a request, in any order. Returns the future of the reply's body."""
-        return self.submit(write_call(request, fds))
-
-    def submit(self, message):
-        """Sends a call, without a timeout. Returns the future of the reply's body."""
-        return self._callers.submit(self._wait_for_reply, message)
-
-    def send(self, message):
-        """Sends a message without waiting for a reply."""
-        self._connection.send_message(message, Gio.DBusSendMessageFlags.NONE)
-        self._connection.flush_sync(None)
-
     def hang_up(self):
         """Closes the connection and waits for the service to exit. Returns its exit code."""
-        if not self._connection.is_closed():
-            self._connection.close_sync(None)
+        self.disconnect()
         return self.service.wait()
 
     def close(self):
         """Ends connection and service, whatever their state."""
         self.service.close()
-        if not self._connection.is_closed():
-            self._connection.close_sync(None)
-        self._callers.shutdown()
-
-    def _wait_for_reply(self, message):
-        reply, _ = self._connection.send_message_with_reply_sync(
-            message, Gio.DBusSendMessageFlags.NONE, NO_TIME_LIMIT, None)
-        if reply.get_message_type() == Gio.DBusMessageType.ERROR:
-            raise RemoteError(reply)
-        return reply.get_body()
+        self.disconnect()

@@ -5,7 +5,7 @@ import unittest
 
 import mutagen.flac
 
-from player import (DEADLINE, INTERFACE, OBJECT, Gio, GLib, RemoteError, change, dictionary,
+from player import (INTERFACE, OBJECT, Gio, GLib, RemoteError, change, dictionary,
                     dictionary_of_pairs, number, raw_bytes, text, write_call)
 from support import DATA, PlayerTest, contents
 
@@ -213,6 +213,14 @@ class Leniency(RequestTest):
         self.assertEqual(contents(self.path), self.before)
         self.assertEqual((self.service.descriptors_of(self.path), self.service.log()), (0, ""))
 
+    def test_many_requests_leave_no_descriptor(self):
+        self.assert_written(self.request)
+        self.player.ping()
+        before = sorted(self.service.descriptors())
+        for _ in range(20):
+            self.assert_written({**self.request, "zz": GLib.Variant("h", 0)})
+        self.assertEqual(sorted(self.service.descriptors()), before)
+
     def test_malformed_calls_get_an_error(self):
         good = dictionary(self.request)
         invalid = [None, *(GLib.Variant(*pair) for pair in (
@@ -226,27 +234,6 @@ class Leniency(RequestTest):
         self.assert_remote_error("UnknownMethod", self.player.call, INTERFACE, "Read", body)
         self.assert_remote_error("UnknownObject", self.player.call, INTERFACE, "Write", body, "/a")
         self.assert_still_answers()
-
-
-class ManyRequests(RequestTest):
-
-    def test_leave_no_descriptor(self):
-        self.assert_written(self.request)
-        self.player.ping()
-        before = sorted(self.service.descriptors())
-        for _ in range(20):
-            self.assert_written({**self.request, "zz": GLib.Variant("h", 0)})
-        self.assertEqual(sorted(self.service.descriptors()), before)
-
-    def test_sent_at_once_are_all_answered(self):
-        paths = [self.copy("flac_plain.flac", f"{index}.flac") for index in range(8)]
-        futures = []
-        for path in paths:
-            with open(path, "rb+") as file:
-                futures.append(self.player.write_later(change("title", text(path), path), [file]))
-        for path, future in zip(paths, futures):
-            self.assertEqual(future.result(DEADLINE).unpack(), ({"path": path, "result": True},))
-            self.assertEqual(self.tags(path)["TITLE"], [path])
 
 
 if __name__ == "__main__":

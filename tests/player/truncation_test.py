@@ -83,16 +83,6 @@ class Succeeds(TruncationTest):
         self.player.ping()
         self.assertEqual(sorted(self.service.descriptors()), before)
 
-    def test_with_one_endpoint_for_each_of_many_requests(self):
-        paths = [self.copy_with_long_title(new_name=f"{index}.ogg") for index in range(6)]
-        endpoints = [TruncationEndpoint() for _ in paths]
-        futures = [self.clear_title(path, GLib.Variant("h", 1), [endpoint.theirs])
-                   for path, endpoint in zip(paths, endpoints)]
-        for path, endpoint, future in zip(paths, endpoints, futures):
-            with endpoint:
-                self.assert_true(future, path)
-                self.assertTrue(os.path.samestat(endpoint.calls[0].file, os.stat(path)))
-
     def test_by_the_service_itself_without_a_usable_endpoint(self):
         expected = self.cleared_by_the_service("vorbis_tagged.ogg")
         handle = GLib.Variant("h", 1)
