@@ -1,9 +1,7 @@
 """One request at a time, in order of arrival, however many there are, and nothing lost on exit."""
 
-import os
 import resource
 import signal
-import subprocess
 import unittest
 
 from bus_support import BusTest, HeldRequest, TruncationEndpoint, change, result, text

@@ -5,7 +5,7 @@ import unittest
 
 import mutagen.flac
 
-from player import (INTERFACE, OBJECT, Gio, GLib, RemoteError, change, dictionary,
+from player import (INTERFACE, Gio, GLib, RemoteError, change, dictionary,
                     dictionary_of_pairs, number, raw_bytes, text, write_call)
 from support import DATA, PlayerTest, contents
 
