@@ -163,21 +163,24 @@ class Fails(TruncationTest):
 
     def test_when_the_player_hangs_up_or_sends_garbage(self):
         accepted = b"DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n"
-        for awaited, sent in [(None, b""), (b"\0", b""), (b"AUTH", b"DATA\r\nOK 0123"),
-                              (b"AUTH", b"REJECTED KERBEROS_V4\r\n" * 3), (b"BEGIN\r\n", accepted),
-                              (b"\0", b"\xff\xfe this is no D-Bus\r\n" * 100),
-                              (b"BEGIN\r\n", accepted + bytes(range(256)) * 64)]:
-            with self.subTest(awaited=awaited, sent=sent[:20]):
+        for steps in [  # (what to wait for, what to send then)
+                [], [(b"\0", b"")], [(b"AUTH", b"DATA\r\nOK 0123")],
+                [(b"AUTH", b"REJECTED KERBEROS_V4\r\n" * 3)],
+                [(b"\0", b"\xff\xfe this is no D-Bus\r\n" * 100)],
+                [(b"BEGIN\r\n", accepted), (b"Ping", b"")],
+                [(b"BEGIN\r\n", accepted), (b"Ping", bytes(range(256)) * 64)]]:
+            with self.subTest(steps=steps):
                 self.path = self.copy_with_long_title()
                 ours, theirs = socket.socketpair()
                 ours.settimeout(DEADLINE)
-                if awaited is None:
+                if not steps:
                     ours.close()  # before the service connects
                 future = self.start(theirs)
                 received = b""
-                while awaited and awaited not in received:
-                    received += ours.recv(4096)
-                if awaited:
+                for awaited, sent in steps:
+                    while awaited not in received:
+                        received += ours.recv(4096) or self.fail(f"hung up after {received}")
+                    self.assertNotIn(b"Truncate", received, "the service does not wait for the Ping")
                     ours.sendall(sent)
                 ours.close()
                 self.assert_failed(future)
