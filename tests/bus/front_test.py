@@ -104,7 +104,7 @@ class ExitTest(BusTest):
     def test_0_on_signals_and_when_idle(self):
         bus = self.start_bus(front=None)
         for number in (signal.SIGTERM, signal.SIGINT):
-            process = self.started(bus)
+            process = self.started(bus, "--idle=999")
             process.send_signal(number)
             self.assert_exit(0, process)
         self.assert_exit(0, self.started(bus, "--idle=1"))
