@@ -1,4 +1,4 @@
-#include "tests/formats/ogg_pages.h"
+#include "tests/support/ogg_pages.h"
 
 #include <cstdint>
 
