@@ -4,114 +4,112 @@
 #include <gtest/gtest.h>
 #include <tbytevectorstream.h>
 
+#include <limits>
+#include <set>
+
 #include "tests/dsf/dsf_bytes.h"
-#include "tests/dsf/open_dsf.h"
-#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
 
-class DsfFileTest : public testing::Test {
- protected:
-  TemporaryDirectory directory;
-};
+using TagLib::ByteVector;
 
-TEST_F(DsfFileTest, ReadsTheTagAtThePointer) {
-  OpenDsf dsf(directory.copyOf("dsf_tagged.dsf"));
+ByteVector vectorOf(const std::string& bytes) {
+  return ByteVector(bytes.data(), static_cast<unsigned int>(bytes.size()));
+}
+
+TEST(DsfFile, HasTheTagAtThePointer) {
+  const OpenDsf dsf(dataFile("dsf_tagged.dsf"), O_RDONLY);
   ASSERT_TRUE(dsf.file.isValid());
-  ASSERT_NE(dynamic_cast<TagLib::ID3v2::Tag*>(dsf.file.tag()), nullptr);
-  EXPECT_EQ(dsf.file.tag()->title().to8Bit(true), "Rising Tone");
+  EXPECT_TRUE(dsf.file.hasID3v2Tag());
+  EXPECT_EQ(dsf.title(), "Rising Tone");
   EXPECT_EQ(dsf.file.tag()->artist().to8Bit(true), "Zoë Müller");
 }
 
-TEST_F(DsfFileTest, HasAnEmptyTagWhereThePointerIsZero) {
-  OpenDsf dsf(directory.copyOf("dsf_plain.dsf"));
-  ASSERT_TRUE(dsf.file.isValid());
-  ASSERT_NE(dynamic_cast<TagLib::ID3v2::Tag*>(dsf.file.tag()), nullptr);
-  EXPECT_TRUE(dsf.file.tag()->isEmpty());
-}
-
-TEST_F(DsfFileTest, ReadsTheProperties) {
-  OpenDsf dsf(directory.copyOf("dsf_tagged.dsf"));
-  ASSERT_NE(dsf.file.audioProperties(), nullptr);
-  EXPECT_EQ(dsf.file.audioProperties()->channels(), 1);
-  EXPECT_EQ(dsf.file.audioProperties()->sampleRate(), 2822400);
-  EXPECT_EQ(dsf.file.audioProperties()->length(), 0);
-}
-
-TEST_F(DsfFileTest, HasNoPropertiesWhenTheyAreNotWanted) {
-  const std::string path = directory.copyOf("dsf_tagged.dsf");
-  TagLib::FDFileStream stream(openFile(path).release(), path.c_str(), nullptr);
-  const TagLib::DSF::File file(&stream, false);
-  EXPECT_EQ(file.audioProperties(), nullptr);
-  ASSERT_NE(file.tag(), nullptr);
-  EXPECT_EQ(file.tag()->title().to8Bit(true), "Rising Tone");
-}
-
-TEST_F(DsfFileTest, LeavesTheStreamToItsOwner) {
-  const std::string path = directory.copyOf("dsf_tagged.dsf");
-  TagLib::FDFileStream stream(openFile(path).release(), path.c_str(), nullptr);
-  { const TagLib::DSF::File file(&stream); }
-  EXPECT_TRUE(stream.isOpen());
-  stream.seek(0);
-  EXPECT_TRUE(stream.readBlock(4) == "DSD ");
-}
-
-TEST_F(DsfFileTest, OpensAndEditsByName) {
-  const std::string path = directory.copyOf("dsf_plain.dsf");
-  {
-    TagLib::DSF::File file(path.c_str());
-    ASSERT_TRUE(file.isValid());
-    ASSERT_NE(file.audioProperties(), nullptr);
-    EXPECT_EQ(file.audioProperties()->sampleRate(), 2822400);
-    file.tag()->setTitle("By name");
-    EXPECT_TRUE(file.save());
+TEST(DsfFile, HasAnEmptyTagWhereThePointerIsZeroOrPointsNowhere) {
+  for (const char* name :
+       {"dsf_plain.dsf", "dsf_pointer_at_end.dsf", "dsf_pointer_beyond_end.dsf"}) {
+    const OpenDsf dsf(dataFile(name), O_RDONLY);
+    ASSERT_TRUE(dsf.file.isValid());
+    ASSERT_NE(dsf.file.tag(), nullptr);
+    EXPECT_TRUE(dsf.file.tag()->isEmpty());
+    // Quirk: a pointer to nowhere counts as a tag.
+    EXPECT_EQ(dsf.file.hasID3v2Tag(), name != std::string("dsf_plain.dsf"));
+    EXPECT_EQ(dsf.file.audioProperties()->sampleRate(), 2822400);
   }
-  EXPECT_EQ(OpenDsf(path).file.tag()->title().to8Bit(true), "By name");
 }
 
-TEST_F(DsfFileTest, HasNoTagWhenItCannotBeOpened) {
-  TagLib::DSF::File file((directory.path() / "absent.dsf").c_str());
+/// Records where it is asked to go.
+class SeekLog : public TagLib::ByteVectorStream {
+ public:
+  using ByteVectorStream::ByteVectorStream;
+  void seek(long offset, Position position) override {
+    if (position == Beginning) offsets.insert(offset);
+    ByteVectorStream::seek(offset, position);
+  }
+  std::set<long> offsets;
+};
+
+TEST(DsfFile, TakesTheSignedPointerOrMinusOneFromTheFilesLengthOn) {
+  constexpr long kMax = std::numeric_limits<long>::max();
+  constexpr long kMin = std::numeric_limits<long>::min();
+  for (const auto& [pointer, offset] : {std::pair(100L, 100L),
+                                        {155L, 155L},
+                                        {156L, -1L},
+                                        {kMax, -1L},
+                                        {-1L, -1L},
+                                        {-77L, -77L},
+                                        {kMin, kMin}}) {
+    const std::string bytes = withPointer(DsfBytes().bytes(), pointer);
+    ASSERT_EQ(bytes.size(), 156u);
+    SeekLog stream(vectorOf(bytes));
+    const TagLib::DSF::File file(&stream, false);
+    EXPECT_EQ(stream.offsets.count(offset), 1u) << pointer;
+  }
+}
+
+TEST(DsfFile, HasPropertiesOnlyWhenTheyAreWanted) {
+  for (const bool wanted : {false, true}) {
+    TagLib::ByteVectorStream stream(vectorOf(readFile(dataFile("dsf_tagged.dsf"))));
+    {
+      const TagLib::DSF::File file(&stream, wanted);
+      EXPECT_EQ(file.audioProperties() != nullptr, wanted);
+      EXPECT_EQ(file.tag()->title(), "Rising Tone");
+    }
+    EXPECT_TRUE(stream.isOpen()) << "the stream stays its owner's";
+  }
+}
+
+TEST(DsfFile, StartsToReadWhereTheStreamStands) {
+  TagLib::ByteVectorStream stream(vectorOf("before" + DsfBytes().bytes()));
+  stream.seek(6);
+  EXPECT_TRUE(TagLib::DSF::File(&stream).isValid());
+}
+
+TEST(DsfFile, IsInvalidUnlessItStartsWithItsChunkId) {
+  const TemporaryDirectory directory;
+  for (const std::string& id : {std::string("RIFF"), std::string("dsd "), std::string("DSD_"),
+                                std::string("DSD\0", 4), std::string(" DSD"), std::string()}) {
+    DsfBytes dsf;
+    dsf.dsdId = id;
+    const std::string path = directory.write("other.dsf", dsf.bytes());
+    {
+      OpenDsf other(path);
+      EXPECT_TRUE(other.file.isOpen());
+      EXPECT_FALSE(other.file.isValid());
+      EXPECT_EQ(other.file.tag(), nullptr);
+      EXPECT_EQ(other.file.audioProperties(), nullptr);
+      EXPECT_FALSE(other.file.save());
+    }
+    EXPECT_EQ(readFile(path), dsf.bytes());
+  }
+  const std::string absent = directory.path() / "absent.dsf";
+  TagLib::DSF::File file(absent.c_str());
   EXPECT_FALSE(file.isOpen());
   EXPECT_FALSE(file.isValid());
   EXPECT_EQ(file.tag(), nullptr);
-  EXPECT_EQ(file.audioProperties(), nullptr);
   EXPECT_FALSE(file.save());
-  EXPECT_FALSE(std::filesystem::exists(directory.path() / "absent.dsf"));
-}
-
-class ForeignFileTest : public DsfFileTest, public testing::WithParamInterface<std::string> {};
-
-TEST_P(ForeignFileTest, IsInvalidAndKeepsItsBytes) {
-  const std::string bytes = GetParam();
-  const std::string path = directory.write("foreign.dsf", bytes);
-  {
-    OpenDsf dsf(path);
-    EXPECT_TRUE(dsf.file.isOpen());
-    EXPECT_FALSE(dsf.file.isValid());
-    EXPECT_EQ(dsf.file.tag(), nullptr);
-    EXPECT_EQ(dsf.file.audioProperties(), nullptr);
-    EXPECT_FALSE(dsf.file.save());
-  }
-  EXPECT_EQ(readFile(path), bytes);
-}
-
-std::string withId(const std::string& id) {
-  DsfBytes dsf;
-  dsf.dsdId = id;
-  return dsf.bytes();
-}
-
-INSTANTIATE_TEST_SUITE_P(Ids, ForeignFileTest,
-                         testing::Values("", "DSD", withId("RIFF"), withId("dsd "), withId("DSD_"),
-                                         withId(std::string("DSD\0", 4)), withId(" DSD")));
-
-TEST_F(DsfFileTest, StartsToReadWhereTheStreamStands) {
-  const std::string bytes = "before" + DsfBytes().bytes();
-  TagLib::ByteVectorStream stream(
-      TagLib::ByteVector(bytes.data(), static_cast<unsigned int>(bytes.size())));
-  stream.seek(6);
-  EXPECT_TRUE(TagLib::DSF::File(&stream).isValid());
+  EXPECT_FALSE(std::filesystem::exists(absent));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What the fmt and data chunks come out as.
+// What the properties make of the fmt and data chunks.
 #include "dsf/dsf_properties.h"
 
 #include <gtest/gtest.h>
@@ -6,7 +6,6 @@
 
 #include <limits>
 
-#include "dsf/dsf_file.h"
 #include "tests/dsf/dsf_bytes.h"
 
 namespace tagwriter::test {
@@ -14,214 +13,140 @@ namespace {
 
 constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kRate = 2822400;
 
-struct Values {
-  int length;
-  int bitrate;
-  int sampleRate;
-  int channels;
-  bool operator==(const Values&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Values& values) {
-  return out << values.length << " s, " << values.bitrate << " kbit/s, " << values.sampleRate
-             << " Hz, " << values.channels << " channels";
-}
+/// Length in s, bitrate in kbit/s, sample rate in Hz, channels.
+using Values = std::array<int, 4>;
 
 constexpr Values kNothing = {0, 0, 0, 0};
+constexpr Values kAll = {3, 5644, kRate, 2};  // 2 channels of 2822400 bits per second
 
-/// What the properties of a file with these bytes say, through the library's own interface.
-Values valuesOf(const std::string& bytes) {
+Values valuesOf(const std::string& bytes, TagLib::AudioProperties::ReadStyle style) {
   TagLib::ByteVectorStream stream(
       TagLib::ByteVector(bytes.data(), static_cast<unsigned int>(bytes.size())));
-  const TagLib::DSF::File file(&stream);
+  const TagLib::DSF::File file(&stream, true, style);
   EXPECT_TRUE(file.isValid());
   const TagLib::AudioProperties* properties = file.audioProperties();
-  if (!properties) {
-    ADD_FAILURE() << "no properties";
-    return kNothing;
-  }
+  if (!properties) return {-1, -1, -1, -1};
   return {properties->length(), properties->bitrate(), properties->sampleRate(),
           properties->channels()};
+}
+
+Values valuesOf(const std::string& bytes) {
+  return valuesOf(bytes, TagLib::AudioProperties::Average);
 }
 
 Values valuesOf(const DsfBytes& dsf) {
   return valuesOf(dsf.bytes());
 }
 
-TEST(DsfPropertiesTest, AreThoseThatTheFileStates) {
-  // 2 channels of 2822400 bits a second: 5644.8 kbit/s.
-  EXPECT_EQ(valuesOf(DsfBytes()), (Values{3, 5644, 2822400, 2}));
-  DsfBytes dsf;
-  dsf.channels = 6;
-  dsf.sampleRate = 5644800;
-  dsf.bitsPerSample = 8;  // makes no difference
-  dsf.sampleCount = 7LL * 5644800;
-  dsf.dataSize = 12 + 7 * 5644800LL * 6 / 8;
-  EXPECT_EQ(valuesOf(dsf), (Values{7, 33868, 5644800, 6}));
-}
-
-TEST(DsfPropertiesTest, LengthIsTruncatedToSeconds) {
-  DsfBytes dsf;
-  dsf.sampleCount = 2LL * 2822400;
-  EXPECT_EQ(valuesOf(dsf).length, 2);
-  dsf.sampleCount = 2LL * 2822400 - 1;
-  EXPECT_EQ(valuesOf(dsf).length, 1);
-  dsf.sampleCount = 2822400 - 1;
-  EXPECT_EQ(valuesOf(dsf).length, 0);
-  dsf.sampleCount = -2LL * 2822400 + 1;
-  EXPECT_EQ(valuesOf(dsf).length, -1);
-}
-
-TEST(DsfPropertiesTest, BitrateLeavesOutTheDataChunksHeader) {
-  DsfBytes dsf;
-  dsf.sampleCount = 2LL * 2822400;
-  dsf.dataSize = 12 + 250;  // 2000 bits in 2 s
-  EXPECT_EQ(valuesOf(dsf).bitrate, 1);
-  dsf.dataSize = 12 + 249;
-  EXPECT_EQ(valuesOf(dsf).bitrate, 0);
-  dsf.dataSize = 0;  // -96 bits
-  EXPECT_EQ(valuesOf(dsf).bitrate, 0);
-  dsf.dataSize = 12 - 250;
-  EXPECT_EQ(valuesOf(dsf).bitrate, -1);
-}
-
-TEST(DsfPropertiesTest, BitrateIsZeroForLessThanASecond) {
-  DsfBytes dsf;
-  for (const std::int64_t count :
-       {std::int64_t{2822399}, std::int64_t{0}, std::int64_t{-2822400}, kMin}) {
-    dsf.sampleCount = count;
-    EXPECT_EQ(valuesOf(dsf).bitrate, 0) << count;
-    EXPECT_EQ(valuesOf(dsf).sampleRate, 2822400) << count;
+TEST(DsfProperties, AreTheSameWithEveryStyle) {
+  using TagLib::AudioProperties;
+  for (const auto style :
+       {AudioProperties::Fast, AudioProperties::Average, AudioProperties::Accurate}) {
+    EXPECT_EQ(valuesOf(DsfBytes().bytes(), style), kAll);
   }
 }
 
-TEST(DsfPropertiesTest, LengthIsCutToAnIntOnlyAtTheEnd) {
-  DsfBytes dsf;
-  dsf.sampleRate = 1;
-  for (const int rest : {0, 5}) {
-    dsf.sampleCount = (1LL << 32) + rest;
-    dsf.dataSize = 12 + dsf.sampleCount * 1000 / 8;
-    EXPECT_EQ(valuesOf(dsf), (Values{rest, 1, 1, 2}));
+TEST(DsfProperties, FollowTheNumbersOfTheFile) {
+  struct Row {
+    std::uint32_t channels;
+    std::uint32_t sampleRate;
+    std::int64_t sampleCount;
+    std::int64_t dataSize;
+    Values expected;
+  };
+  const Row rows[] = {
+      {6, 5644800, 7LL * 5644800, 12 + 7 * 5644800LL * 6 / 8, {7, 33868, 5644800, 6}},
+      // The bitrate does not depend on the number of channels.
+      {0, kRate, 3 * kRate, 12 + 3 * kRate * 2 / 8, {3, 5644, kRate, 0}},
+      // The length is truncated to whole seconds, and there is no bitrate for less than one.
+      {2, kRate, 2 * kRate, 0, {2, 0, kRate, 2}},
+      {2, kRate, 2 * kRate - 1, 0, {1, 0, kRate, 2}},
+      {2, kRate, kRate - 1, kMax, {0, 0, kRate, 2}},
+      {2, kRate, 0, kMax, {0, 0, kRate, 2}},
+      {2, kRate, -2 * kRate + 1, 1 << 30, {-1, 0, kRate, 2}},
+      // The bitrate leaves out the 12 bytes of the data chunk's header: here 2000 bits in 2 s.
+      {2, kRate, 2 * kRate, 12 + 250, {2, 1, kRate, 2}},
+      {2, kRate, 2 * kRate, 12 + 249, {2, 0, kRate, 2}},
+      {2, kRate, 2 * kRate, 12 - 250, {2, -1, kRate, 2}},
+      // The number of bits wraps around.
+      {2, 1, 1, kMax, {1, 0, 1, 2}},
+      {2, 1, 1, kMin, {1, 0, 1, 2}},
+      {2, 1, 1, (1LL << 61) + 12 + 125, {1, 1, 1, 2}},
+      // The length is narrowed to an int at the very end.
+      {2, 1, (1LL << 32) + 5, 12 + ((1LL << 32) + 5) * 1000 / 8, {5, 1, 1, 2}},
+      {2, 1, 1LL << 32, 12 + (1LL << 32) * 1000 / 8, {0, 1, 1, 2}},
+      // Divisions that are not defined.
+      {2, 0, 3 * kRate, 1 << 30, {0, 0, 0, 2}},
+      {2, 0xFFFFFFFF, kMin, 1 << 30, {0, 0, -1, 2}},
+      // Nonsense comes out as it is stated.
+      {0xFFFFFFFF, 0xFFFFFFFF, 5, 1 << 30, {-5, 0, -1, -1}},
+      {2, 0x80000000, 3LL << 31, 1 << 30, {-3, 0, std::numeric_limits<int>::min(), 2}},
+  };
+  for (const Row& row : rows) {
+    DsfBytes dsf;
+    dsf.channels = row.channels;
+    dsf.sampleRate = row.sampleRate;
+    dsf.sampleCount = row.sampleCount;
+    dsf.dataSize = row.dataSize;
+    EXPECT_EQ(valuesOf(dsf), row.expected)
+        << row.channels << " " << row.sampleRate << " " << row.sampleCount << " " << row.dataSize;
   }
 }
 
-TEST(DsfPropertiesTest, AllAreZeroWithoutAFmtChunk) {
+TEST(DsfProperties, NeedTheChunkIds) {
   DsfBytes dsf;
+  for (const char* id : {"DATA", "dat ", "fmt "}) {
+    dsf.dataId = id;
+    EXPECT_EQ(valuesOf(dsf), (Values{3, 0, kRate, 2})) << id;
+  }
   for (const char* id : {"fmt_", "FMT ", "data", " fmt"}) {
     dsf.fmtId = id;
     EXPECT_EQ(valuesOf(dsf), kNothing) << id;
   }
 }
 
-TEST(DsfPropertiesTest, BitrateIsZeroWithoutADataChunk) {
-  DsfBytes dsf;
-  for (const char* id : {"DATA", "dat ", "fmt "}) {
-    dsf.dataId = id;
-    EXPECT_EQ(valuesOf(dsf), (Values{3, 0, 2822400, 2})) << id;
-  }
-}
-
-TEST(DsfPropertiesTest, AFmtChunkWithoutABodyGivesNothing) {
-  DsfBytes dsf;
-  for (const std::int64_t size : {std::int64_t{11}, std::int64_t{1}, std::int64_t{0},
-                                  std::int64_t{-1}, std::int64_t{-40}, kMin}) {
-    dsf.fmtSize = size;
-    EXPECT_EQ(valuesOf(dsf), kNothing) << size;
-  }
-  dsf.fmtSize = 12;
-  EXPECT_EQ(valuesOf(dsf), kNothing);
-  dsf.fmtBodyLength = 0;  // "data" follows at once
-  EXPECT_EQ(valuesOf(dsf), kNothing);
-}
-
-TEST(DsfPropertiesTest, AShortFmtBodyGivesTheFieldsThatItHolds) {
-  const auto withBody = [](std::size_t length) {
-    DsfBytes dsf;
-    dsf.fmtBodyLength = length;
-    dsf.fmtSize = static_cast<std::int64_t>(12 + length);
-    return valuesOf(dsf);
+TEST(DsfProperties, FollowTheSizeOfTheFmtChunk) {
+  struct Row {
+    std::int64_t size;
+    std::size_t bodyLength;
+    Values expected;
   };
-  EXPECT_EQ(withBody(12), kNothing);
-  EXPECT_EQ(withBody(16), (Values{0, 0, 0, 2}));
-  EXPECT_EQ(withBody(20), (Values{0, 0, 2822400, 2}));
-  EXPECT_EQ(withBody(24), (Values{0, 0, 2822400, 2}));
-  EXPECT_EQ(withBody(32), (Values{3, 5644, 2822400, 2}));
-}
-
-TEST(DsfPropertiesTest, NoMoreThan128BytesOfTheFmtChunkAreRead) {
-  DsfBytes dsf;
-  dsf.fmtSize = 128;
-  dsf.fmtBodyLength = 116;
-  const Values all = {3, 5644, 2822400, 2};
-  EXPECT_EQ(valuesOf(dsf), all);
-
-  // Longer chunks: "data" is expected 128 bytes behind the start of fmt, and nowhere else.
-  for (const std::int64_t size :
-       {std::int64_t{129}, std::int64_t{1000}, std::int64_t{1} << 62, kMax}) {
-    dsf.fmtSize = size;
-    EXPECT_EQ(valuesOf(dsf), all) << size;
+  const Row rows[] = {
+      {kMin, 40, kNothing},
+      {-1, 40, kNothing},
+      {0, 40, kNothing},
+      {11, 40, kNothing},
+      {12, 40, kNothing},
+      {12, 0, kNothing},  // "data" follows at once
+      // A short chunk has the fields that it has room for.
+      {24, 12, kNothing},
+      {28, 16, {0, 0, 0, 2}},
+      {32, 20, {0, 0, kRate, 2}},
+      {36, 24, {0, 0, kRate, 2}},
+      {44, 32, kAll},
+      // Of a long one 128 bytes are read, and "data" is expected there.
+      {128, 116, kAll},
+      {129, 116, kAll},
+      {1LL << 62, 116, kAll},
+      {kMax, 116, kAll},
+      {129, 117, {3, 0, kRate, 2}},
+  };
+  for (const Row& row : rows) {
+    DsfBytes dsf;
+    dsf.fmtSize = row.size;
+    dsf.fmtBodyLength = row.bodyLength;
+    EXPECT_EQ(valuesOf(dsf), row.expected) << row.size << " " << row.bodyLength;
   }
-  dsf.fmtSize = 129;
-  dsf.fmtBodyLength = 117;
-  EXPECT_EQ(valuesOf(dsf), (Values{3, 0, 2822400, 2}));
 }
 
-TEST(DsfPropertiesTest, LengthAndBitrateAreZeroAtASamplingFrequencyOfZero) {
-  DsfBytes dsf;
-  dsf.sampleRate = 0;
-  EXPECT_EQ(valuesOf(dsf), (Values{0, 0, 0, 2}));
-}
-
-TEST(DsfPropertiesTest, NonsenseComesOutAsItStands) {
-  DsfBytes dsf;
-  dsf.channels = 0xFFFFFFFF;
-  dsf.sampleRate = 0xFFFFFFFF;
-  dsf.sampleCount = 5;
-  EXPECT_EQ(valuesOf(dsf), (Values{-5, 0, -1, -1}));
-  dsf.sampleCount = kMin;  // its quotient is no number of 64 bits
-  EXPECT_EQ(valuesOf(dsf), (Values{0, 0, -1, -1}));
-  dsf.sampleCount = -5;
-  EXPECT_EQ(valuesOf(dsf).length, 5);
-  dsf.sampleRate = 0x80000000;
-  dsf.sampleCount = 3LL << 31;
-  EXPECT_EQ(valuesOf(dsf), (Values{-3, 0, std::numeric_limits<int>::min(), -1}));
-}
-
-TEST(DsfPropertiesTest, ADataSizeBeyondMeasureWrapsAround) {
-  DsfBytes dsf;
-  dsf.sampleRate = 1;
-  dsf.sampleCount = 1;
-  for (const std::int64_t size : {kMax, kMin, std::int64_t{1} << 61}) {  // -104 and -96 bits
-    dsf.dataSize = size;
-    EXPECT_EQ(valuesOf(dsf).bitrate, 0) << size;
-  }
-  dsf.dataSize = (std::int64_t{1} << 61) + 12 + 125;
-  EXPECT_EQ(valuesOf(dsf).bitrate, 1);
-}
-
-TEST(DsfPropertiesTest, AFileThatEndsEarlyGivesWhatItHolds) {
-  const std::string bytes = DsfBytes().bytes();
-  EXPECT_EQ(valuesOf(bytes.substr(0, 30)), kNothing);
-  EXPECT_EQ(valuesOf(bytes.substr(0, 40)), kNothing);
-  EXPECT_EQ(valuesOf(bytes.substr(0, 56)), (Values{0, 0, 0, 2}));
-  EXPECT_EQ(valuesOf(bytes.substr(0, 60)), (Values{0, 0, 2822400, 2}));
-  EXPECT_EQ(valuesOf(bytes.substr(0, 72)), (Values{3, 0, 2822400, 2}));
-  EXPECT_EQ(valuesOf(bytes.substr(0, 84)), (Values{3, 0, 2822400, 2}));
-  EXPECT_EQ(valuesOf(bytes.substr(0, 92)), (Values{3, 5644, 2822400, 2}));
-}
-
-TEST(DsfPropertiesTest, ReadTheSameWithEveryStyle) {
-  const std::string bytes = DsfBytes().bytes();
-  TagLib::ByteVectorStream stream(
-      TagLib::ByteVector(bytes.data(), static_cast<unsigned int>(bytes.size())));
-  using Style = TagLib::AudioProperties::ReadStyle;
-  for (const Style style : {Style::Fast, Style::Average, Style::Accurate}) {
-    stream.seek(0);
-    const TagLib::DSF::File file(&stream, true, style);
-    ASSERT_NE(file.audioProperties(), nullptr);
-    EXPECT_EQ(file.audioProperties()->length(), 3);
-    EXPECT_EQ(file.audioProperties()->bitrate(), 5644);
+TEST(DsfProperties, AreReadAsFarAsTheFileGoes) {
+  const std::pair<std::size_t, Values> ends[] = {
+      {30, kNothing},         {40, kNothing},         {56, {0, 0, 0, 2}}, {60, {0, 0, kRate, 2}},
+      {72, {3, 0, kRate, 2}}, {84, {3, 0, kRate, 2}}, {92, kAll}};
+  for (const auto& [end, expected] : ends) {
+    EXPECT_EQ(valuesOf(DsfBytes().bytes().substr(0, end)), expected) << end;
   }
 }
 

@@ -30,7 +30,8 @@ void fillUp(XiphComment& comment, unsigned size) {
   ASSERT_EQ(comment.render(false).size(), size);
 }
 
-/// A picture whose block is `size` bytes long. Its description is longer in UTF-8 than in characters.
+/// A picture whose block is `size` bytes long. Its description is longer in UTF-8 than in
+/// characters.
 TagLib::FLAC::Picture* pictureOf(unsigned size) {
   auto* picture = new TagLib::FLAC::Picture;
   picture->setMimeType("image/png");
@@ -175,9 +176,8 @@ TEST_P(SaveTest, RefusesAnOggFlacFileWithoutAComment) {
   EXPECT_EQ(readFile(path), bytes);
 }
 
-INSTANTIATE_TEST_SUITE_P(Ways, SaveTest, testing::Bool(), [](const auto& way) {
-  return way.param ? "ThroughAFileRef" : "AsAFile";
-});
+INSTANTIATE_TEST_SUITE_P(Ways, SaveTest, testing::Bool(),
+                         [](const auto& way) { return way.param ? "ThroughAFileRef" : "AsAFile"; });
 
 TEST(SaveFile, FailsOnAnOggFlacFileThatIsReadOnly) {
   const std::string path = dataFile("flac.oga");

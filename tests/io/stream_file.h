@@ -1,11 +1,10 @@
-// One scoped file with known bytes, for the tests of the file stream.
+// A temporary file with known bytes, for the tests of the file stream.
 #pragma once
 
+#include <fcntl.h>
 #include <tbytevector.h>
-#include <unistd.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
 
 #include "tests/support/temporary_directory.h"
@@ -20,8 +19,7 @@ inline std::string stringOf(const TagLib::ByteVector& bytes) {
   return std::string(bytes.begin(), bytes.end());
 }
 
-/// `size` bytes that repeat nowhere, so that every shift of them shows; another `seed`, other
-/// bytes.
+/// `size` pseudo-random bytes, so that any shift shows.
 inline std::string patternOf(std::size_t size, std::uint64_t seed = 1) {
   std::string bytes(size, '\0');
   std::uint64_t state = seed * 0x9E3779B97F4A7C15u + 1;
@@ -38,11 +36,9 @@ class StreamFile {
 
   const std::string& path() const { return path_; }
   std::string bytes() const { return readFile(path_); }
-  std::uintmax_t size() const { return std::filesystem::file_size(path_); }
 
-  /// An open descriptor of the file that the caller owns.
-  int open() const { return openFile(path_).release(); }
-  int open(int flags) const { return openFile(path_, flags).release(); }
+  /// An open descriptor of the file, owned by the caller.
+  int open(int flags = O_RDWR) const { return openFile(path_, flags).release(); }
 
  private:
   TemporaryDirectory directory_;

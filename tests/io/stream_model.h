@@ -1,75 +1,81 @@
-// A file stream as simple as it can be said: bytes in memory and a position. What a real stream
-// does is compared with it.
+// What a file stream does, as plainly as possible: on bytes in memory.
 #pragma once
 
 #include <tiostream.h>
 
-#include <ostream>
+#include <algorithm>
+#include <climits>
 #include <string>
+
+#include "tests/io/stream_file.h"
 
 namespace tagwriter::test {
 
-/// One call of a stream with its arguments.
-struct StreamCall {
-  enum class Kind {
-    kReadBlock,
-    kWriteBlock,
-    kInsert,
-    kRemoveBlock,
-    kSeek,
-    kTell,
-    kLength,
-    kTruncate,
-    kClear,
-  };
-
-  Kind kind;
-  /// writeBlock, insert
-  std::string data{};
-  /// insert, removeBlock
-  unsigned long start = 0;
-  /// readBlock and removeBlock; how much insert replaces
-  unsigned long length = 0;
-  /// seek; truncate's length
-  long offset = 0;
-  TagLib::IOStream::Position position = TagLib::IOStream::Beginning;
-};
-
-std::ostream& operator<<(std::ostream& out, const StreamCall& call);
-
-/// What a call answered: readBlock's bytes, or the number that tell and length gave.
-struct StreamAnswer {
-  std::string bytes;
-  long number = 0;
-  bool operator==(const StreamAnswer&) const = default;
-};
-
-/// Makes the call on a real stream.
-StreamAnswer perform(const StreamCall& call, TagLib::IOStream& stream);
-
-class StreamModel {
+class StreamModel final : public TagLib::IOStream {
  public:
   explicit StreamModel(std::string bytes) : bytes_(std::move(bytes)) {}
 
-  /// Makes the call on the model.
-  StreamAnswer perform(const StreamCall& call);
-
   const std::string& bytes() const { return bytes_; }
-  long position() const { return static_cast<long>(position_); }
+
+  TagLib::FileName name() const override { return ""; }
+  bool readOnly() const override { return false; }
+  bool isOpen() const override { return true; }
+  void clear() override {}
+  long tell() const override { return static_cast<long>(position_); }
+  long length() override { return static_cast<long>(bytes_.size()); }
+  void truncate(long length) override { bytes_.resize(static_cast<std::size_t>(length)); }
+
+  TagLib::ByteVector readBlock(unsigned long length) override {
+    const std::string data = from(position_).substr(0, length);
+    position_ += data.size();
+    return vectorOf(data);
+  }
+
+  void writeBlock(const TagLib::ByteVector& data) override {
+    if (data.isEmpty()) return;
+    bytes_.resize(std::max(bytes_.size(), position_ + data.size()));
+    bytes_.replace(position_, data.size(), stringOf(data));
+    position_ += data.size();
+  }
+
+  void insert(const TagLib::ByteVector& data, unsigned long start, unsigned long replace) override {
+    if (!isOffset(start, replace) || !isOffset(start, data.size())) return;
+    if (data.size() == replace) {
+      position_ = start;
+      writeBlock(data);
+    } else {
+      splice(stringOf(data), start, replace);
+    }
+  }
+
+  void removeBlock(unsigned long start, unsigned long length) override {
+    if (isOffset(start, length)) splice("", start, length);
+  }
+
+  void seek(long offset, Position position) override {
+    const long target = offset + (position == Current ? tell() : position == End ? length() : 0);
+    if (target >= 0) position_ = static_cast<std::size_t>(target);
+  }
 
  private:
-  std::string readBlock(unsigned long length);
-  void writeBlock(const std::string& data);
-  void insert(const std::string& data, unsigned long start, unsigned long replace);
-  void removeBlock(unsigned long start, unsigned long length);
-  void seek(long offset, TagLib::IOStream::Position position);
-  void moveTo(std::size_t position);
+  static bool isOffset(unsigned long start, unsigned long length) {
+    return start <= LONG_MAX && length <= LONG_MAX - start;
+  }
+
+  std::string from(std::size_t start) const {
+    return start < bytes_.size() ? bytes_.substr(start) : std::string();
+  }
+
+  /// Leaves the position at the end of the file.
+  void splice(const std::string& data, std::size_t start, std::size_t length) {
+    const std::string rest = from(start + length);
+    bytes_.resize(start);
+    bytes_ += data + rest;
+    position_ = bytes_.size();
+  }
 
   std::string bytes_;
   std::size_t position_ = 0;
-  // A read that has met the end makes all later ones give nothing, even when the file has become
-  // longer, until a seek or clear().
-  bool metEnd_ = false;
 };
 
 }  // namespace tagwriter::test

@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <set>
+#include <sstream>
 #include <system_error>
 
 namespace tagwriter::test {
@@ -56,7 +56,9 @@ std::vector<std::string> audioFileNames() {
 std::string readFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   EXPECT_TRUE(file.is_open()) << path;
-  return {std::istreambuf_iterator<char>(file), {}};
+  std::ostringstream bytes;
+  bytes << file.rdbuf();
+  return bytes.str();
 }
 
 UniqueFd openFile(const std::string& path) {
