@@ -1,15 +1,17 @@
-// Requests as the transport hands them over: what is done, and what happens to the descriptor.
+// Requests as the transport passes them on: what is done, and what happens to the descriptor.
 #include "service/request_handler.h"
 
+#include <attachedpictureframe.h>
 #include <fcntl.h>
 #include <fileref.h>
 #include <gtest/gtest.h>
-#include <tag.h>
+#include <id3v2tag.h>
+#include <mpegfile.h>
+#include <tpropertymap.h>
 #include <unistd.h>
 
 #include <functional>
 
-#include "protocol/fields.h"
 #include "protocol/keys.h"
 #include "protocol/value_dictionary.h"
 #include "tests/support/descriptors.h"
@@ -19,10 +21,10 @@
 namespace tagwriter::test {
 namespace {
 
+constexpr std::byte kImage[] = {std::byte{1}, std::byte{2}, std::byte{3}};
+
 class RequestHandler : public testing::Test {
  protected:
-  RequestHandler() { setUpOnce(); }
-
   /// A request to change `key` of the copy, with these track values.
   ValueDictionary change(const char* key, ValueDictionary track) const {
     ValueDictionary request;
@@ -37,205 +39,154 @@ class RequestHandler : public testing::Test {
     track.set(key, std::move(value));
     return track;
   }
-  bool fileIsUnchanged() const { return readFile(path_) == readFile(dataFile("mp3_id3v23.mp3")); }
+  std::string valueOf(const char* property) const {
+    return TagLib::FileRef(path_.c_str()).file()->properties()[property].toString().to8Bit(true);
+  }
+  /// The MIME types of the pictures, each with a comma.
+  std::string pictures() const {
+    TagLib::MPEG::File file(path_.c_str(), false);
+    std::string types;
+    for (const auto* frame : file.ID3v2Tag()->frameList("APIC")) {
+      const auto* picture = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame*>(frame);
+      types += picture->mimeType().to8Bit() + ",";
+    }
+    return types;
+  }
 
   TemporaryDirectory directory_;
   std::string path_ = directory_.copyOf("mp3_id3v23.mp3");
   UniqueFd file_ = openFile(path_);
-  std::size_t descriptorsBefore_ = countDescriptors();
+  std::size_t descriptorsBefore_ = (setUpOnce(), countDescriptors());
 };
 
-TEST_F(RequestHandler, WritesTheChangedFieldAndClosesItsDuplicate) {
-  EXPECT_TRUE(handleRequest(change("title", track("title", "New"))));
+TEST_F(RequestHandler, WritesOnlyTheChangedFieldAndClosesItsDuplicate) {
+  ValueDictionary values;
+  for (const char* key : {"title", "artist", "album", "genre"}) values.set(key, "N\xc3\xa4");
+  values.set("year", (1LL << 32) + 1987);  // of which the low 32 bits are taken
+  const std::pair<const char*, const char*> fields[] = {{"title", "TITLE"},
+                                                        {"artist", "ARTIST"},
+                                                        {"album", "ALBUM"},
+                                                        {"genre", "GENRE"},
+                                                        {"year", "DATE"}};
+  for (const auto& [key, property] : fields) {
+    const std::string expected = key == std::string("year") ? "1987" : "N\xc3\xa4";
+    EXPECT_NE(valueOf(property), expected);
+    EXPECT_TRUE(handleRequest(change(key, values)));
+    EXPECT_EQ(valueOf(property), expected);
+  }
   EXPECT_EQ(countDescriptors(), descriptorsBefore_);
   EXPECT_TRUE(isOpen(file_.get())) << "the caller's own descriptor";
-  EXPECT_EQ(TagLib::FileRef(path_.c_str()).tag()->title(), "New");
-}
-
-TEST_F(RequestHandler, WritesEveryCoreField) {
-  EXPECT_TRUE(handleRequest(change("title", track("title", "T\xc3\xa4"))));
-  EXPECT_TRUE(handleRequest(change("artist", track("artist", "Ar"))));
-  EXPECT_TRUE(handleRequest(change("album", track("album", "Al"))));
-  EXPECT_TRUE(handleRequest(change("genre", track("genre", "Gezirpe"))));
-  EXPECT_TRUE(handleRequest(change("year", track("year", std::int64_t{2024}))));
-  const TagLib::FileRef ref(path_.c_str());
-  EXPECT_EQ(ref.tag()->title().to8Bit(true), "T\xc3\xa4");
-  EXPECT_EQ(ref.tag()->artist(), "Ar");
-  EXPECT_EQ(ref.tag()->album(), "Al");
-  EXPECT_EQ(ref.tag()->genre(), "Gezirpe");
-  EXPECT_EQ(ref.tag()->year(), 2024u);
-}
-
-TEST_F(RequestHandler, ReadsOnlyTheChangedFieldFromTheTrack) {
-  ValueDictionary values = track("title", "New");
-  values.set("artist", "Somebody else");
-  const auto artistBefore = TagLib::FileRef(path_.c_str()).tag()->artist();
-  EXPECT_TRUE(handleRequest(change("title", std::move(values))));
-  EXPECT_EQ(TagLib::FileRef(path_.c_str()).tag()->artist(), artistBefore);
 }
 
 TEST_F(RequestHandler, ClearsAFieldWhoseValueIsAbsentOrOfAnotherType) {
   EXPECT_TRUE(handleRequest(change("title", {})));
-  EXPECT_EQ(TagLib::FileRef(path_.c_str()).tag()->title(), "");
+  EXPECT_EQ(valueOf("TITLE"), "");
   EXPECT_TRUE(handleRequest(change("album", track("album", std::int64_t{7}))));
-  EXPECT_EQ(TagLib::FileRef(path_.c_str()).tag()->album(), "");
+  EXPECT_EQ(valueOf("ALBUM"), "");
   EXPECT_TRUE(handleRequest(change("year", track("year", "1999"))));
-  EXPECT_EQ(TagLib::FileRef(path_.c_str()).tag()->year(), 0u);
+  EXPECT_EQ(valueOf("DATE"), "");
 }
 
-TEST_F(RequestHandler, KeepsTheLow32BitsOfTheYear) {
-  EXPECT_TRUE(handleRequest(change("year", track("year", std::int64_t{(1LL << 32) + 1987}))));
-  EXPECT_EQ(TagLib::FileRef(path_.c_str()).tag()->year(), 1987u);
-}
-
-TEST_F(RequestHandler, RefusesAnUnknownFieldAndClosesItsDuplicate) {
-  const LogCapture log;
-  for (const char* key : {"Title", "totalNumberOfDiscs", "", "nothing"}) {
-    EXPECT_FALSE(handleRequest(change(key, track("title", "New")))) << key;
-    EXPECT_EQ(countDescriptors(), descriptorsBefore_) << key;
-  }
-  ValueDictionary nameless = change("title", track("title", "New"));
-  nameless.remove(key::kChangedTag);
-  EXPECT_FALSE(handleRequest(nameless));
-  EXPECT_EQ(countDescriptors(), descriptorsBefore_);
-  EXPECT_TRUE(fileIsUnchanged());
-  EXPECT_EQ(log.text(), "");
-}
-
-TEST_F(RequestHandler, LeavesTheDuplicateOpenWithoutATrackDictionary) {
-  ValueDictionary request = change("title", {});
-  request.remove(key::kTrack);
-  EXPECT_FALSE(handleRequest(request));
-  EXPECT_EQ(countDescriptors(), descriptorsBefore_ + 1);
-  request.set(key::kTrack, "title");
-  EXPECT_FALSE(handleRequest(request));
-  EXPECT_EQ(countDescriptors(), descriptorsBefore_ + 2);
-  EXPECT_TRUE(fileIsUnchanged());
-}
-
-TEST_F(RequestHandler, DoesNothingWithoutADescriptor) {
+TEST_F(RequestHandler, PrefersArtworkToClearingAndClearingToAField) {
   ValueDictionary request = change("title", track("title", "New"));
-  request.remove(key::kFd);
-  EXPECT_FALSE(handleRequest(request));
-  request.set(key::kFd, "3");
-  EXPECT_FALSE(handleRequest(request));
-  request.set(key::kFd, BorrowedFd{-1});
-  EXPECT_FALSE(handleRequest(request));
+  request.set(key::kClearArtwork, true);
+  request.set(key::kArtwork, std::span(kImage));
+  request.set(key::kArtworkType, std::int64_t{4});
+  request.set(key::kReplaceArtwork, true);
+  EXPECT_TRUE(handleRequest(request));
+  EXPECT_EQ(pictures(), "image/gif,");
+  request.remove(key::kArtwork);
+  EXPECT_TRUE(handleRequest(request));
+  EXPECT_EQ(pictures(), "");
+  EXPECT_EQ(valueOf("TITLE"), "Rising Tone");
+  request.set(key::kClearArtwork, false);
+  EXPECT_TRUE(handleRequest(request));
+  EXPECT_EQ(valueOf("TITLE"), "New");
   EXPECT_EQ(countDescriptors(), descriptorsBefore_);
 }
 
-TEST_F(RequestHandler, RefusesWhatIsNoRegularFileAndClosesItsDuplicate) {
-  // The pipe is empty and its writer open: reading from it would not come back.
-  int ends[2];
-  ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-  const UniqueFd reader(ends[0]);
-  const UniqueFd writer(ends[1]);
-  const std::size_t before = countDescriptors();
-  ValueDictionary request = change("title", track("title", "New"));
-  request.set(key::kFd, BorrowedFd{reader.get()});
-  EXPECT_FALSE(handleRequest(request));
-  EXPECT_EQ(countDescriptors(), before);
-}
-
-TEST_F(RequestHandler, RefusesADescriptorForAppendAndClosesItsDuplicate) {
-  const UniqueFd appending(::open(path_.c_str(), O_RDWR | O_APPEND | O_CLOEXEC));
-  const std::size_t before = countDescriptors();
-  ValueDictionary request = change("title", track("title", std::string(3000, 'x')));
-  request.set(key::kFd, BorrowedFd{appending.get()});
-  EXPECT_FALSE(handleRequest(request));
-  EXPECT_EQ(countDescriptors(), before);
-  EXPECT_TRUE(fileIsUnchanged());
-}
-
-TEST_F(RequestHandler, RefusesADescriptorForWritingOnlyAndClosesItsDuplicate) {
-  const LogCapture log;
-  const UniqueFd writing(::open(path_.c_str(), O_WRONLY | O_CLOEXEC));
-  const std::size_t before = countDescriptors();
-  const std::byte image[] = {std::byte{0x89}, std::byte{'P'}};
-  ValueDictionary cover;
-  cover.set(key::kPath, path_);
-  cover.set(key::kArtwork, std::span(image));
-  ValueDictionary clearing;
-  clearing.set(key::kPath, path_);
-  clearing.set(key::kClearArtwork, true);
-  for (ValueDictionary request :
-       {change("title", track("title", "New")), change("composer", track("composer", "New")),
-        change("cueSheet", track("cueSheet", "New")), std::move(cover), std::move(clearing)}) {
-    request.set(key::kFd, BorrowedFd{writing.get()});
-    for (const char* name : {"song.mp3", "song.oga", "song.xyz"}) {
-      request.set(key::kPath, std::string(name));
-      EXPECT_FALSE(handleRequest(request)) << name;
-      EXPECT_EQ(countDescriptors(), before) << name;
-    }
-  }
-  EXPECT_TRUE(fileIsUnchanged());
-}
-
-/// A dictionary that answers with a descriptor of the test's choice.
-class DescriptorRequest final : public Dictionary {
- public:
-  DescriptorRequest(const Dictionary& rest, int fd) : rest_(rest), fd_(fd) {}
-  const char* getString(const char* key) const override { return rest_.getString(key); }
-  std::int64_t getInt64(const char* key) const override { return rest_.getInt64(key); }
-  double getDouble(const char* key) const override { return rest_.getDouble(key); }
-  bool getBool(const char* key) const override { return rest_.getBool(key); }
-  std::optional<std::span<const std::byte>> getData(const char* key) const override {
-    return rest_.getData(key);
-  }
-  const Dictionary* getDictionary(const char* key) const override {
-    return rest_.getDictionary(key);
-  }
-  UniqueFd duplicateDescriptor(const char*) const override { return UniqueFd(fd_); }
-  std::unique_ptr<TruncationConnection> createTruncationConnection(const char*) const override {
-    return nullptr;
-  }
-
- private:
-  const Dictionary& rest_;
-  int fd_;
-};
-
-TEST_F(RequestHandler, TakesDescriptorZeroForNoneAndLeavesItOpen) {
-  const ValueDictionary request = change("title", track("title", "New"));
-  EXPECT_FALSE(handleRequest(DescriptorRequest(request, 0)));
-  EXPECT_TRUE(isOpen(0));
-  EXPECT_TRUE(fileIsUnchanged());
-}
-
-TEST_F(RequestHandler, LogsAFileThatTheLibraryCannotRead) {
-  const std::string path = directory_.write("noise.xyz", "this is no audio at all");
-  const UniqueFd noise = openFile(path);
-  const std::size_t before = countDescriptors();
-  const std::string start = "Failed to write ";
-  const std::string middle = " tag to file. TagLib could not read the file at ";
-  for (const char* name : {"title", "artist", "album", "genre", "year"}) {
-    const LogCapture log;
-    ValueDictionary request = change(name, {});
-    request.set(key::kFd, BorrowedFd{noise.get()});
-    request.set(key::kPath, path);
-    EXPECT_FALSE(handleRequest(request));
-    EXPECT_EQ(log.text(), start + name + middle + path + "\n");
-  }
-  EXPECT_EQ(countDescriptors(), before);
-  EXPECT_EQ(readFile(path), "this is no audio at all");
-}
-
-TEST_F(RequestHandler, LogsAMissingPathAsNull) {
-  const UniqueFd noise = openFile(directory_.write("noise", "this is no audio at all"));
-  ValueDictionary request = change("title", {});
-  request.set(key::kFd, BorrowedFd{noise.get()});
-  request.remove(key::kPath);
-  const LogCapture log;
-  EXPECT_FALSE(handleRequest(request));
-  EXPECT_EQ(log.text(),
-            "Failed to write title tag to file. TagLib could not read the file at (null)\n");
-}
-
-TEST_F(RequestHandler, FindsTheFormatByContentWhenThereIsNoPath) {
+TEST_F(RequestHandler, OpensFilesByNameOrContentAndKnowsDsf) {
   ValueDictionary request = change("title", track("title", "Nameless"));
   request.remove(key::kPath);
   EXPECT_TRUE(handleRequest(request));
-  EXPECT_EQ(TagLib::FileRef(path_.c_str()).tag()->title(), "Nameless");
+  EXPECT_EQ(valueOf("TITLE"), "Nameless");
+
+  const UniqueFd dsf = openFile(directory_.copyOf("dsf_plain.dsf"));
+  request.set(key::kFd, BorrowedFd{dsf.get()});
+  request.set(key::kPath, std::string("song.dsf"));
+  EXPECT_TRUE(handleRequest(request));
+}
+
+TEST_F(RequestHandler, RefusesWhatItCannotDoAndClosesItsDuplicate) {
+  int ends[2];  // an empty pipe with an open writer: reading would wait for ever
+  ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+  const UniqueFd reader(ends[0]);
+  const UniqueFd writer(ends[1]);
+  const UniqueFd appending = openFile(path_, O_RDWR | O_APPEND);
+  const UniqueFd writing = openFile(path_, O_WRONLY);
+
+  const auto with = [this](const char* key, std::optional<ValueDictionary::Value> value) {
+    ValueDictionary request = change("title", track("title", std::string(3000, 'x')));
+    value ? request.set(key, *value) : request.remove(key);
+    return request;
+  };
+  std::vector<ValueDictionary> refused = {
+      with(key::kFd, {}),
+      with(key::kFd, "3"),
+      with(key::kFd, BorrowedFd{-1}),
+      with(key::kFd, BorrowedFd{reader.get()}),
+      with(key::kFd, BorrowedFd{appending.get()}),
+      with(key::kChangedTag, {}),
+  };
+  for (const char* key : {"Title", "totalNumberOfDiscs", "", "nothing"}) {
+    refused.push_back(with(key::kChangedTag, key));
+  }
+  for (ValueDictionary request :
+       {with(key::kChangedTag, "title"), with(key::kChangedTag, "composer"),
+        with(key::kChangedTag, "cueSheet"), with(key::kArtwork, std::span(kImage)),
+        with(key::kClearArtwork, true)}) {
+    request.set(key::kFd, BorrowedFd{writing.get()});
+    for (const char* name : {"song.mp3", "song.oga", "song.xyz"}) {
+      request.set(key::kPath, std::string(name));
+      refused.push_back(request);
+    }
+  }
+  const LogCapture log;  // some writers log that they cannot open the file
+  const std::size_t before = countDescriptors();
+  for (std::size_t i = 0; i < refused.size(); ++i) {
+    EXPECT_FALSE(handleRequest(refused[i])) << i;
+    EXPECT_EQ(countDescriptors(), before) << i;
+  }
+
+  // Quirk: without a track nothing takes the duplicate over, and it stays open.
+  EXPECT_FALSE(handleRequest(with(key::kTrack, {})));
+  EXPECT_FALSE(handleRequest(with(key::kTrack, "title")));
+  EXPECT_EQ(countDescriptors(), before + 2);
+  EXPECT_EQ(readFile(path_), readFile(dataFile("mp3_id3v23.mp3")));
+}
+
+/// A dictionary whose every descriptor has the number 0.
+class RequestWithDescriptor0 final : public Dictionary {
+ public:
+  const char* getString(const char*) const override { return "title"; }
+  std::int64_t getInt64(const char*) const override { return 0; }
+  double getDouble(const char*) const override { return 0; }
+  bool getBool(const char*) const override { return false; }
+  std::optional<std::span<const std::byte>> getData(const char*) const override { return {}; }
+  const Dictionary* getDictionary(const char*) const override { return this; }
+  UniqueFd duplicateDescriptor(const char*) const override { return UniqueFd(0); }
+  std::unique_ptr<TruncationConnection> createTruncationConnection(const char*) const override {
+    return nullptr;
+  }
+};
+
+TEST_F(RequestHandler, TakesDescriptor0ForNoneAndLeavesItOpen) {
+  const UniqueFd saved = duplicateFd(0);
+  ::dup2(file_.get(), 0);  // a file that could be written
+  EXPECT_FALSE(handleRequest(RequestWithDescriptor0()));
+  EXPECT_TRUE(isOpen(0));
+  ::dup2(saved.get(), 0);
+  EXPECT_EQ(readFile(path_), readFile(dataFile("mp3_id3v23.mp3")));
 }
 
 }  // namespace
