@@ -1,4 +1,4 @@
-// The tags of every file, as they are listed for a reader.
+// The tags that are listed for every format.
 #include "reading/tag_listing.h"
 
 #include <fcntl.h>
@@ -26,14 +26,6 @@ const std::pair<std::string, std::string> kArtist = {"ARTIST", "Zo\xc3\xab M\xc3
 
 const std::map<std::string, TagListing> kTags = {
     {"mp3_plain.mp3", {}},
-    {"mp3_id3v1.mp3",
-     {{"ALBUM", "Test Tones"},
-      kArtist,
-      {"COMMENT", "a comment of 28 characters.."},
-      {"DATE", "1999"},
-      {"GENRE", "Rock"},
-      kTitle,
-      {"TRACKNUMBER", "7"}}},
     {"m4a_tagged.m4a",
      {{"ALBUM", "Test Tones"},
       kArtist,
@@ -42,8 +34,6 @@ const std::map<std::string, TagListing> kTags = {
       {"LABEL", "A Label"},
       kTitle,
       {"TRACKNUMBER", "1/10"}}},
-    {"flac_plain.flac", {}},
-    {"flac_id3.flac", {kArtist, kTitle}},
     {"vorbis_tagged.ogg",
      {{"ALBUM", "Test Tones"},
       kArtist,
@@ -54,66 +44,50 @@ const std::map<std::string, TagListing> kTags = {
       {"GENRE", "Tone"},
       kTitle,
       {"TRACKNUMBER", "1"}}},
-    {"vorbis.oga", {kArtist, kTitle}},
     {"flac.oga", {kArtist, kTitle}},
-    {"opus_plain.opus", {}},
     {"wma_tagged.wma", {{"COMPOSER", "A. Composer"}, kTitle}},
-    {"aiff_id3.aif", {kArtist, {"CATALOGNUMBER", "CAT 001"}, kTitle}},
     {"wav_info.wav", {{"ARTIST", "The Artist"}, {"COMMENT", "a comment"}, kTitle}},
-    {"wav_id3.wav", {kArtist, {"CATALOGNUMBER", "CAT 001"}, kTitle}},
-    {"ape_tagged.ape",
-     {{"ALBUM", "Test Tones"}, kArtist, {"ARTIST", "The Other"}, kTitle, {"TRACKNUMBER", "1/10"}}},
     {"wavpack_tagged.wv", {{"ALBUM", "Test Tones"}, kArtist, kTitle, {"TRACKNUMBER", "1/10"}}},
-    {"mpc_tagged.mpc", {{"ARTIST", "The Artist"}, {"CATALOG", "CAT 001"}, kTitle}},
-    {"dsf_plain.dsf", {}},
     {"dsf_tagged.dsf", {kArtist, kTitle}},
 };
 
 TEST(TagListing, OfFilesOfEveryFormat) {
-  for (const auto& [name, tags] : kTags) EXPECT_EQ(tagsIn(dataFile(name)), tags) << name;
-}
-
-TEST(TagListing, ExistsForEveryFileThatTheLibraryReads) {
   for (const std::string& name : audioFileNames()) {
     const bool isRead = name != "ac3.ac3" && name != "au.au" && name != "vgm.vgm";
-    EXPECT_EQ(tagsIn(dataFile(name)).has_value(), isRead) << name;
+    const auto tags = tagsIn(dataFile(name));
+    EXPECT_EQ(tags.has_value(), isRead) << name;
+    const auto expected = kTags.find(name);
+    if (expected != kTags.end()) {
+      EXPECT_EQ(tags, expected->second) << name;
+    }
   }
 }
 
-TEST(TagListing, OfWhatIsNoAudioIsNone) {
+TEST(TagListing, OfOtherFilesDoesNotExist) {
   const TemporaryDirectory directory;
+  const LogCapture log;
   EXPECT_EQ(tagsIn(directory.write("noise.txt", "no audio")), std::nullopt);
   EXPECT_EQ(tagsIn(directory.write("noise.flac", std::string(5000, '\xff'))), std::nullopt);
-  const LogCapture log;
   EXPECT_EQ(readTags(-1, "song.mp3"), std::nullopt);
-}
-
-/// The library takes any bytes for an MPEG file when they are called so.
-TEST(TagListing, OfNothingThatIsCalledAnMP3IsEmpty) {
-  const TemporaryDirectory directory;
+  // TagLib takes any bytes with this name for an MPEG file.
   EXPECT_EQ(tagsIn(directory.write("empty.mp3", "")), TagListing());
 }
 
-TEST(TagListing, DoesNotDependOnTheDirectoryAndNeedsNoWritableDescriptor) {
-  const UniqueFd file = openFile(dataFile("vorbis_tagged.ogg"), O_RDONLY);
+TEST(TagListing, LeavesTheDescriptorOpenAndTheFileUnchanged) {
+  const TemporaryDirectory directory;
+  const UniqueFd file = openFile(directory.copyOf("vorbis_tagged.ogg"));
   const std::size_t before = countDescriptors();
-  EXPECT_EQ(readTags(file.get(), "/nowhere/at.all/song.ogg"), kTags.at("vorbis_tagged.ogg"));
-  ::lseek(file.get(), 0, SEEK_END);
-  EXPECT_EQ(readTags(file.get(), "song.ogg"), kTags.at("vorbis_tagged.ogg"));
+  for (const char* name : {"/nowhere/at.all/song.ogg", "song.ogg"}) {
+    ::lseek(file.get(), 0, SEEK_END);
+    EXPECT_EQ(readTags(file.get(), name), kTags.at("vorbis_tagged.ogg"));
+  }
   EXPECT_TRUE(isOpen(file.get()));
   EXPECT_EQ(countDescriptors(), before);
+  EXPECT_EQ(readFile(directory.path() / "vorbis_tagged.ogg"),
+            readFile(dataFile("vorbis_tagged.ogg")));
 }
 
-TEST(TagListing, ReadsWithoutAChangeToTheFile) {
-  const TemporaryDirectory directory;
-  for (const std::string& name : audioFileNames()) {
-    const std::string path = directory.copyOf(name);
-    readTags(openFile(path).get(), path);
-    EXPECT_EQ(readFile(path), readFile(dataFile(name))) << name;
-  }
-}
-
-/// The library does not know the class, and would show five fields of a tag that can hold more.
+/// TagLib does not know the class and would list five fields only.
 TEST(TagListing, ShowsAllThatIsInADSFFile) {
   const TemporaryDirectory directory;
   const std::string path = directory.copyOf("dsf_tagged.dsf");
@@ -133,45 +107,27 @@ TEST(TagListing, ShowsAllThatIsInADSFFile) {
           kArtist, {"BPM", "118"}, {"COMPOSER", "A. Composer"}, {"DISCNUMBER", "1/2"}, kTitle}));
 }
 
-struct Disc {
-  TagListing tags;
-  std::int64_t number;
-  std::int64_t total;
-};
-
 TEST(DiscPosition, IsFoundInEverySpelling) {
-  const Disc discs[] = {
+  struct {
+    TagListing tags;
+    std::int64_t number, total;
+  } const discs[] = {
       {{}, 0, 0},
-      {{kTitle}, 0, 0},
-      {{{"DISCNUMBER", "1"}}, 1, 0},
-      {{{"DISCNUMBER", "1/2"}}, 1, 2},
       {{{"DISCNUMBER", "03/12"}}, 3, 12},
       {{{"DISCNUMBER", "0/2"}}, 0, 2},
-      {{{"DISCNUMBER", "1"}, {"DISCTOTAL", "2"}}, 1, 2},
-      {{{"DISCNUMBER", "1"}, {"TOTALDISCS", "3"}}, 1, 3},
-      {{{"DISCTOTAL", "2"}}, 0, 2},
       {{{"TOTALDISCS", "3"}}, 0, 3},
       {{{"DISCNUMBER", "1/4"}, {"DISCTOTAL", "2"}, {"TOTALDISCS", "3"}}, 1, 4},
       {{{"DISCNUMBER", "1"}, {"DISCTOTAL", "2"}, {"TOTALDISCS", "3"}}, 1, 2},
       {{{"DISCNUMBER", "1"}, {"DISCTOTAL", "0"}, {"TOTALDISCS", "3"}}, 1, 3},
       {{{"DISCNUMBER", "1"}, {"DISCTOTAL", "x"}, {"TOTALDISCS", "3"}}, 1, 3},
       {{{"DISCNUMBER", "one"}, {"DISCTOTAL", "2"}}, 0, 2},
-      {{{"DISCNUMBER", ""}}, 0, 0},
       {{{"DISCNUMBER", "1"}, {"DISCNUMBER", "2"}}, 1, 0},
       {{{"discnumber", "1"}, {"TRACKNUMBER", "7/9"}}, 0, 0},
   };
-  for (const Disc& disc : discs) {
+  for (const auto& disc : discs) {
     const DiscPosition position = discPositionOf(disc.tags);
     EXPECT_EQ(position.number, disc.number) << testing::PrintToString(disc.tags);
     EXPECT_EQ(position.total, disc.total) << testing::PrintToString(disc.tags);
-  }
-}
-
-TEST(DiscPosition, IsFoundInFiles) {
-  for (const char* name : {"mp3_id3v23.mp3", "m4a_tagged.m4a"}) {
-    const DiscPosition position = discPositionOf(*tagsIn(dataFile(name)));
-    EXPECT_EQ(position.number, 1) << name;
-    EXPECT_EQ(position.total, 2) << name;
   }
 }
 
