@@ -29,7 +29,7 @@ void deliver(const std::string& text) {
   if (const LogSink& sink = currentSink()) {
     sink(text);
   } else {
-    // One call, so that lines of several threads or processes do not mix.
+    // One call, so that lines of several threads or processes are not interleaved.
     std::fwrite(text.data(), 1, text.size(), stderr);
   }
 }

@@ -1,4 +1,4 @@
-// Everything that the service says besides its answers: one place, one sink.
+// Diagnostics of the service: everything that it reports besides its replies.
 #pragma once
 
 #include <functional>
@@ -6,18 +6,18 @@
 
 namespace tagwriter {
 
-/// Receives each piece of diagnostic text as it is written, line ends included.
+/// Receives each diagnostic text as it is written, including its newline.
 using LogSink = std::function<void(std::string_view)>;
 
-/// Sends all later diagnostics to `sink`; an empty one stands for standard error. Returns the sink
-/// that was there, for putting it back. Not to be called while work is under way.
+/// Sends all further diagnostics to `sink`; an empty one means standard error. Returns the previous
+/// sink. Not thread-safe: call it only while nothing is logging.
 LogSink setLogSink(LogSink sink);
 
-/// Writes one formatted line, its line end added here. A null string shows as "(null)".
+/// Writes one formatted line and adds the newline. A null string is printed as "(null)".
 [[gnu::format(printf, 1, 2)]] void logLine(const char* format, ...);
 
-/// Writes formatted text as it stands, without a line end of its own: the voice of the file stream,
-/// most of whose messages have none.
+/// Writes formatted text without adding a newline. Used by FDFileStream, most of whose messages
+/// have none.
 [[gnu::format(printf, 1, 2)]] void logText(const char* format, ...);
 
 }  // namespace tagwriter

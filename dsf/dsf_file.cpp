@@ -6,31 +6,31 @@
 namespace TagLib::DSF {
 namespace {
 
-// The DSD chunk, which starts the file (DSF File Format Specification, version 1.01).
+// The DSD chunk, with which the file starts (DSF File Format Specification, version 1.01).
 //   0  4  "DSD "
 //   4  8  size of this chunk: not used
-//  12  8  total file size: neither read nor written (kept)
-//  20  8  pointer to the metadata chunk, 0 when there is none
+//  12  8  total file size: neither read nor written (see File::save)
+//  20  8  pointer to the metadata chunk, 0 if there is none
 constexpr const char* kDsdChunkId = "DSD ";
 constexpr unsigned long kChunkIdWidth = 4;
 constexpr long kMetadataPointerOffset = 20;
 constexpr unsigned long kMetadataPointerWidth = 8;
 
-constexpr bool kMostSignificantByteFirst = false;  // in every number of the file
+constexpr bool kMostSignificantByteFirst = false;  // in all numbers of the file
 
 }  // namespace
 
 class File::FilePrivate {
  public:
-  /// Whether the offset is one that a file can have. A pointer to nowhere leaves -1, and a negative
-  /// pointer comes from the file as it is.
+  /// Whether the offset is possible. It stays -1 if the pointer is beyond the end of the file; a
+  /// negative pointer is taken from the file as it is.
   bool canSeek() const { return metadataOffset >= 0; }
 
   long long metadataOffset = -1;
   unsigned long long tagSize = 0;  // on disk, with header and footer
   bool hasTag = false;             // found on disk, or written since
 
-  // In this order, so that the properties go before the tag.
+  // Members are destroyed in reverse order: the properties before the tag.
   std::unique_ptr<ID3v2::Tag> tag;
   std::unique_ptr<Properties> properties;
 };
@@ -85,8 +85,9 @@ void File::read(bool readProperties) {
     d->tag = std::make_unique<ID3v2::Tag>();
     return;
   }
-  // A pointer to nowhere counts as a tag as well (kept). The library then makes a tag of what it
-  // finds at the stream's position, which is seldom more than an empty one.
+  // Quirk: a pointer to nowhere counts as a tag too, so that a file in doubt is left as it is: a
+  // later save writes no tag, and only removing the tag resets the pointer. TagLib parses whatever
+  // is at the stream's position, usually into an empty tag.
   d->tag = std::make_unique<ID3v2::Tag>(this, static_cast<long>(d->metadataOffset),
                                         ID3v2::FrameFactory::instance());
   d->hasTag = true;
@@ -96,7 +97,7 @@ void File::read(bool readProperties) {
 void File::removeMetadata() {
   if (!d->hasTag) return;
 
-  // Not every stream refuses an offset that cannot be sought: some damage the audio instead.
+  // Given an impossible offset, some streams, such as TagLib's own, would damage the audio.
   if (d->canSeek()) removeBlock(static_cast<unsigned long>(d->metadataOffset), d->tagSize);
   d->hasTag = false;
   d->tagSize = 0;
@@ -107,13 +108,14 @@ void File::removeMetadata() {
 void File::writeMetadata() {
   if (d->hasTag) {
     const ByteVector rendered = d->tag->render();
-    // As above: a tag that has no place in the file is not written.
+    // As above: a tag without a valid position is not written.
     if (d->canSeek()) insert(rendered, static_cast<unsigned long>(d->metadataOffset), d->tagSize);
     d->tagSize = d->tag->header()->completeTagSize();
     return;
   }
 
-  // The size is not noted here, so a second save puts its tag before this one (kept).
+  // Quirk: tagSize stays 0, so a second save through the same object inserts its tag before this
+  // one instead of replacing it. Readers use the first. Every edit here saves once.
   d->metadataOffset = length();
   d->hasTag = true;
   writeMetadataPointer();

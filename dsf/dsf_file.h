@@ -1,8 +1,8 @@
-// DSF files (DSD streams) for the tag library, which has no class of its own for them.
+// DSF files (DSD streams), for which TagLib has no class.
 //
-// A DSF file is a row of chunks, all numbers little-endian: "DSD ", which holds a pointer to the
-// metadata; "fmt " and "data", which DSF::Properties reads; and, from the pointer to the end of the
-// file, one ID3v2 tag. Only the tag and the pointer are ever rewritten.
+// A DSF file is a sequence of chunks, with all numbers little-endian: "DSD ", which has a pointer
+// to the metadata; "fmt " and "data", which DSF::Properties reads; and, from the pointer to the end
+// of the file, one ID3v2 tag. Only the tag and the pointer are ever rewritten.
 #pragma once
 
 #include <id3v2tag.h>
@@ -17,32 +17,32 @@ namespace TagLib::DSF {
 /// A DSF file and its ID3v2 tag (DSF File Format Specification, version 1.01).
 class File : public TagLib::File {
  public:
-  /// Opens the file called `file` through the library's own file stream, for update when that is
-  /// allowed, and reads it. The properties are read when `readProperties` is set, always with style
-  /// Average: `propertiesStyle` is not passed on (kept).
+  /// Opens and reads the file named `file` through TagLib's own file stream, for update if that is
+  /// allowed. `readProperties` says whether to read the audio properties. `propertiesStyle` is
+  /// ignored, since there is only one way to read them.
   /// On failure isOpen() or isValid() is false and tag() is null.
   explicit File(FileName file, bool readProperties = true,
                 AudioProperties::ReadStyle propertiesStyle = AudioProperties::Average);
 
-  /// As above, on a stream that stands at the file's start. The stream stays the caller's and has
-  /// to outlive this object.
+  /// As above, on a stream positioned at the start of the file. The caller keeps the stream, which
+  /// must outlive this object.
   explicit File(IOStream* stream, bool readProperties = true,
                 AudioProperties::ReadStyle propertiesStyle = AudioProperties::Average);
 
   ~File() override;
 
-  /// The file's tag, which is empty when the file has none. Owned by this object; null when the
-  /// file is not a DSF file.
+  /// The file's tag, which is empty if the file has none. Owned by this object; null if the file is
+  /// not a DSF file.
   ID3v2::Tag* tag() const override;
 
-  /// The audio properties, owned by this object; null when they were not read.
+  /// The audio properties, owned by this object; null if they were not read.
   Properties* audioProperties() const override;
 
-  /// Puts the tag into the file: in the place of the old one, or at the file's end together with
-  /// the pointer to it. An empty tag is taken out instead, and the pointer becomes 0. The file size
-  /// that the DSD chunk states is left as it was (kept). Returns false for a file that is read-only
-  /// or not a DSF file. Otherwise returns true, whatever becomes of the writes: the stream reports
-  /// none of it.
+  /// Writes the tag: in place of the old one, or at the end of the file, with the pointer set to
+  /// it. An empty tag is removed instead, and the pointer set to 0. Quirk: the file size in the DSD
+  /// chunk is not updated, since players go by the file itself and one number less to rewrite is
+  /// one less to get wrong. Returns false if the file is read-only or not a DSF file, and true
+  /// otherwise, even if a write fails: streams do not report that.
   bool save() override;
 
  private:

@@ -39,7 +39,7 @@ File* DSFFileTypeResolver::createFileFromStream(
 }
 
 void registerDSFFileTypeResolver() {
-  // Never destroyed: the library keeps it to the end of the process.
+  // Never destroyed: TagLib keeps it until the process ends.
   static const auto* const kResolver = new DSFFileTypeResolver;
   static const auto* const kRegistered = FileRef::addFileTypeResolver(kResolver);
   (void)kRegistered;

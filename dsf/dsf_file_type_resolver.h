@@ -1,34 +1,33 @@
-// Lets the library's generic file reference open ".dsf" files, which it does not know.
+// Lets TagLib::FileRef open ".dsf" files, which TagLib does not know.
 #pragma once
 
 #include <fileref.h>
 
 namespace TagLib {
 
-/// Makes a DSF::File of every file whose name ends in ".dsf". One object is handed to
-/// FileRef::addFileTypeResolver, which never takes it out again, so it must not go away.
+/// Opens every file whose name ends in ".dsf" as a DSF::File. FileRef::addFileTypeResolver keeps
+/// the resolver for the life of the process, so it must never be destroyed.
 ///
-/// A stream resolver, because a file reference over a stream would call a plain one with the
-/// stream's name, and that would open the path.
-// The library's class has no virtual destructor. NOLINTNEXTLINE(*-virtual-class-destructor)
+/// It is a stream resolver because a FileRef over a stream calls a plain resolver with the stream's
+/// name, which would open the path.
+// TagLib's base class has no virtual destructor. NOLINTNEXTLINE(*-virtual-class-destructor)
 class DSFFileTypeResolver final : public FileRef::StreamTypeResolver {
  public:
-  /// Opens `fileName` as a DSF file if it ends in ".dsf", whatever the case of the letters, and has
-  /// at least one character before that. The new object is the caller's, and may be invalid.
-  /// Returns null for any other name.
+  /// Opens `fileName` as a DSF file if it ends in ".dsf", in any case, after at least one other
+  /// character. The caller owns the new object, which may be invalid. Returns null for other names.
   File* createFile(
       FileName fileName, bool readAudioProperties = true,
       AudioProperties::ReadStyle audioPropertiesStyle = AudioProperties::Average) const override;
 
-  /// The same, over `stream` and by its name; nothing is opened. The stream stays the caller's and
-  /// has to outlive the new object.
+  /// The same for `stream`, going by its name; nothing is opened. The caller keeps the stream,
+  /// which must outlive the new object.
   File* createFileFromStream(
       IOStream* stream, bool readAudioProperties = true,
       AudioProperties::ReadStyle audioPropertiesStyle = AudioProperties::Average) const override;
 };
 
-/// Hands a resolver to the library's generic file reference, once in the process; later calls do
-/// nothing. May be called from several threads.
+/// Registers a resolver with TagLib::FileRef. Only the first call in the process has an effect.
+/// Thread-safe.
 void registerDSFFileTypeResolver();
 
 }  // namespace TagLib

@@ -8,7 +8,7 @@
 namespace TagLib::DSF {
 namespace {
 
-// The fmt chunk (DSF File Format Specification, version 1.01), behind the DSD chunk.
+// The fmt chunk (DSF File Format Specification, version 1.01), after the DSD chunk.
 //  28  4  "fmt "
 //  32  8  size of this chunk
 //  40     the body:
@@ -23,31 +23,31 @@ namespace {
 constexpr const char* kFmtChunkId = "fmt ";
 constexpr long kFmtChunkOffset = 28;
 constexpr long long kFmtHeaderSize = 12;
-constexpr long long kFmtSizeLimit = 128;  // of a longer chunk no more than this is read
+constexpr long long kFmtSizeLimit = 128;  // no more is read of a longer chunk
 constexpr unsigned int kChannelCount = 12;
 constexpr unsigned int kSamplingFrequency = 16;
 constexpr unsigned int kBitsPerSample = 20;
 constexpr unsigned int kSampleCount = 24;
 
-// The data chunk, directly behind the part of the fmt chunk that was read.
+// The data chunk, directly after the part of the fmt chunk that was read.
 //   0  4  "data"
-//   4  8  size of this chunk, with these 12 bytes
+//   4  8  size of this chunk, including these 12 bytes
 constexpr const char* kDataChunkId = "data";
 constexpr unsigned long long kDataHeaderBits = 96;
 
 constexpr unsigned long kChunkIdWidth = 4;
 constexpr unsigned long kChunkSizeWidth = 8;
-constexpr bool kMostSignificantByteFirst = false;  // in every number of the file
+constexpr bool kMostSignificantByteFirst = false;  // in all numbers of the file
 
-/// Seconds of audio, rounded towards zero; 0 where the division is not defined.
+/// Seconds of audio, truncated towards zero; 0 if the division is undefined.
 long long lengthOf(long long sampleCount, int sampleRate) {
   constexpr long long kMin = std::numeric_limits<long long>::min();
   if (sampleRate == 0 || (sampleRate == -1 && sampleCount == kMin)) return 0;
   return sampleCount / sampleRate;
 }
 
-/// The bit rate in kbit/s of a data chunk of `dataSize` bytes that plays for `length` seconds,
-/// which are more than 0. The product may not fit: it wraps around.
+/// The bitrate in kbit/s of a data chunk of `dataSize` bytes that plays for `length` > 0 seconds.
+/// A number of bits that does not fit wraps around.
 int bitrateOf(long long dataSize, long long length) {
   const unsigned long long bits = static_cast<unsigned long long>(dataSize) * 8 - kDataHeaderBits;
   return static_cast<int>(static_cast<long long>(bits) / length / 1000);
@@ -61,7 +61,7 @@ class Properties::PropertiesPrivate {
   int bitrate = 0;
   int sampleRate = 0;
   int channels = 0;
-  int bitsPerSample = 0;  // nobody asks for it (kept)
+  int bitsPerSample = 0;  // AudioProperties has no accessor for it
 };
 
 Properties::Properties(File* file, ReadStyle style)
@@ -94,7 +94,7 @@ void Properties::read(File* file) {
   const long long fmtSize = file->readBlock(kChunkSizeWidth).toLongLong(kMostSignificantByteFirst);
   if (fmtSize < kFmtHeaderSize) return;
 
-  // What the body is too short for counts as 0: the library's numbers end with the bytes.
+  // Fields beyond the end of a short body read as 0.
   const ByteVector body = file->readBlock(
       static_cast<unsigned long>(std::min(fmtSize, kFmtSizeLimit) - kFmtHeaderSize));
   d->channels = static_cast<int>(body.toUInt(kChannelCount, kMostSignificantByteFirst));

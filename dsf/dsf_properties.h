@@ -1,4 +1,4 @@
-// What the "fmt " and "data" chunks of a DSF file say about its audio.
+// The audio properties in the "fmt " and "data" chunks of a DSF file.
 #pragma once
 
 #include <audioproperties.h>
@@ -10,19 +10,19 @@ namespace TagLib::DSF {
 class File;
 
 /// The audio properties of a DSF file (DSF File Format Specification, version 1.01, fmt chunk and
-/// data chunk). A value that the file does not give is 0, and a file without a fmt chunk in its
-/// place has all of them 0. The values are as the file states them, unchecked.
+/// data chunk). A missing value is 0; if the fmt chunk is not where it belongs, all are 0. Values
+/// are returned as the file states them, unchecked.
 class Properties : public AudioProperties {
  public:
-  /// Reads the properties from `file`, which is borrowed for this call only; its position moves.
+  /// Reads the properties from `file`, which is borrowed for this call; its position changes.
   /// `style` makes no difference.
   explicit Properties(File* file, ReadStyle style = Average);
   ~Properties() override;
 
-  /// The length in whole seconds, rounded towards zero.
+  /// The length in whole seconds, truncated towards zero.
   int length() const override;
 
-  /// The bit rate of the audio data in kbit/s; 0 for less than a second of audio.
+  /// The bitrate of the audio data in kbit/s; 0 for less than a second of audio.
   int bitrate() const override;
 
   /// The sampling frequency in Hz.

@@ -34,8 +34,8 @@ bool seekTo(std::FILE* file, unsigned long offset) {
          std::fseek(file, static_cast<long>(offset), SEEK_SET) == 0;
 }
 
-/// Whether both ends of the range are offsets that the file can have. Where a file system ends is
-/// asked by going there; the position stays where it is.
+/// Whether a file can have both ends of the range. Only a seek shows the file system's limit; the
+/// position is restored.
 bool canSeek(std::FILE* file, unsigned long start, unsigned long length) {
   const long position = std::ftell(file);
   const bool possible =
@@ -51,7 +51,7 @@ class FDFileStream::FDFileStreamPrivate {
   explicit FDFileStreamPrivate(const char* path)
       : name(path ? String(path, String::Latin1) : String()) {}
 
-  /// Before the error mark goes.
+  /// To be called before the error indicator is cleared.
   void noteErrors() const {
     if (!readOnly && std::ferror(file)) tagwriter::noteLostWrite();
   }
@@ -133,8 +133,8 @@ void FDFileStream::insert(const ByteVector& data, unsigned long start, unsigned 
     return;
   }
 
-  // The file grows. Each pass reads the chunk that the next write is going to cover, so the buffer
-  // has to be at least as long as the growth.
+  // The file grows. Each pass reads the chunk that the next write overwrites, so the buffer must be
+  // at least as long as the growth.
   const unsigned long growth = data.size() - replace;
   const unsigned long bufferLength = (growth + kBufferSize - 1) / kBufferSize * kBufferSize;
 
@@ -147,7 +147,7 @@ void FDFileStream::insert(const ByteVector& data, unsigned long start, unsigned 
     seek(static_cast<long>(readPosition));
     const std::size_t count = readInto(d->file, carry);
     carry.resize(static_cast<unsigned int>(count));
-    if (count < bufferLength) clear();  // or the write at the end of the file would fail
+    if (count < bufferLength) clear();  // so that the write at the end of the file succeeds
 
     seek(static_cast<long>(writePosition));
     writeBlock(pending);

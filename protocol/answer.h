@@ -1,11 +1,11 @@
-// What the service answers to a request.
+// The service's answer to a request.
 #pragma once
 
 namespace tagwriter {
 
 struct Answer {
   bool result = false;      ///< the change was made and the save reported success
-  bool incomplete = false;  ///< bytes were lost on the way to the file, whatever the result says
+  bool incomplete = false;  ///< some bytes could not be written; independent of the result
 };
 
 }  // namespace tagwriter

@@ -1,4 +1,4 @@
-// A request as every writer sees it: typed values under string keys, whatever carried them here.
+// A request as the writers see it: typed values under string keys, independent of the transport.
 #pragma once
 
 #include <cstddef>
@@ -12,9 +12,9 @@
 
 namespace tagwriter {
 
-/// A dictionary of typed values. A value that is absent and one of another type look the same: each
-/// getter answers both with its own default, and none reports an error. What a getter returns is
-/// borrowed from the dictionary and valid for its life.
+/// A dictionary of typed values. A missing value and a value of another type look the same: the
+/// getter returns its default, and none reports an error. Returned pointers and spans are borrowed
+/// from the dictionary and valid as long as it lives.
 class Dictionary {
  public:
   virtual ~Dictionary() = default;
@@ -27,15 +27,14 @@ class Dictionary {
   virtual double getDouble(const char* key) const = 0;
   /// The boolean under `key`, or false.
   virtual bool getBool(const char* key) const = 0;
-  /// The bytes under `key`, not copied, or nothing. Present but empty data is not nothing.
+  /// The bytes under `key`, not copied; nullopt if there are none. Empty data is not nullopt.
   virtual std::optional<std::span<const std::byte>> getData(const char* key) const = 0;
   /// The dictionary under `key`, or null.
   virtual const Dictionary* getDictionary(const char* key) const = 0;
-  /// A duplicate of the descriptor under `key`; empty when there is none or it cannot be
-  /// duplicated.
+  /// A duplicate of the descriptor under `key`; empty if there is none or it cannot be duplicated.
   virtual UniqueFd duplicateDescriptor(const char* key) const = 0;
-  /// A connection to the truncation endpoint under `key`; null when there is no endpoint there or
-  /// no connection can be made from it.
+  /// A connection to the truncation endpoint under `key`; null if there is no endpoint or the
+  /// connection cannot be made.
   virtual std::unique_ptr<TruncationConnection> createTruncationConnection(
       const char* key) const = 0;
 };

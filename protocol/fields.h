@@ -1,4 +1,4 @@
-// The fields of a track: their keys inside "track" and the type in which each value travels.
+// The fields of a track: their keys in "track" and the types of their values.
 #pragma once
 
 #include <string_view>
@@ -37,10 +37,10 @@ enum class Type { kString, kInt64, kDouble, kBool };
 struct Field {
   const char* key = nullptr;
   Type type = Type::kString;
-  const char* companion = nullptr;  ///< a number that is always written together with this one
+  const char* companion = nullptr;  ///< the number that is always written with this one
 };
 
-/// Every key of the "track" dictionary, in the order in which a changed key is looked up.
+/// All keys of the "track" dictionary, in the order in which find() compares them.
 inline constexpr Field kAll[] = {
     {kTitle, Type::kString},
     {kArtist, Type::kString},
@@ -68,7 +68,7 @@ inline constexpr Field kAll[] = {
     {kTotalNumberOfDiscs, Type::kInt64},
 };
 
-/// Returns the field with this key (exact, case-sensitive), or null when there is none.
+/// Returns the field with exactly this key (case-sensitive), or null if there is none.
 constexpr const Field* find(std::string_view key) {
   for (const Field& field : kAll) {
     if (key == field.key) return &field;

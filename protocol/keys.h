@@ -1,11 +1,11 @@
-// The vocabulary of the protocol: every key that travels between a player and the service.
+// The keys of the protocol between a player and the service.
 //
-// A request carries the open file, its path and one kind of work:
+// A request has the open file, its path and one kind of work:
 //   artwork         kArtwork, kArtworkType, kReplaceArtwork
 //   clear artwork   kClearArtwork
 //   one track field kChangedTag, and kTrack with the track's values under the field keys
-// The reply echoes kPath and carries kResult, and kIncomplete when bytes were lost. The truncation
-// request, from the service back to the player, carries kFd and kTruncateSize.
+// The reply repeats kPath and has kResult, and kIncomplete if bytes were lost. The truncation
+// request, from the service to the player, has kFd and kTruncateSize.
 #pragma once
 
 namespace tagwriter::key {

@@ -1,4 +1,4 @@
-// The second channel of a request, on which the player shortens the file for the service.
+// The second channel of a request, over which the player truncates the file for the service.
 #pragma once
 
 #include <cstdint>
@@ -7,16 +7,14 @@
 
 namespace tagwriter {
 
-/// A connection to the player's truncation endpoint. Made by
-/// Dictionary::createTruncationConnection, used by one file stream for every truncation of its
-/// life.
+/// A connection to the player's truncation endpoint. Created by
+/// Dictionary::createTruncationConnection and used by one FDFileStream for all its truncations.
 class TruncationConnection {
  public:
   virtual ~TruncationConnection() = default;
 
-  /// Asks the player to set the length of the file behind `fd` to `size` bytes, and waits for the
-  /// answer. `fd` is only lent. Returns nothing when the player answered that it is done, and a
-  /// description of the error otherwise.
+  /// Asks the player to set the length of the file `fd` to `size` bytes and waits for the reply.
+  /// `fd` is borrowed. Returns nullopt if the player replied, otherwise a description of the error.
   virtual std::optional<std::string> truncate(int fd, std::uint64_t size) = 0;
 };
 

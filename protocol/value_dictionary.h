@@ -1,5 +1,5 @@
-// The dictionary that is made of plain values: what the D-Bus adapter decodes a message into, and
-// what the client and the tests build their requests from.
+// A Dictionary of plain values: the D-Bus adapter decodes messages into it, and the client and the
+// tests build requests with it.
 #pragma once
 
 #include <functional>
@@ -11,46 +11,45 @@
 
 namespace tagwriter {
 
-/// A string whose bytes need not be UTF-8, as a path on Linux. Read with getString like any other,
-/// but a transport carries it as bytes.
+/// A string that need not be UTF-8, such as a path on Linux. getString returns it like any other; a
+/// transport sends it as bytes.
 struct ByteString {
   std::string bytes;
 };
 
-/// A descriptor, lent for the life of the dictionary.
+/// A descriptor that the caller keeps open while the dictionary lives.
 struct BorrowedFd {
   int fd;
 };
 
-/// A dictionary of values held in memory. Data and descriptors are lent to it, everything else is
-/// its own.
+/// A dictionary of values in memory. It borrows data and descriptors and owns everything else.
 class ValueDictionary final : public Dictionary {
  public:
   using Data = std::span<const std::byte>;
   using Value = std::variant<std::string, ByteString, std::int64_t, std::uint64_t, double, bool,
                              Data, BorrowedFd, std::shared_ptr<const ValueDictionary>>;
-  /// Makes a truncation connection from an endpoint's descriptor, which stays the caller's; null
-  /// when none can be made.
+  /// Creates a truncation connection from an endpoint's descriptor, which it only borrows; returns
+  /// null on failure.
   using TruncationConnector = std::function<std::unique_ptr<TruncationConnection>(int endpoint)>;
 
-  /// Without a connector there is never a truncation connection.
+  /// A dictionary without a connector: createTruncationConnection returns null.
   ValueDictionary() = default;
-  /// `connector` serves createTruncationConnection.
+  /// createTruncationConnection calls `connector`.
   explicit ValueDictionary(TruncationConnector connector);
 
-  /// Puts `value` under `key`, in place of what was there.
+  /// Sets `key` to `value`, replacing any earlier value.
   void set(std::string key, Value value);
-  /// Puts a dictionary under `key`, in place of what was there.
+  /// Sets `key` to a dictionary, replacing any earlier value.
   void set(std::string key, ValueDictionary value);
-  /// Takes away what is under `key`.
+  /// Removes `key` and its value.
   void remove(const std::string& key);
 
-  /// Every key with its value, in the order of the keys.
+  /// All keys and values, sorted by key.
   const std::map<std::string, Value, std::less<>>& values() const { return values_; }
 
   const char* getString(const char* key) const override;
   std::int64_t getInt64(const char* key) const override;
-  /// The unsigned integer under `key`, or nothing.
+  /// The unsigned integer under `key`, or nullopt.
   std::optional<std::uint64_t> getUint64(const char* key) const;
   double getDouble(const char* key) const override;
   bool getBool(const char* key) const override;
