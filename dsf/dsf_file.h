@@ -38,11 +38,12 @@ class File : public TagLib::File {
   /// The audio properties, owned by this object; null if they were not read.
   Properties* audioProperties() const override;
 
-  /// Writes the tag: in place of the old one, or at the end of the file, with the pointer set to
-  /// it. An empty tag is removed instead, and the pointer set to 0. Quirk: the file size in the DSD
-  /// chunk is not updated, since players go by the file itself and one number less to rewrite is
-  /// one less to get wrong. Returns false if the file is read-only or not a DSF file, and true
-  /// otherwise, even if a write fails: streams do not report that.
+  /// Writes the tag: in place of the old one, or at the end of the file, and sets the pointer.
+  /// An empty tag is removed instead, and the pointer set to 0.
+  /// Quirk: the file size in the DSD chunk is not updated, so that nothing but the pointer changes
+  /// outside the tag.
+  /// Returns false if the file is read-only or not a DSF file, and true otherwise, even if a write
+  /// fails: streams do not report that.
   bool save() override;
 
  private:

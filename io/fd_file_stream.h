@@ -23,18 +23,18 @@ namespace TagLib {
 class FDFileStream : public IOStream {
  public:
   /// Opens `fd` for update, or for reading if it is not writable or `openReadOnly` is set. Starts
-  /// at offset 0, whatever the descriptor's offset was. The stream takes ownership of `fd` and
-  /// closes it when destroyed, unless `fd` cannot be opened either way: then isOpen() is false and
-  /// the caller still owns it. `path` is the stream's name and is never opened; null means an empty
-  /// name. `request` holds the truncation endpoint. It is borrowed while the stream lives and may
-  /// be null.
+  /// at offset 0, whatever the descriptor's offset was.
+  /// The stream takes ownership of `fd` and closes it when destroyed, unless `fd` cannot be opened
+  /// either way: then isOpen() is false and the caller still owns it.
+  /// `path` is the stream's name and is never opened; null means an empty name.
+  /// `request` has the truncation endpoint. It is borrowed while the stream lives and may be null.
   FDFileStream(int fd, const char* path, const tagwriter::Dictionary* request,
                bool openReadOnly = false);
   ~FDFileStream() override;
 
-  /// The name in UTF-8, owned by the stream. Quirk: the path's bytes are read as Latin-1, so a path
-  /// that is not ASCII comes back encoded twice. Any bytes are a valid name that way, and TagLib
-  /// looks only at the extension.
+  /// The name in UTF-8, owned by the stream.
+  /// Quirk: the path's bytes are read as Latin-1, so a path that is not ASCII comes back encoded
+  /// twice. Any bytes are a valid name that way, and TagLib looks only at the extension.
   FileName name() const override;
 
   /// Returns up to `length` bytes from the current position; fewer at the end of the file. If
@@ -51,7 +51,7 @@ class FDFileStream : public IOStream {
   /// Removes the `length` bytes at offset `start` and truncates the file. Does nothing if the range
   /// is beyond what a file can hold.
   /// Quirk: not refused on a read-only stream, as in TagLib's own stream; the writes fail silently
-  /// and the truncation is still tried. Read-only files are refused before they get here.
+  /// and the truncation is still tried. TagLib's save() refuses a read-only file before that.
   void removeBlock(unsigned long start = 0, unsigned long length = 0) override;
 
   /// True unless the descriptor was opened for update.
