@@ -59,7 +59,7 @@ class FDFileStream : public IOStream {
   /// False if the descriptor could not be opened.
   bool isOpen() const override;
 
-  /// The stream's descriptor, which it owns; -1 when it could not be opened.
+  /// The stream's descriptor, which it owns; -1 if it could not be opened.
   int descriptor() const;
 
   /// Moves to `offset` bytes from `position`. An unknown position is reported and changes nothing.

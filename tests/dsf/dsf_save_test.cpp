@@ -174,7 +174,6 @@ TEST_F(DsfSave, ReportsSuccessEvenIfAllWritesFail) {
   for (const char* title : {"one", "two", ""}) {
     file.tag()->setTitle(title);
     EXPECT_TRUE(file.save());
-    EXPECT_EQ(file.hasID3v2Tag(), *title != '\0');
     stream.calls += "| ";
   }
   EXPECT_EQ(stream.calls, "write write | insert | remove write | ");

@@ -42,6 +42,7 @@ TEST(FDFileStreamOpening, DependsOnTheDescriptor) {
       FDFileStream stream(fd, "/music/a song.mp3", nullptr, c.openReadOnly);
       EXPECT_EQ(stream.isOpen(), c.isOpen);
       EXPECT_EQ(stream.readOnly(), c.readOnly);
+      EXPECT_EQ(stream.descriptor(), c.isOpen ? fd : -1);
       EXPECT_EQ(log.text(), c.isOpen ? "" : "Could not open file /music/a song.mp3");
       EXPECT_EQ(countDescriptors(), descriptors);
       if (c.isOpen) {

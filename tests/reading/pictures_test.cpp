@@ -113,8 +113,8 @@ TEST(Pictures, AreFoundInEveryFormatAfterAWrite) {
         "aiff_plain.aiff", "wav_plain.wav", "ape_plain.ape", "vorbis.oga", "wavpack_plain.wv",
         "flac.oga", "opus_plain.opus", "dsf_plain.dsf", "mpc_plain.mpc"}) {
     const std::string path = directory.copyOf(name);
-    ASSERT_TRUE(writeArtwork(openFile(path), path.c_str(),
-                             std::as_bytes(std::span(image)), 0, ValueDictionary()));
+    ASSERT_TRUE(writeArtwork(openFile(path), path.c_str(), std::as_bytes(std::span(image)), 0,
+                             ValueDictionary()));
     const std::string extension = std::filesystem::path(path).extension();
     const bool hasRoles = extension != ".m4a" && extension != ".wma";
     EXPECT_EQ(picturesIn(path),
