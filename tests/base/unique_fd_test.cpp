@@ -20,6 +20,7 @@ TEST(UniqueFd, HasOneOwnerThatClosesIt) {
   UniqueFd second = openNull();
   const int closed = second.get();
   second = std::move(first);
+  EXPECT_FALSE(first);  // NOLINT(bugprone-use-after-move)
   EXPECT_EQ(second.get(), number);
   EXPECT_FALSE(isOpen(closed));
   {
