@@ -1,59 +1,58 @@
 #include "cli/arguments.h"
 
 #include <CLI/CLI.hpp>
-#include <iostream>
 #include <map>
 
-#include "cli/completion.h"
 #include "cli/help.h"
 #include "protocol/fields.h"
 
 namespace tagwriter {
 namespace {
 
-/// A verb: declares its options, and turns what was given into arguments.
-class Verb {
+/// A command: declares its options and turns them into arguments.
+class Command {
  public:
-  Verb(CLI::App& app, const std::string& name, const std::string& what)
-      : command(app.add_subcommand(name, what)) {}
-  virtual ~Verb() = default;
-  Verb(const Verb&) = delete;
-  Verb& operator=(const Verb&) = delete;
+  Command(CLI::App& app, const std::string& name, const std::string& description)
+      : app_(app.add_subcommand(name, description)->group("Commands")) {}
+  virtual ~Command() = default;
+  Command(const Command&) = delete;
+  Command& operator=(const Command&) = delete;
 
-  bool chosen() const { return command->parsed(); }
-  /// Throws CLI::ValidationError when the options do not fit together.
+  bool isGiven() const { return app_->parsed(); }
+  /// Throws CLI::ValidationError if the options contradict each other.
   virtual Arguments arguments() const = 0;
 
  protected:
-  void addFiles(FileOptions& options, const char* name = "FILE", const char* what = "Audio files") {
-    command->add_option(name, options.paths, what)->required();
-    command->add_flag("-r,--recursive", options.recursive, "Go into directories, for audio files");
-    command->add_flag("--json", options.json, "Print one JSON object a line");
+  void addFiles(FileOptions& options, const char* name = "FILE",
+                const char* description = "Audio files") {
+    app_->add_option(name, options.paths, description)->required();
+    app_->add_flag("-r,--recursive", options.recursive, "Process the audio files in directories");
+    app_->add_flag("--json", options.json, "Print one JSON object per line");
   }
   void addEditing(EditOptions& options) {
-    command->add_flag("--safe", options.safe,
-                      "Edit a copy, which takes the file's place only when all has gone well");
-    command->add_flag("--keep-times", options.keepTimes, "Leave the modification time as it was");
-    command->add_flag("--bus", options.bus,
-                      "Use the service on the session bus, not one started for this command");
-    command->add_flag("-n,--dry-run", options.dryRun,
-                      "Say what would be written, and write nothing");
-    command->add_flag("-q,--quiet", options.quiet, "Print nothing but errors");
+    app_->add_flag("--safe", options.safe,
+                   "Edit a copy, and replace the file only if everything succeeds");
+    app_->add_flag("--keep-times", options.keepTimes, "Keep the modification time");
+    app_->add_flag("--bus", options.bus,
+                   "Use the service on the session bus instead of a private one");
+    app_->add_flag("-n,--dry-run", options.dryRun,
+                   "Print what would be written, without writing anything");
+    app_->add_flag("-q,--quiet", options.quiet, "Print only errors");
   }
-  void addRepeated(const char* name, std::vector<std::string>& values, const char* what) {
-    command->add_option(name, values, what)->required()->allow_extra_args(false);
+  void addRepeatable(const char* name, std::vector<std::string>& values, const char* description) {
+    app_->add_option(name, values, description)->required()->allow_extra_args(false);
   }
 
-  CLI::App* command;
+  CLI::App* app_;
 };
 
-class SetVerb final : public Verb {
+class SetCommand final : public Command {
  public:
-  explicit SetVerb(CLI::App& app) : Verb(app, "set", "Write fields into files") {
-    addRepeated("-t,--tag", assignments_, "A field and its new value, as KEY=VALUE; may repeat");
+  explicit SetCommand(CLI::App& app) : Command(app, "set", "Write fields") {
+    addRepeatable("-t,--tag", assignments_, "A field to write, as KEY=VALUE; repeatable");
     addEditing(options_);
     addFiles(options_);
-    command->footer(fieldsHelp());
+    app_->footer(fieldsHelp());
   }
   Arguments arguments() const override {
     SetArguments result{{}, options_};
@@ -71,13 +70,13 @@ class SetVerb final : public Verb {
   EditOptions options_;
 };
 
-class ClearVerb final : public Verb {
+class ClearCommand final : public Command {
  public:
-  explicit ClearVerb(CLI::App& app) : Verb(app, "clear", "Remove fields from files") {
-    addRepeated("-t,--tag", keys_, "The KEY of a field to remove; may repeat");
+  explicit ClearCommand(CLI::App& app) : Command(app, "clear", "Clear fields") {
+    addRepeatable("-t,--tag", keys_, "The KEY of a field to clear; repeatable");
     addEditing(options_);
     addFiles(options_);
-    command->footer(fieldsHelp());
+    app_->footer(fieldsHelp());
   }
   Arguments arguments() const override {
     for (const std::string& key : keys_) {
@@ -91,22 +90,22 @@ class ClearVerb final : public Verb {
   EditOptions options_;
 };
 
-class CoverVerb final : public Verb {
+class CoverCommand final : public Command {
  public:
-  explicit CoverVerb(CLI::App& app)
-      : Verb(app, "cover", "Store an image as the front cover of files, or remove all pictures") {
-    auto* replace = command->add_flag("--replace", parsed_.replace,
-                                      "Replace the pictures that are there; without it a file "
-                                      "that has one is left alone and fails");
+  explicit CoverCommand(CLI::App& app)
+      : Command(app, "cover", "Set the front cover, or remove all pictures") {
+    auto* replace =
+        app_->add_flag("--replace", parsed_.replace,
+                       "Replace existing pictures; without it, a file that has one fails");
     auto* type =
-        command->add_option("--type", type_, "The image's format, when its first bytes do not tell")
+        app_->add_option("--type", type_, "Format of the cover, if its first bytes do not show it")
             ->check(CLI::IsMember(&kTypes).description(""))
             ->type_name("png|jpeg|tiff|gif|bmp");
-    auto* clear = command->add_flag("--clear", parsed_.clear, "Remove all pictures");
+    auto* clear = app_->add_flag("--clear", parsed_.clear, "Remove all pictures");
     clear->excludes(replace)->excludes(type);
     addEditing(parsed_.options);
-    addFiles(parsed_.options, "IMAGE FILE", "The image and the audio files; with --clear no image");
-    command->footer(
+    addFiles(parsed_.options, "IMAGE FILE", "The cover and the audio files; no image with --clear");
+    app_->footer(
         "tagwriter cover [--replace] [--type TYPE] IMAGE FILE...\n"
         "tagwriter cover --clear FILE...");
   }
@@ -115,10 +114,8 @@ class CoverVerb final : public Verb {
     if (result.clear) return result;
     if (!type_.empty()) result.type = kTypes.at(type_);
     std::vector<std::string>& paths = result.options.paths;
-    if (paths.size() < 2) {
-      throw CLI::ValidationError("cover: IMAGE and at least one FILE are needed");
-    }
-    result.image = paths.front();
+    if (paths.size() < 2) throw CLI::ValidationError("IMAGE and at least one FILE are required");
+    result.cover = paths.front();
     paths.erase(paths.begin());
     return result;
   }
@@ -133,10 +130,9 @@ class CoverVerb final : public Verb {
   std::string type_;
 };
 
-class ShowVerb final : public Verb {
+class ShowCommand final : public Command {
  public:
-  explicit ShowVerb(CLI::App& app)
-      : Verb(app, "show", "Print the tags and pictures that are in files") {
+  explicit ShowCommand(CLI::App& app) : Command(app, "show", "Print tags and pictures") {
     addFiles(options_);
   }
   Arguments arguments() const override { return ShowArguments{options_}; }
@@ -145,27 +141,9 @@ class ShowVerb final : public Verb {
   FileOptions options_;
 };
 
-class CompletionVerb final : public Verb {
- public:
-  explicit CompletionVerb(CLI::App& app)
-      : Verb(app, "completion", "Print the completions for a shell"), app_(app) {
-    command->add_option("SHELL", shell_, "bash, zsh or fish")
-        ->required()
-        ->check(CLI::IsMember({"bash", "zsh", "fish"}).description(""));
-  }
-  Arguments arguments() const override {
-    std::cout << completionFor(shell_, app_);
-    return ExitNow{kExitDone};
-  }
-
- private:
-  CLI::App& app_;
-  std::string shell_;
-};
-
-/// The words of the command line, last one first, as the parser takes them. It has a meaning of its
-/// own for a few that are names of files here ("[2001]", "++", "%%"): these get a path.
-std::vector<std::string> wordsOf(int argc, const char* const* argv) {
+/// The words of the command line in reverse order, as the parser expects them. It gives a special
+/// meaning to some valid file names ("[2001]", "++", "%%"); these become paths.
+std::vector<std::string> reversedWords(int argc, const char* const* argv) {
   std::vector<std::string> words;
   for (int i = argc - 1; i > 0; --i) {
     std::string word = argv[i];
@@ -176,11 +154,12 @@ std::vector<std::string> wordsOf(int argc, const char* const* argv) {
   return words;
 }
 
-/// What is wrong; the parser does not name a verb that it does not know.
-std::string textOf(const CLI::App& app, const CLI::Error& error) {
+/// The parser's message, except for a wrong or missing command, which it does not name.
+std::string messageFor(const CLI::App& app, const CLI::Error& error) {
+  if (!app.get_subcommands().empty()) return error.what();
   const std::vector<std::string> unknown = app.remaining();
-  if (!app.get_subcommands().empty() || unknown.empty()) return error.what();
-  return unknown.front() + ": no such " + (unknown.front().starts_with('-') ? "option" : "verb");
+  if (unknown.empty()) return "a command is required";
+  return unknown.front() + ": no such " + (unknown.front().starts_with('-') ? "option" : "command");
 }
 
 }  // namespace
@@ -190,21 +169,21 @@ Arguments parseArguments(int argc, const char* const* argv) {
   app.require_subcommand(1);
   app.footer(kHelpFooter);
   app.get_formatter()->column_width(28);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
-    return "tagwriter: " + textOf(*failed, error) + "\nRun with --help for more information.\n";
+    return "tagwriter: " + messageFor(*failed, error) + "\nSee 'tagwriter --help'.\n";
   });
 
-  const SetVerb set(app);
-  const ClearVerb clear(app);
-  const CoverVerb cover(app);
-  const ShowVerb show(app);
-  const CompletionVerb completion(app);
-  const Verb* const verbs[] = {&set, &clear, &cover, &show, &completion};
+  const SetCommand set(app);
+  const ClearCommand clear(app);
+  const CoverCommand cover(app);
+  const ShowCommand show(app);
+  const Command* const commands[] = {&set, &clear, &cover, &show};
 
   try {
-    app.parse(wordsOf(argc, argv));
-    for (const Verb* verb : verbs) {
-      if (verb->chosen()) return verb->arguments();
+    app.parse(reversedWords(argc, argv));
+    for (const Command* command : commands) {
+      if (command->isGiven()) return command->arguments();
     }
   } catch (const CLI::ParseError& error) {
     return ExitNow{app.exit(error) == 0 ? kExitDone : kExitUsage};

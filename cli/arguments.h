@@ -11,53 +11,53 @@
 namespace tagwriter {
 
 /// Exit codes of every command.
-inline constexpr int kExitDone = 0;    ///< all done
-inline constexpr int kExitFailed = 1;  ///< something failed and was named on standard error
-inline constexpr int kExitUsage = 2;   ///< the command line was wrong; nothing was done
+inline constexpr int kExitDone = 0;    ///< everything succeeded
+inline constexpr int kExitFailed = 1;  ///< something failed and was reported on standard error
+inline constexpr int kExitUsage = 2;   ///< wrong usage; nothing was done
 
-/// The files that a verb works through, and how it talks about them.
+/// The files to process, and how to report on them.
 struct FileOptions {
   std::vector<std::string> paths;
-  bool recursive = false;  ///< go into directories
-  bool json = false;       ///< one JSON object a line on standard output
+  bool recursive = false;  ///< process the audio files in directories
+  bool json = false;       ///< print one JSON object per line on standard output
 };
 
-/// How the verbs that write do it.
+/// The options of the commands that write.
 struct EditOptions : FileOptions {
   bool safe = false;
   bool keepTimes = false;
-  bool bus = false;     ///< through the session bus instead of a worker of one's own
-  bool dryRun = false;  ///< say what would be sent, and send nothing
-  bool quiet = false;   ///< nothing but errors
+  bool bus = false;     ///< use the session bus instead of a private worker
+  bool dryRun = false;  ///< print what would be written, and write nothing
+  bool quiet = false;   ///< print only errors
 };
 
-/// "set": the fields to write, in the order given.
+/// `set`: the fields to write, in the given order.
 struct SetArguments {
   std::vector<FieldAssignment> fields;
   EditOptions options;
 };
 
-/// "clear": the fields to remove, in the order given.
+/// `clear`: the fields to clear, in the given order.
 struct ClearArguments {
   std::vector<std::string> keys;
   EditOptions options;
 };
 
-/// "cover": the image to store, or none to remove all pictures.
+/// `cover`: the cover to store, or `clear` to remove all pictures.
 struct CoverArguments {
-  std::string image;
-  std::optional<ImageType> type;  ///< by the image's first bytes when absent
+  std::string cover;              ///< its path
+  std::optional<ImageType> type;  ///< nullopt: detected from the first bytes
   bool replace = false;
   bool clear = false;
   EditOptions options;
 };
 
-/// "show".
+/// `show`.
 struct ShowArguments {
   FileOptions options;
 };
 
-/// The command line was answered while parsing (help, completions, a usage error).
+/// The command line was handled by the parser (help, or a usage error).
 struct ExitNow {
   int code;
 };
@@ -65,8 +65,7 @@ struct ExitNow {
 using Arguments =
     std::variant<ExitNow, SetArguments, ClearArguments, CoverArguments, ShowArguments>;
 
-/// Parses the command line; prints help and completions to standard output and usage errors to
-/// standard error.
+/// Parses the command line. Prints help to standard output and usage errors to standard error.
 Arguments parseArguments(int argc, const char* const* argv);
 
 }  // namespace tagwriter

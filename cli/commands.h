@@ -1,5 +1,5 @@
-// The verbs. Each works through its files, names what failed on standard error as "file: reason",
-// goes on with the next one and returns an exit code.
+// The commands. Each processes its files in turn, reports failures on standard error as
+// "file: reason", continues with the next file, and returns an exit code.
 #pragma once
 
 #include "cli/arguments.h"
@@ -8,13 +8,13 @@ namespace tagwriter {
 
 /// Writes the fields into each file through the service.
 int run(const SetArguments& arguments);
-/// Removes the fields from each file through the service.
+/// Clears the fields in each file through the service.
 int run(const ClearArguments& arguments);
-/// Stores the cover in each file, or clears all pictures, through the service.
+/// Stores the cover in each file, or removes all pictures, through the service.
 int run(const CoverArguments& arguments);
-/// Prints the tags and pictures of each file to standard output.
+/// Prints the tags and pictures of each file.
 int run(const ShowArguments& arguments);
-/// There is nothing more to do.
+/// Returns the exit code of the parser.
 int run(const ExitNow& exit);
 
 }  // namespace tagwriter

@@ -12,8 +12,8 @@
 namespace tagwriter {
 namespace {
 
-/// Everything in the file or pipe; nothing when that is nothing or cannot be read.
-std::optional<std::string> readImage(const std::string& path) {
+/// Reads all of a file or pipe; nullopt if it is empty or unreadable.
+std::optional<std::string> readCover(const std::string& path) {
   std::error_code ignored;
   if (std::filesystem::is_directory(path, ignored)) return std::nullopt;
   std::ifstream file(path, std::ios::binary);
@@ -22,32 +22,27 @@ std::optional<std::string> readImage(const std::string& path) {
   return bytes;
 }
 
-/// The type that the user names, or else what the image's first bytes say.
-ImageType typeOf(const CoverArguments& arguments, std::span<const std::byte> image) {
-  return arguments.type.value_or(detectImageType(image));
-}
-
 int storeCover(const CoverArguments& arguments) {
-  const auto file = readImage(arguments.image);
+  const auto file = readCover(arguments.cover);
   if (!file) {
-    std::cerr << printable(arguments.image) << ": cannot be read, or is empty\n";
+    std::cerr << printable(arguments.cover) << ": empty or unreadable\n";
     return kExitFailed;
   }
-  const auto image = std::as_bytes(std::span(*file));
-  const ImageType type = typeOf(arguments, image);
+  const auto cover = std::as_bytes(std::span(*file));
+  const ImageType type = arguments.type.value_or(detectImageType(cover));
   if (type == ImageType::kOther) {
-    std::cerr << printable(arguments.image)
-              << ": not a PNG, JPEG, TIFF, GIF or BMP image; --type says what it is\n";
+    std::cerr << printable(arguments.cover)
+              << ": not a PNG, JPEG, TIFF, GIF or BMP image (use --type)\n";
     return kExitFailed;
   }
-  PlannedEdit cover = {Edit::setCover(image, type, arguments.replace),
-                       "cover = " + arguments.image};
-  return editFiles(arguments.options, {{"cover", [&](const AudioFile&) { return cover; }}});
+  const PlannedEdit edit = {Edit::setCover(cover, type, arguments.replace),
+                            "cover = " + arguments.cover};
+  return editFiles(arguments.options, {{"cover", [&](const AudioFile&) { return edit; }}});
 }
 
 int clearCover(const CoverArguments& arguments) {
   return editFiles(arguments.options, {{"cover", [](const AudioFile&) {
-                                          return PlannedEdit{Edit::clearCovers(), "no pictures"};
+                                          return PlannedEdit{Edit::clearCovers(), "clear pictures"};
                                         }}});
 }
 

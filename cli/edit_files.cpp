@@ -3,13 +3,13 @@
 #include "cli/file_list.h"
 #include "cli/interruption.h"
 #include "cli/report.h"
-#include "client/guards.h"
+#include "client/preflight.h"
 
 namespace tagwriter {
 namespace {
 
-/// Whether the file itself is at fault, so that no other edit of it can do better.
-bool concernsFile(Status status) {
+/// Whether further edits of the same file would fail too, or do more damage.
+bool endsFile(Status status) {
   switch (status) {
     case Status::kNotFound:
     case Status::kNotRegularFile:
@@ -26,7 +26,7 @@ bool concernsFile(Status status) {
   }
 }
 
-/// Works on one file after the other with the same edits.
+/// Makes the same edits in each file.
 class FileEditor {
  public:
   FileEditor(const EditOptions& options, const std::vector<NamedEdit>& edits, Report& report)
@@ -55,25 +55,26 @@ class FileEditor {
     if (const Outcome opened = openForEdit(path, fd); !opened) {
       return report_.failed(path, opened.message());
     }
-    for (const NamedEdit& edit : edits_) report_.planned(path, edit.name, edit.plan(path).what);
+    for (const NamedEdit& edit : edits_)
+      report_.planned(path, edit.name, edit.plan(path).description);
   }
 
   void editOneByOne(const std::string& path) {
     for (const NamedEdit& edit : edits_) {
       const Outcome outcome = writer_.write(path, edit.plan(path).edit, writeOptions());
-      if (!outcome && concernsFile(outcome.status)) return report_.failed(path, outcome.message());
+      if (!outcome && endsFile(outcome.status)) return report_.failed(path, outcome.message());
       report_.done(path, edit.name, outcome);
     }
   }
 
-  /// All edits on one copy, or none.
+  /// Makes all edits on one copy, or none.
   void editTogether(const std::string& path) {
     std::vector<Edit> edits;
     for (const NamedEdit& edit : edits_) edits.push_back(edit.plan(path).edit);
     const Outcome outcome = writer_.write(path, edits, writeOptions());
     if (outcome) {
       for (const NamedEdit& edit : edits_) report_.done(path, edit.name, outcome);
-    } else if (concernsFile(outcome.status)) {
+    } else if (endsFile(outcome.status)) {
       report_.failed(path, outcome.message());
     } else {
       report_.done(path, edits_[outcome.edit].name, outcome);

@@ -1,4 +1,4 @@
-// Files one after the other, each given the same edits.
+// Makes the same edits in one file after another.
 #pragma once
 
 #include <functional>
@@ -10,20 +10,20 @@
 
 namespace tagwriter {
 
-/// An edit for one file, and what it does in words.
+/// An edit for one file, and its description for a dry run.
 struct PlannedEdit {
   Edit edit;
-  std::string what;
+  std::string description;
 };
 
-/// One thing to do to every file, and what it is called when it fails.
+/// An edit to make in every file, with its name for reports.
 struct NamedEdit {
   std::string name;
-  std::function<PlannedEdit(const AudioFile& file)> plan;  ///< it may depend on what is in the file
+  std::function<PlannedEdit(const AudioFile& file)> plan;  ///< may depend on the content
 };
 
-/// Makes `edits` in each file of `options` in turn, as the options say. What fails is named on
-/// standard error as "file: edit: reason", and the work goes on. Returns an exit code.
+/// Makes `edits` in each of `options.paths`, as the options say. Reports failures on standard error
+/// as "file: edit: reason" and continues. Returns an exit code.
 int editFiles(const EditOptions& options, const std::vector<NamedEdit>& edits);
 
 }  // namespace tagwriter

@@ -12,13 +12,13 @@
 namespace tagwriter {
 namespace {
 
-/// A field with its new value, or with none when it goes away.
+/// A field with its new value, or nullopt to clear it.
 struct Change {
   std::string key;
   std::optional<TrackValue> value;
 };
 
-/// The disc and the number of discs, each as far as the user names it.
+/// The disc number and the number of discs, as far as the user gives them.
 struct DiscChange {
   std::optional<std::int64_t> number;
   std::optional<std::int64_t> total;
@@ -38,7 +38,7 @@ DiscChange discChangeOf(const std::vector<Change>& changes) {
   return disc;
 }
 
-/// What the file says about its disc; nothing known of a file that cannot be read.
+/// Reads the disc number and the number of discs; zeros if the file cannot be read.
 DiscPosition discPositionIn(const AudioFile& file) {
   const UniqueFd fd(::open(file.path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (!fd) return {};
@@ -71,7 +71,7 @@ struct ValueText {
 NamedEdit fieldEdit(const Change& change) {
   return {change.key, [change](const AudioFile&) {
             if (!change.value) {
-              return PlannedEdit{Edit::clearField(change.key), "no " + change.key};
+              return PlannedEdit{Edit::clearField(change.key), "clear " + change.key};
             }
             return PlannedEdit{Edit::setField(change.key, *change.value),
                                change.key + " = " + std::visit(ValueText(), *change.value)};
@@ -80,13 +80,13 @@ NamedEdit fieldEdit(const Change& change) {
 
 std::vector<NamedEdit> editsOf(const std::vector<Change>& changes) {
   std::vector<NamedEdit> edits;
-  bool discIsIn = false;
+  bool hasDisc = false;
   for (const Change& change : changes) {
     if (!isDisc(change.key)) {
       edits.push_back(fieldEdit(change));
-    } else if (!discIsIn) {
+    } else if (!hasDisc) {
       edits.push_back(discEdit(discChangeOf(changes)));
-      discIsIn = true;
+      hasDisc = true;
     }
   }
   return edits;

@@ -1,4 +1,4 @@
-// The requests that a player sends for the fields a user names.
+// The edits for the fields that a user names.
 #pragma once
 
 #include <string>
@@ -9,12 +9,11 @@
 
 namespace tagwriter {
 
-/// One request a field, in the order given. A number that travels with another (the disc and the
-/// number of discs) goes into one request with it; the one that the user does not name keeps what
-/// the file says.
+/// Returns one edit per field, in the given order. The disc number and the number of discs share an
+/// edit; if only one of them is given, the other keeps its value in the file.
 std::vector<NamedEdit> setEdits(const std::vector<FieldAssignment>& fields);
 
-/// The same for fields that go away.
+/// The same for fields to clear.
 std::vector<NamedEdit> clearEdits(const std::vector<std::string>& keys);
 
 }  // namespace tagwriter

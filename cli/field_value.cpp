@@ -12,7 +12,7 @@ using Value = TrackValue;
 /// Whether the C library's own decoder takes all of `text` as UTF-8.
 bool isUtf8(const std::string& text) {
   static const locale_t kUtf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-  if (!kUtf8) return true;  // nothing to judge by: the service's answer stands
+  if (!kUtf8) return true;  // cannot check here; the service rejects it
   const locale_t previous = ::uselocale(kUtf8);
   const char* position = text.c_str();
   std::mbstate_t state{};

@@ -1,4 +1,4 @@
-// From a value typed at a terminal to a value of the field's type.
+// Parses a field's value as a user types it.
 #pragma once
 
 #include <optional>
@@ -15,15 +15,15 @@ struct FieldAssignment {
   TrackValue value;
 };
 
-/// Reads "key=value". The value is everything behind the first "=", taken as UTF-8 text, a whole
-/// number, a decimal or yes/no, as the field wants it. Returns nothing when it does not parse, with
-/// a text in `error` that names the key and what it takes.
+/// Parses "key=value". The value is everything after the first "=", in the type of the field: UTF-8
+/// text, a whole number, a decimal number or yes/no. On failure returns nullopt and sets `error` to
+/// a message that names the key and its type.
 std::optional<FieldAssignment> parseAssignment(const std::string& text, std::string& error);
 
-/// What kind of value the field takes, in a few words.
+/// Returns the type of the field in a few words.
 std::string whatFieldTakes(const field::Field& field);
 
-/// What to say about a key that is no field's; names the fields.
+/// Returns the message for an unknown key, which lists all keys.
 std::string unknownFieldText(const std::string& key);
 
 }  // namespace tagwriter

@@ -44,7 +44,7 @@ std::vector<std::string> listFiles(const std::vector<std::string>& paths, bool r
     } else if (recursive) {
       addDirectory(path, files, report);
     } else {
-      report(path, "is a directory; --recursive goes into it");
+      report(path, "is a directory (use --recursive)");
     }
   }
   return files;

@@ -1,4 +1,4 @@
-// From the names on the command line to the files to work through.
+// Finds the files to process.
 #pragma once
 
 #include <functional>
@@ -7,12 +7,12 @@
 
 namespace tagwriter {
 
-/// Reports a path that cannot be used, with the reason.
+/// Called for a path that cannot be used.
 using PathError = std::function<void(const std::string& path, const std::string& reason)>;
 
-/// Returns `paths` with every directory replaced, when `recursive` is set, by the audio files below
-/// it, in the order of their names; links to directories are not followed. Without `recursive` a
-/// directory is reported; so is one that cannot be read.
+/// Returns `paths`, with directories replaced by the audio files below them, sorted by name. Does
+/// not follow symbolic links to directories, except those in `paths`. Reports directories that
+/// cannot be read, and every directory if `recursive` is false.
 std::vector<std::string> listFiles(const std::vector<std::string>& paths, bool recursive,
                                    const PathError& report);
 

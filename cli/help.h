@@ -1,4 +1,4 @@
-// The texts of --help that the parser does not make by itself.
+// The texts for --help that the parser does not generate.
 #pragma once
 
 #include <string>
@@ -8,10 +8,10 @@ namespace tagwriter {
 inline constexpr char kDescription[] =
     "tagwriter - write tags into audio files\n"
     "\n"
-    "Writes titles, numbers, ratings, lyrics, covers and other fields into MP3, M4A, FLAC, Ogg,\n"
-    "Opus, WMA, AIFF, WAV, Monkey's Audio, WavPack, Musepack and DSF files, one field at a time,\n"
-    "and leaves everything else in the file alone. The files are opened here; the writing is done\n"
-    "by the tagwriterd service, which gets the open files and never opens one by its name.";
+    "Writes titles, track numbers, ratings, lyrics, covers and other fields into MP3, M4A, FLAC,\n"
+    "Ogg, Opus, WMA, AIFF, WAV, Monkey's Audio, WavPack, Musepack and DSF files. The command "
+    "opens\n"
+    "the files; the tagwriterd service edits them, and never opens a file by name itself.";
 
 inline constexpr char kHelpFooter[] =
     "Examples:\n"
@@ -21,16 +21,17 @@ inline constexpr char kHelpFooter[] =
     "  tagwriter show --json song.flac\n"
     "\n"
     "In place or safe:\n"
-    "  By default a file is edited in place: it keeps its inode and its hard links, and a power\n"
-    "  failure in the middle can damage it. With --safe the edit happens on a copy, which takes\n"
-    "  the file's place only when everything has gone well.\n"
+    "  By default, files are edited in place: a file keeps its inode and its hard links, but a\n"
+    "  crash or power failure during the edit can damage it. With --safe, a copy is edited, and\n"
+    "  replaces the file only if everything succeeds.\n"
     "\n"
     "Exit codes:\n"
-    "  0 all done, 1 something failed and is named on standard error, 2 wrong usage\n"
+    "  0 success, 1 something failed (see standard error), 2 wrong usage\n"
     "\n"
-    "\"tagwriter VERB --help\" tells what a verb takes; \"tagwriter set --help\" lists the fields.";
+    "See 'tagwriter COMMAND --help' for the options of a command.\n"
+    "See 'tagwriter set --help' for the list of fields.";
 
-/// The field keys with what each takes.
+/// Lists the field keys with their types.
 std::string fieldsHelp();
 
 }  // namespace tagwriter

@@ -10,8 +10,8 @@ namespace {
 
 std::atomic<bool> interrupted = false;
 
-/// The signals that ask for an end, but for those that the process was told to ignore, as a
-/// background job of a script ignores SIGINT and nohup SIGHUP.
+/// The signals that request a stop, except those ignored at start: a background job of a script
+/// ignores SIGINT, and nohup ignores SIGHUP.
 sigset_t interruptSignals() {
   sigset_t signals;
   sigemptyset(&signals);
@@ -28,7 +28,7 @@ void waitForInterrupt(const sigset_t& signals) {
   int number = 0;
   if (::sigwait(&signals, &number) != 0) return;
   interrupted = true;
-  // The next one has its usual effect.
+  // The next signal has its default effect.
   ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
@@ -37,7 +37,7 @@ void waitForInterrupt(const sigset_t& signals) {
 Interruption::Interruption() {
   const sigset_t signals = interruptSignals();
   ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  // It waits for as long as the process lives.
+  // The thread lives as long as the process.
   std::thread([signals] {
     waitForInterrupt(signals);
     while (true) ::pause();

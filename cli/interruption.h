@@ -1,17 +1,16 @@
-// Ctrl-C lets the file in hand be finished.
+// Ctrl-C stops after the current file.
 #pragma once
 
 namespace tagwriter {
 
-/// From its construction on, the first SIGINT, SIGTERM or SIGHUP only asks for an end; a second one
-/// ends the process. What the process was started to ignore it goes on ignoring. The signals are
-/// taken by a thread of its own, so that no call in another thread is broken off. One object a
-/// process.
+/// Once constructed, the first SIGINT, SIGTERM or SIGHUP only requests a stop; the second one kills
+/// the process. Signals ignored at start stay ignored. A separate thread receives the signals, so
+/// that no system call elsewhere is interrupted. At most one object per process.
 class Interruption {
  public:
   Interruption();
 
-  /// Whether the user has asked for an end.
+  /// Whether a stop was requested.
   bool requested() const;
 };
 

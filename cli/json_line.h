@@ -1,4 +1,4 @@
-// One JSON object a line, for other programs.
+// JSON output, one object per line.
 #pragma once
 
 #include <iostream>
@@ -6,7 +6,7 @@
 
 namespace tagwriter {
 
-/// Prints `object` on a line of its own. Bytes of a path that are not UTF-8 come out as U+FFFD.
+/// Prints `object` on one line. Invalid UTF-8, as in some paths, becomes U+FFFD.
 inline void printJson(const nlohmann::json& object) {
   std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << std::endl;
 }

@@ -1,4 +1,4 @@
-// tagwriter: the command line, a complete player's side.
+// The tagwriter command.
 
 #include <iostream>
 #include <variant>
@@ -11,6 +11,6 @@ int main(int argc, char** argv) {
   const int code =
       std::visit([](const auto& arguments) { return run(arguments); }, parseArguments(argc, argv));
   if (std::cout.flush()) return code;
-  std::cerr << "tagwriter: standard output cannot be written\n";
+  std::cerr << "tagwriter: cannot write to standard output\n";
   return code == kExitDone ? kExitFailed : code;
 }

@@ -9,7 +9,7 @@ bool isControl(unsigned char c) {
   return c < 0x20 || c == 0x7f;
 }
 
-/// Whether a C1 control character begins at `at`: U+0080 to U+009F are C2 80 to C2 9F.
+/// Whether there is a C1 control character at `at`: U+0080 to U+009F are C2 80 to C2 9F.
 bool isC1(const std::string& text, std::size_t at) {
   return static_cast<unsigned char>(text[at]) == 0xc2 && at + 1 < text.size() &&
          static_cast<unsigned char>(text[at + 1]) < 0xa0;

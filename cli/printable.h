@@ -1,13 +1,12 @@
-// Text of unknown origin on its way to a terminal.
+// Makes untrusted text safe for a terminal.
 #pragma once
 
 #include <string>
 
 namespace tagwriter {
 
-/// `text` with its control characters (C0, DEL and, in UTF-8, C1) written as "\x1b" and the like,
-/// so that nothing in a tag or a file name can give orders to a terminal. Tabs and, when
-/// `keepLines` is set, line feeds stay.
+/// Escapes the control characters in `text` (C0, DEL and UTF-8 encoded C1) as "\x1b", so that no
+/// tag or file name can send commands to the terminal. Keeps tabs, and line feeds if `keepLines`.
 std::string printable(const std::string& text, bool keepLines = false);
 
 }  // namespace tagwriter

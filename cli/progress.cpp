@@ -14,8 +14,8 @@ constexpr char kClearLine[] = "\r\033[K";
 
 }  // namespace
 
-Progress::Progress(std::size_t files, bool wanted)
-    : files_(files), enabled_(wanted && files > kFewFiles && ::isatty(STDERR_FILENO)) {}
+Progress::Progress(std::size_t files, bool enabled)
+    : files_(files), enabled_(enabled && files > kFewFiles && ::isatty(STDERR_FILENO)) {}
 
 Progress::~Progress() {
   hide();
@@ -29,7 +29,7 @@ void Progress::hide() {
 void Progress::show(std::size_t done) {
   if (!enabled_) return;
   const std::chrono::duration<double> elapsed = Clock::now() - start_;
-  // The cursor goes back to the beginning, so that a line of the service's own covers this one.
+  // The cursor returns to the first column, so that log lines of the service overwrite the bar.
   std::fprintf(stderr, "%s%s\r", kClearLine, progressText(done, files_, elapsed.count()).c_str());
   std::fflush(stderr);
   visible_ = true;

@@ -1,4 +1,4 @@
-// How far it has come, on a terminal.
+// Progress bar.
 #pragma once
 
 #include <chrono>
@@ -7,18 +7,18 @@
 
 namespace tagwriter {
 
-/// A line on standard error that says how many files are done, how fast and how long it will still
-/// take. It shows itself only on a terminal, and only for more than a few files.
+/// A progress bar on standard error: the number of files done, the speed and the time left. Shown
+/// only on a terminal, and only for more than a few files.
 class Progress {
  public:
-  Progress(std::size_t files, bool wanted);
+  Progress(std::size_t files, bool enabled);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /// Takes the line away, so that something else can be printed.
+  /// Erases the bar, so that something else can be printed.
   void hide();
-  /// Shows that `done` files are done.
+  /// Shows the bar with `done` files done.
   void show(std::size_t done);
 
  private:
@@ -30,7 +30,7 @@ class Progress {
   Clock::time_point start_ = Clock::now();
 };
 
-/// The text of the line, `elapsed` seconds after the start.
+/// Returns the text of the bar, `elapsed` seconds after the start.
 std::string progressText(std::size_t done, std::size_t files, double elapsed);
 
 }  // namespace tagwriter

@@ -6,24 +6,34 @@
 #include "cli/printable.h"
 
 namespace tagwriter {
+namespace {
 
-void Report::planned(const std::string& path, const std::string& edit, const std::string& what) {
+/// The library's message, with the option of this command that helps.
+std::string messageOf(const Outcome& outcome) {
+  const bool hasPicture = outcome.status == Status::kHasPicture;
+  return outcome.message() + (hasPicture ? " (use --replace)" : "");
+}
+
+}  // namespace
+
+void Report::planned(const std::string& path, const std::string& edit,
+                     const std::string& description) {
   if (json_) {
-    printJson({{"file", path}, {"edit", edit}, {"result", "planned"}, {"what", what}});
+    printJson({{"file", path}, {"edit", edit}, {"result", "planned"}, {"what", description}});
   } else if (!quiet_) {
-    std::cout << printable(path + ": " + what) << '\n';
+    std::cout << printable(path + ": " + description) << '\n';
   }
 }
 
 void Report::done(const std::string& path, const std::string& edit, const Outcome& outcome) {
   if (!outcome) {
     anyFailed_ = true;
-    printError(path + ": " + edit + ": " + outcome.message());
+    printError(path + ": " + edit + ": " + messageOf(outcome));
   }
   if (!json_) return;
   nlohmann::json line = {{"file", path}, {"edit", edit}};
   line["result"] = outcome ? "written" : "failed";
-  if (!outcome) line["error"] = outcome.message();
+  if (!outcome) line["error"] = messageOf(outcome);
   hideProgress();
   printJson(line);
 }

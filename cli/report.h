@@ -1,4 +1,4 @@
-// What the verbs say: one line a result on standard output, one line an error on standard error.
+// Reports results on standard output and errors on standard error, one per line.
 #pragma once
 
 #include <string>
@@ -8,21 +8,21 @@
 
 namespace tagwriter {
 
-/// Prints results as the user wants them, and remembers whether anything failed.
+/// Prints results in the format of the options, and remembers whether anything failed.
 class Report {
  public:
   Report(bool json, bool quiet) : json_(json), quiet_(quiet) {}
 
-  /// What is printed takes this line away first; null for none.
+  /// Sets the bar to hide before anything is printed; null for none.
   void setProgress(Progress* progress) { progress_ = progress; }
 
-  /// What would be written.
-  void planned(const std::string& path, const std::string& edit, const std::string& what);
-  /// What came of an edit.
+  /// Reports what a dry run would write.
+  void planned(const std::string& path, const std::string& edit, const std::string& description);
+  /// Reports the result of an edit.
   void done(const std::string& path, const std::string& edit, const Outcome& outcome);
-  /// A file that could not be worked on at all.
+  /// Reports a file that could not be processed.
   void failed(const std::string& path, const std::string& reason);
-  /// A message about the whole run.
+  /// Reports something about the whole run.
   void note(const std::string& text);
 
   bool anyFailed() const { return anyFailed_; }

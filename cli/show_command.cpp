@@ -17,7 +17,7 @@
 namespace tagwriter {
 namespace {
 
-/// Values of several lines go on below their first line.
+/// Indents the continuation lines of a value.
 std::string indented(const std::string& value) {
   std::string text;
   for (const char c : value) {

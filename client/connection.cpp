@@ -36,7 +36,7 @@ std::unique_ptr<TagWriter::Connection> TagWriter::Connection::onSessionBus() {
 bool TagWriter::Connection::startWorker(std::string& error) {
   const std::string program = workerProgram_.empty() ? dbus::findWorkerProgram() : workerProgram_;
   if (program.empty()) {
-    error = "tagwriterd is neither beside this program nor in its libexec directory";
+    error = "tagwriterd is neither next to this program nor in its libexec directory";
     return false;
   }
   UniqueFd socket;
@@ -44,7 +44,7 @@ bool TagWriter::Connection::startWorker(std::string& error) {
   if (!worker) return false;
   client_ = dbus::WriteClient::join(std::move(socket), kStartLimit, error);
   if (!client_) {
-    worker->kill();  // whatever it is, it need not leave because we hang up
+    worker->kill();  // it may not exit when its socket closes
     return false;
   }
   worker_.emplace(std::move(*worker));
@@ -57,7 +57,7 @@ bool TagWriter::Connection::connect(std::string& error) {
   worker_.reset();
   if (!onBus_) return startWorker(error);
   client_ = dbus::WriteClient::openSessionBus(error);
-  if (!client_) error.insert(0, "the session bus: ");
+  if (!client_) error.insert(0, "session bus: ");
   return client_ != nullptr;
 }
 
@@ -75,7 +75,7 @@ Outcome TagWriter::Connection::send(int fd, const std::string& path, ValueDictio
   if (const auto* failure = std::get_if<dbus::CallError>(&reply)) return outcomeOf(*failure);
   const auto& answer = std::get<Answer>(reply);
   if (answer.incomplete) return {Status::kIncomplete, "a write failed"};
-  if (truncations.failed()) return {Status::kIncomplete, "the file could not be shortened"};
+  if (truncations.failed()) return {Status::kIncomplete, "the file could not be truncated"};
   return {answer.result ? Status::kWritten : Status::kRefused};
 }
 

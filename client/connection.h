@@ -1,4 +1,4 @@
-// The way to the service: a worker process of one's own, or the session bus.
+// The connection to the service: a private worker process, or the session bus.
 #pragma once
 
 #include <memory>
@@ -11,16 +11,17 @@
 
 namespace tagwriter {
 
-/// Connects when the first request is sent, and anew after the service has gone away.
+/// Connects at the first request, and reconnects if the service has exited.
 class TagWriter::Connection {
  public:
-  /// A worker made from `workerProgram`; when empty it is looked for.
+  /// Starts `workerProgram` as the worker; if empty, searches for tagwriterd (findWorkerProgram).
   static std::unique_ptr<Connection> embedded(std::string workerProgram);
+  /// Uses the service on the session bus.
   static std::unique_ptr<Connection> onSessionBus();
 
-  /// Sends a request for the file behind `fd` (lent) called `path`, serves the truncations that it
-  /// causes, and waits for the answer: kWritten, kRefused, kIncomplete, kNoAnswer, kInvalidText or
-  /// kServiceUnavailable.
+  /// Sends `request` for the open file `fd` (borrowed) with the name `path`, truncates the file
+  /// when the service asks for it, and waits for the answer. Returns kWritten, kRefused,
+  /// kIncomplete, kNoAnswer, kInvalidText or kServiceUnavailable.
   Outcome send(int fd, const std::string& path, ValueDictionary request);
 
  private:
@@ -32,7 +33,7 @@ class TagWriter::Connection {
 
   std::string workerProgram_;
   bool onBus_;
-  // In this order: the connection closes first, then the worker is waited for.
+  // The order matters: the connection closes first, then the worker is waited for.
   std::optional<dbus::WorkerProcess> worker_;
   std::unique_ptr<dbus::WriteClient> client_;
 };

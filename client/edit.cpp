@@ -22,15 +22,15 @@ bool fits(const TrackValue& value, field::Type type) {
   return false;
 }
 
-/// Whether a request can change this field, and to this value if there is one.
+/// Checks that the field exists and takes `value`; null for a field to be cleared.
 Outcome checkField(std::string_view key, const TrackValue* value) {
   const field::Field* field = field::find(key);
-  if (!field) return {Status::kUnknownField, std::string(key)};
+  if (!field) return {Status::kUnknownField, std::string(key) + ": no such field"};
   if (key == field::kTotalNumberOfDiscs) {
-    return {Status::kUnknownField, "the number of discs is written together with the disc"};
+    return {Status::kUnknownField, std::string(key) + ": can only be set together with the disc"};
   }
   if (value && !fits(*value, field->type)) {
-    return {Status::kUnknownField, std::string(key) + " takes a value of another type"};
+    return {Status::kUnknownField, std::string(key) + ": wrong type of value"};
   }
   return {};
 }
@@ -66,9 +66,9 @@ Edit Edit::setDisc(std::int64_t number, std::int64_t total) {
   return Edit(trackChange(field::kDisc, std::move(track)));
 }
 
-Edit Edit::setCover(std::span<const std::byte> image, ImageType type, bool replace) {
+Edit Edit::setCover(std::span<const std::byte> cover, ImageType type, bool replace) {
   ValueDictionary request;
-  request.set(key::kArtwork, image);
+  request.set(key::kArtwork, cover);
   request.set(key::kArtworkType, static_cast<std::int64_t>(type));
   request.set(key::kReplaceArtwork, replace);
   return Edit(std::move(request));

@@ -3,23 +3,23 @@
 namespace tagwriter {
 namespace {
 
-const char* sentenceOf(Status status) {
+const char* textOf(Status status) {
   switch (status) {
     case Status::kWritten:
       return "written";
     case Status::kRefused:
-      return "not written: the file is not audio of its type, the type does not take this, or "
-             "there was nothing to remove";
+      return "not written: the content does not match the file name, the format does not support "
+             "this, or there was nothing to remove";
     case Status::kIncomplete:
       return "not written completely";
     case Status::kNoAnswer:
       return "the service did not answer";
     case Status::kServiceUnavailable:
-      return "the service cannot be started";
+      return "the service is not available";
     case Status::kUnknownField:
-      return "no such field";
+      return "invalid field or value";
     case Status::kInvalidText:
-      return "the text is not UTF-8, or holds a zero byte";
+      return "the text is not valid UTF-8 or contains a zero byte";
     case Status::kNotFound:
       return "cannot be opened";
     case Status::kNotRegularFile:
@@ -27,21 +27,21 @@ const char* sentenceOf(Status status) {
     case Status::kNotWritable:
       return "not writable";
     case Status::kOpenedForAppend:
-      return "the descriptor is open for append, where nothing can be written in its place";
+      return "opened with O_APPEND";
     case Status::kFileTooLarge:
-      return "the file would outgrow the 32-bit sizes of its format";
+      return "the file would exceed the 4 GiB limit of its format";
     case Status::kRequestTooLarge:
       return "the request would exceed 64 MiB";
     case Status::kHasPicture:
-      return "has a picture already, which was not to be replaced";
+      return "already has a picture";
     case Status::kCopyFailed:
-      return "no faithful copy can be made";
+      return "cannot make a complete copy";
     case Status::kCopyUnreadable:
-      return "the edited copy cannot be read, so the file was left as it is";
+      return "the edited copy is unreadable, so the file was not changed";
     case Status::kReplaceFailed:
-      return "the edited copy cannot take the file's place";
+      return "cannot replace the file with the edited copy";
     case Status::kTimesNotKept:
-      return "written, but its modification time could not be kept";
+      return "written, but the modification time could not be restored";
   }
   return "";
 }
@@ -49,7 +49,7 @@ const char* sentenceOf(Status status) {
 }  // namespace
 
 std::string Outcome::message() const {
-  std::string text = sentenceOf(status);
+  std::string text = textOf(status);
   if (!detail.empty()) text.append(": ").append(detail);
   return text;
 }

@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr mode_t kAllBits = 07777;
+constexpr mode_t kModeBits = 07777;
 
 Outcome failed(Status status, const char* what) {
   const int error = errno;
@@ -34,7 +34,7 @@ Outcome copyFailed(const char* what) {
   return failed(Status::kCopyFailed, what);
 }
 
-/// Opens in a directory, never as a standard stream.
+/// Opens a file in a directory, never as descriptor 0, 1 or 2.
 UniqueFd openIn(const UniqueFd& directory, const char* name, int flags, mode_t mode = 0) {
   return aboveStandardStreams(UniqueFd(::openat(directory.get(), name, flags | O_CLOEXEC, mode)));
 }
@@ -47,8 +47,8 @@ bool sameTime(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
-/// The time of change tells of everything, of attributes too, and nobody can set it; but not every
-/// file system keeps it.
+/// The ctime covers every change, attributes included, and cannot be set; but not every file system
+/// stores it.
 bool sameVersion(const struct stat& a, const struct stat& b) {
   return sameFile(a, b) && a.st_size == b.st_size && sameTime(a.st_mtim, b.st_mtim) &&
          sameTime(a.st_ctim, b.st_ctim);
@@ -59,12 +59,12 @@ bool sameOwner(const struct stat& a, const struct stat& b) {
 }
 
 bool sameMode(const struct stat& a, const struct stat& b) {
-  return (a.st_mode & kAllBits) == (b.st_mode & kAllBits);
+  return (a.st_mode & kModeBits) == (b.st_mode & kModeBits);
 }
 
-/// Makes a system call until no signal interrupts it.
+/// Repeats a system call that a signal interrupts.
 template <typename Call>
-auto uninterrupted(const Call& call) {
+auto retryOnEintr(const Call& call) {
   auto result = call();
   while (result < 0 && errno == EINTR) result = call();
   return result;
@@ -72,7 +72,7 @@ auto uninterrupted(const Call& call) {
 
 bool writeAll(int fd, const char* bytes, std::size_t size) {
   while (size > 0) {
-    const ssize_t written = uninterrupted([&] { return ::write(fd, bytes, size); });
+    const ssize_t written = retryOnEintr([&] { return ::write(fd, bytes, size); });
     if (written <= 0) return false;
     bytes += written;
     size -= static_cast<std::size_t>(written);
@@ -80,18 +80,18 @@ bool writeAll(int fd, const char* bytes, std::size_t size) {
   return true;
 }
 
-/// Appends the first `size` bytes of `from` to `to`, or as many as there are; by the kernel where
-/// it can. The offset of `from`, which others may share, is not used.
+/// Appends the first `size` bytes of `from` to `to`, or all of them if there are fewer; in the
+/// kernel where possible. Does not use the offset of `from`, which other processes may share.
 bool copyBytes(int from, int to, off_t size) {
-  constexpr off_t kAtOnce = off_t{1} << 20;
+  constexpr off_t kChunk = off_t{1} << 20;
   off_t at = 0;
-  const auto next = [&] { return static_cast<std::size_t>(std::min(kAtOnce, size - at)); };
+  const auto next = [&] { return static_cast<std::size_t>(std::min(kChunk, size - at)); };
   const auto copyByKernel = [&] { return ::copy_file_range(from, &at, to, nullptr, next(), 0); };
-  while (at < size && uninterrupted(copyByKernel) > 0) {
+  while (at < size && retryOnEintr(copyByKernel) > 0) {
   }
   std::vector<char> buffer(next());
   while (at < size) {
-    const ssize_t count = uninterrupted([&] { return ::pread(from, buffer.data(), next(), at); });
+    const ssize_t count = retryOnEintr([&] { return ::pread(from, buffer.data(), next(), at); });
     if (count <= 0) return count == 0;
     if (!writeAll(to, buffer.data(), static_cast<std::size_t>(count))) return false;
     at += count;
@@ -99,26 +99,26 @@ bool copyBytes(int from, int to, off_t size) {
   return true;
 }
 
-/// An extended attribute's value; nothing, with errno set, when it cannot be read.
+/// Returns the value of an extended attribute; nullopt, with errno set, if it cannot be read.
 std::optional<std::string> attributeOf(int fd, const char* name) {
   const ssize_t size = ::fgetxattr(fd, name, nullptr, 0);
   if (size < 0) return std::nullopt;
-  std::string value(static_cast<std::size_t>(size) + 1, '\0');  // into nothing nothing is read
+  // A zero-size buffer would only query the size.
+  std::string value(static_cast<std::size_t>(size) + 1, '\0');
   const ssize_t read = ::fgetxattr(fd, name, value.data(), value.size());
   if (read < 0) return std::nullopt;
   value.resize(static_cast<std::size_t>(read));
   return value;
 }
 
-/// Sets only what is another: some attributes have the right value from the start and can be set by
-/// nobody.
+/// Skips attributes that already match: some are inherited correctly and cannot be set.
 bool copyAttribute(int from, int to, const char* name) {
   const auto value = attributeOf(from, name);
   return value && (attributeOf(to, name) == value ||
                    ::fsetxattr(to, name, value->data(), value->size(), 0) == 0);
 }
 
-/// The names of a file's extended attributes; nothing, with errno set, when they cannot be listed.
+/// Returns the names of all extended attributes; nullopt, with errno set, if listing fails.
 std::optional<std::vector<std::string>> attributeNames(int fd) {
   const ssize_t size = ::flistxattr(fd, nullptr, 0);
   if (size < 0 && errno == ENOTSUP) return std::vector<std::string>();
@@ -134,30 +134,29 @@ std::optional<std::vector<std::string>> attributeNames(int fd) {
   return names;
 }
 
-/// Gives `to` the extended attributes of `from` and no others: a new file may have an access
-/// control list from its directory.
+/// Makes the extended attributes of `to` those of `from`, and removes others: a new file may have
+/// inherited an access control list from its directory.
 bool copyExtendedAttributes(int from, int to) {
   const auto wanted = attributeNames(from);
   const auto inherited = attributeNames(to);
   if (!wanted || !inherited) return false;
   for (const std::string& name : *inherited) {
-    const bool stays = std::find(wanted->begin(), wanted->end(), name) != wanted->end();
-    // One that is shown under two names goes with the other.
-    if (!stays && ::fremovexattr(to, name.c_str()) != 0 && errno != ENODATA) return false;
+    const bool keep = std::find(wanted->begin(), wanted->end(), name) != wanted->end();
+    // ENODATA: listed under two names, and already removed under the other.
+    if (!keep && ::fremovexattr(to, name.c_str()) != 0 && errno != ENODATA) return false;
   }
   return std::all_of(wanted->begin(), wanted->end(), [&](const std::string& name) {
     return copyAttribute(from, to, name.c_str());
   });
 }
 
-/// Makes a rename survive a power failure. Where directories cannot be flushed, nothing more can be
-/// done.
+/// Makes a rename survive a power failure, where the file system can flush directories.
 void flush(const UniqueFd& directory) {
   const UniqueFd fd = openIn(directory, ".", O_RDONLY | O_DIRECTORY);
-  if (fd) uninterrupted([&] { return ::fsync(fd.get()); });
+  if (fd) retryOnEintr([&] { return ::fsync(fd.get()); });
 }
 
-bool startsCharacter(char byte) {
+bool startsUtf8Character(char byte) {
   return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
 }
 
@@ -174,26 +173,26 @@ Outcome SafeCopy::make(int original, const std::string& path) {
   return copyAttributes(original, Status::kCopyFailed);
 }
 
-/// Everything by name happens in the directory that is opened here, whatever its path names later.
+/// Opens the directory once: its path may name another directory later.
 Outcome SafeCopy::find(int original, const std::string& path) {
   if (path.find('\0') != std::string::npos) {
-    return {Status::kCopyFailed, "the path has a zero byte"};
+    return {Status::kCopyFailed, "the path contains a zero byte"};
   }
   const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
                                                          &std::free);
-  if (!real) return copyFailed("the file's real path");
+  if (!real) return copyFailed("resolving the path");
   const fs::path target(real.get());
   name_ = target.filename();
   directory_.reset(::open(target.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  if (!directory_) return copyFailed("the file's directory");
+  if (!directory_) return copyFailed("opening the directory");
 
   struct stat named {};
   if (::fstat(original, &before_) != 0 ||
       ::fstatat(directory_.get(), name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
-    return copyFailed("the file's status");
+    return copyFailed("stat");
   }
   if (!sameFile(named, before_)) {
-    return {Status::kCopyFailed, "the path names another file than the descriptor"};
+    return {Status::kCopyFailed, "the path and the descriptor are different files"};
   }
   return {};
 }
@@ -202,10 +201,10 @@ Outcome SafeCopy::create() {
   constexpr mode_t kOwnersOnly = S_IRUSR | S_IWUSR;
   copy_ = openIn(directory_, ".", O_TMPFILE | O_RDWR, kOwnersOnly);
   if (copy_) return {};
-  // Not every file system has files without a name.
+  // Not every file system supports unnamed files.
   std::string name = newName();
   copy_ = openIn(directory_, name.c_str(), O_CREAT | O_EXCL | O_RDWR, kOwnersOnly);
-  if (!copy_) return copyFailed("a new file beside it");
+  if (!copy_) return copyFailed("creating a file in the same directory");
   temporary_ = std::move(name);
   return {};
 }
@@ -216,48 +215,48 @@ std::string SafeCopy::newName() const {
   char suffix[32];
   std::snprintf(suffix, sizeof suffix, ".tagwriter-%016llx",
                 static_cast<unsigned long long>(random));
-  // Cut, so that the name does not grow beyond what a file system takes: with the rest of it, 143
-  // bytes in an encrypted directory.
-  constexpr std::size_t kMost = 100;
-  std::size_t kept = std::min(name_.size(), kMost);
-  while (kept < name_.size() && kept > 0 && !startsCharacter(name_[kept])) --kept;
-  return "." + name_.substr(0, kept) + suffix;
+  // Truncated to stay within the longest name that a file system takes, which is 143 bytes in an
+  // encrypted directory.
+  constexpr std::size_t kMaxPrefix = 100;
+  std::size_t length = std::min(name_.size(), kMaxPrefix);
+  while (length < name_.size() && length > 0 && !startsUtf8Character(name_[length])) --length;
+  return "." + name_.substr(0, length) + suffix;
 }
 
 Outcome SafeCopy::copyContent(int original) {
   if (::ioctl(copy_.get(), FICLONE, original) != 0 &&
       !copyBytes(original, copy_.get(), before_.st_size)) {
-    return copyFailed("the copy's content");
+    return copyFailed("copying the content");
   }
   struct stat copied {};
-  if (::fstat(copy_.get(), &copied) != 0) return copyFailed("the copy's status");
+  if (::fstat(copy_.get(), &copied) != 0) return copyFailed("stat");
   if (copied.st_size != before_.st_size) {
-    return {Status::kCopyFailed, "the file has changed while it was copied"};
+    return {Status::kCopyFailed, "the file changed while it was being copied"};
   }
   return {};
 }
 
-/// Sets only what is another: not every file system lets an owner or a mode be set.
-Outcome SafeCopy::copyAttributes(int original, Status otherwise) {
+/// Skips what already matches: not every file system supports changing the owner or the mode.
+Outcome SafeCopy::copyAttributes(int original, Status onFailure) {
   struct stat copy {};
-  if (::fstat(copy_.get(), &copy) != 0) return failed(otherwise, "the copy's status");
-  // The owner first: changing it takes set-user-ID marks and capabilities away.
+  if (::fstat(copy_.get(), &copy) != 0) return failed(onFailure, "stat");
+  // The owner first: changing it clears the set-user-ID bits and capabilities.
   if (!sameOwner(copy, before_) && ::fchown(copy_.get(), before_.st_uid, before_.st_gid) != 0) {
-    return failed(otherwise, "the copy's owner");
+    return failed(onFailure, "setting the owner");
   }
-  // The mode last: it would open the copy to those whom the directory's access list names, and it
-  // may keep the owner from setting attributes.
+  // The mode last: it would give access to users in the inherited access list, and it may not allow
+  // the owner to set attributes.
   if (!copyExtendedAttributes(original, copy_.get())) {
-    return failed(otherwise, "the copy's extended attributes");
+    return failed(onFailure, "copying extended attributes");
   }
-  if (::fstat(copy_.get(), &copy) != 0) return failed(otherwise, "the copy's status");
-  if (!sameMode(copy, before_) && ::fchmod(copy_.get(), before_.st_mode & kAllBits) != 0) {
-    return failed(otherwise, "the copy's mode");
+  if (::fstat(copy_.get(), &copy) != 0) return failed(onFailure, "stat");
+  if (!sameMode(copy, before_) && ::fchmod(copy_.get(), before_.st_mode & kModeBits) != 0) {
+    return failed(onFailure, "setting the mode");
   }
-  // A mark for a group that the user is not in is left out without a word.
-  if (::fstat(copy_.get(), &copy) != 0) return failed(otherwise, "the copy's status");
+  // chmod silently drops the set-group-ID bit for a group that the user is not in.
+  if (::fstat(copy_.get(), &copy) != 0) return failed(onFailure, "stat");
   if (!sameOwner(copy, before_) || !sameMode(copy, before_)) {
-    return {otherwise, "the system does not keep the file's owner or mode"};
+    return {onFailure, "the owner or the mode could not be set"};
   }
   return {};
 }
@@ -269,14 +268,14 @@ bool SafeCopy::isOriginalUnchanged() const {
 }
 
 Outcome SafeCopy::replaceOriginal(int original) {
-  // Each write of a user without privileges has taken marks away, and any write capabilities.
+  // Writing clears capabilities, and the set-user-ID bits unless the user is privileged.
   if (Outcome kept = copyAttributes(original, Status::kReplaceFailed); !kept) return kept;
-  if (uninterrupted([this] { return ::fsync(copy_.get()); }) != 0) {
+  if (retryOnEintr([this] { return ::fsync(copy_.get()); }) != 0) {
     return failed(Status::kReplaceFailed, "flushing the copy");
   }
-  // After the flush, which may have taken seconds.
+  // Checked after the flush, which may have taken seconds.
   if (!isOriginalUnchanged()) {
-    return {Status::kReplaceFailed, "the file has changed in the meantime"};
+    return {Status::kReplaceFailed, "the file was changed by another program"};
   }
   if (temporary_.empty()) {
     std::string name = newName();

@@ -1,4 +1,4 @@
-// The copy on which an edit happens in safe mode.
+// The copy that is edited in safe mode.
 #pragma once
 
 #include <sys/stat.h>
@@ -10,9 +10,9 @@
 
 namespace tagwriter {
 
-/// A faithful copy of a file in the same directory: content, owner, mode and extended attributes.
-/// It has no name where the file system allows that, so that nothing is left behind when the
-/// process is killed; elsewhere it is a hidden file that goes away with this object.
+/// A complete copy of a file in the same directory: content, owner, mode and extended attributes.
+/// It is unnamed where the file system supports that, so that nothing is left behind if the process
+/// is killed; elsewhere it is a hidden file, removed with this object.
 class SafeCopy {
  public:
   SafeCopy() = default;
@@ -20,31 +20,32 @@ class SafeCopy {
   SafeCopy(const SafeCopy&) = delete;
   SafeCopy& operator=(const SafeCopy&) = delete;
 
-  /// Copies the file behind `original` (lent), whose path is `path`; a symbolic link is followed.
-  /// The content is shared with the original where the file system can. Fails with kCopyFailed when
-  /// anything of the file cannot be kept, and when `path` is another file than `original`.
+  /// Copies the open file `original` (borrowed), whose path is `path`; a symbolic link is followed.
+  /// The content is shared with the original (a reflink) where the file system supports it. Fails
+  /// with kCopyFailed if anything cannot be copied, or if `path` and `original` are different
+  /// files.
   Outcome make(int original, const std::string& path);
 
   /// The copy, open for reading and writing; owned here.
   int fd() const { return copy_.get(); }
 
-  /// Gives the copy again what of the original's attributes it has lost by being written to,
-  /// flushes it to disk and puts it in the original's place, atomically. Fails with kReplaceFailed
-  /// when that does not work or anything of the original has changed since the copy was made.
+  /// Restores the attributes that the copy has lost by being written to, flushes it to disk and
+  /// atomically renames it over the original. Fails with kReplaceFailed if any of that fails, or if
+  /// the original has changed in any way since the copy was made.
   Outcome replaceOriginal(int original);
 
  private:
   Outcome find(int original, const std::string& path);
   Outcome create();
   Outcome copyContent(int original);
-  Outcome copyAttributes(int original, Status otherwise);
+  Outcome copyAttributes(int original, Status onFailure);
   bool isOriginalUnchanged() const;
   std::string newName() const;
 
   UniqueFd copy_;
-  UniqueFd directory_;     ///< the original's, for names only
-  std::string name_;       ///< the original's in the directory
-  std::string temporary_;  ///< the copy's name in the directory while it has one
+  UniqueFd directory_;     ///< the original's, opened with O_PATH
+  std::string name_;       ///< the original's name in the directory
+  std::string temporary_;  ///< the copy's name in the directory, while it has one
   struct stat before_ {};
 };
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "client/connection.h"
-#include "client/guards.h"
+#include "client/preflight.h"
 #include "client/safe_copy.h"
 #include "reading/image_info.h"
 #include "reading/tag_listing.h"
@@ -15,12 +15,12 @@
 namespace tagwriter {
 namespace {
 
-/// Gives a file the modification time that it had, whatever happens to it in between.
-class KeptTimes {
+/// Remembers the modification time of a file, to restore it after an edit.
+class TimestampGuard {
  public:
-  explicit KeptTimes(int fd) { known_ = ::fstat(fd, &before_) == 0; }
+  explicit TimestampGuard(int fd) { known_ = ::fstat(fd, &before_) == 0; }
 
-  /// Returns false with errno set when it cannot.
+  /// Returns false, with errno set, on failure.
   bool restore(int fd) const {
     const timespec times[] = {{0, UTIME_OMIT}, before_.st_mtim};
     return known_ && ::futimens(fd, times) == 0;
@@ -57,12 +57,12 @@ Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
   if (edits.empty()) return {};
   if (options.safe) return writeSafely(fd.get(), file.path(), edits, options.keepTimes);
 
-  const KeptTimes times(fd.get());
+  const TimestampGuard times(fd.get());
   Outcome outcome = send(fd.get(), file.path(), edits);
-  // A file that may be damaged must look changed, to a backup for one.
-  const bool keeps = options.keepTimes && outcome.status != Status::kIncomplete &&
-                     outcome.status != Status::kNoAnswer;
-  if (keeps && !times.restore(fd.get()) && outcome) {
+  // A file that may be damaged must look modified, so that a backup notices.
+  const bool restores = options.keepTimes && outcome.status != Status::kIncomplete &&
+                        outcome.status != Status::kNoAnswer;
+  if (restores && !times.restore(fd.get()) && outcome) {
     return {Status::kTimesNotKept, std::strerror(errno)};
   }
   return outcome;
@@ -83,7 +83,7 @@ Outcome TagWriter::send(int fd, const std::string& path, std::span<const Edit> e
 
 Outcome TagWriter::writeSafely(int fd, const std::string& path, std::span<const Edit> edits,
                                bool keepTimes) {
-  const KeptTimes times(fd);
+  const TimestampGuard times(fd);
   SafeCopy copy;
   if (Outcome made = copy.make(fd, path); !made) return made;
   if (Outcome written = send(copy.fd(), path, edits); !written) return written;

@@ -1,4 +1,4 @@
-// Prints a manual page, with the list of fields in the place of its line "@FIELDS@".
+// Prints a manual page, with its line "@FIELDS@" replaced by the list of fields.
 
 #include <fstream>
 #include <iostream>

@@ -1,4 +1,4 @@
-"""What the tests of this directory share: the command, a terminal for it, and a service that waits."""
+"""What the tests of the command share: running it, a terminal for it, and a service that waits."""
 
 import fcntl
 import json
@@ -14,6 +14,8 @@ import threading
 import unittest
 from pathlib import Path
 
+import mutagen
+
 HERE = Path(__file__).resolve().parent
 sys.path += [str(HERE.parent / "player"), str(HERE.parent / "bus")]
 
@@ -23,7 +25,7 @@ BIN = Path(os.environ["TAGWRITER_BIN"])
 DATA = Path(os.environ["TAGWRITER_DATA"])
 TAGWRITER = BIN / "tagwriter"
 
-VERBS = ["set", "clear", "cover", "show", "completion"]
+COMMANDS = ["set", "clear", "cover", "show"]
 FIELDS = """title artist album genre composer comment lyrics albumArtist grouping encoder publisher
 description catalogNumber conductor discSubtitle cueSheet rating compilation year bpm trackNumber
 totalNumberOfTracks disc totalNumberOfDiscs""".split()
@@ -32,11 +34,11 @@ SANITIZER_REPORTS = ("AddressSanitizer", "LeakSanitizer", "runtime error:")
 
 
 def tagwriter(*arguments, program=TAGWRITER, **options):
-    """Runs the command to its end. What it prints is text in which bytes that are no UTF-8 are kept
-    as Python keeps them in file names."""
+    """Runs the command. Invalid UTF-8 in its output is kept with surrogates, as in file names."""
     streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE,
                "encoding": "utf-8", "errors": "surrogateescape", "timeout": 2 * DEADLINE}
-    run = subprocess.run([*words(program), *map(os.fspath, arguments)], check=False,
+    program = program if isinstance(program, list) else [program]
+    run = subprocess.run([*program, *map(os.fspath, arguments)], check=False,
                          **{**streams, **options})
     for report in SANITIZER_REPORTS:
         if report in (run.stderr or ""):
@@ -44,27 +46,22 @@ def tagwriter(*arguments, program=TAGWRITER, **options):
     return run
 
 
-def words(program):
-    """A program with what stands before it on the command line."""
-    return program if isinstance(program, list) else [program]
-
-
 def without_privileges():
-    """What to put before a command so that modes of files count, even for the superuser."""
+    """A prefix for commands, so that file modes apply to root, too."""
     if os.geteuid() != 0:
         return []
     return ["setpriv", "--bounding-set=-dac_override,-dac_read_search,-fowner"]
 
 
 def objects(output):
-    """The JSON objects in what the command has printed, one a line."""
+    """The JSON objects in the command's output, one per line."""
     if output and not output.endswith("\n"):
-        raise AssertionError("the last line has no end")
+        raise AssertionError("the last line is incomplete")
     return [json.loads(line) for line in output.split("\n")[:-1]]
 
 
 def titled(contents, directory, title="T"):
-    """What a file with these contents becomes when its title is set."""
+    """The contents of a file after its title was set."""
     path = Path(directory) / "titled.mp3"
     path.write_bytes(contents)
     run = tagwriter("set", "-t", f"title={title}", path)
@@ -90,19 +87,22 @@ class CommandTest(unittest.TestCase):
         return Path(shutil.copy(DATA / name, path))
 
     def copies(self, count, name="mp3_plain.mp3"):
-        """As many copies, in the order of their names."""
+        """Numbered copies, in order."""
         return [self.copy(name, f"{i:04}{Path(name).suffix}") for i in range(count)]
 
     def assert_run(self, run, code, stderr=""):
         self.assertEqual((run.returncode, run.stderr), (code, stderr))
+
+    def title(self, mp3):
+        return str(mutagen.File(mp3).tags["TIT2"])
 
     def assert_as_it_was(self, path, name="mp3_plain.mp3"):
         self.assertEqual(path.read_bytes(), (DATA / name).read_bytes(), path)
 
 
 class HeldService:
-    """The command with a service beside it that does nothing before it is let go: `program` stands
-    still at its first file."""
+    """A copy of the command, `program`, with a service that waits until it is let go: the command
+    waits at its first file."""
 
     def __init__(self, test):
         directory = Path(tempfile.mkdtemp(prefix="held-", dir=test.aside))
@@ -110,7 +110,7 @@ class HeldService:
         self._mark = directory / "started"
         self._process = None
         os.mkfifo(directory / "gate")
-        # Open all the time, so that nobody waits for the other end.
+        # Open at both ends, so that opening it never blocks.
         self._gate = os.open(directory / "gate", os.O_RDWR)
         service = directory / "tagwriterd"
         service.write_text(f"""#!/bin/sh
@@ -144,8 +144,8 @@ exec {BIN}/tagwriterd "$@"
 
 
 class Terminal:
-    """A program on a terminal of its own, in the foreground. Its `stdout` and `stderr` may be pipes
-    instead, which are read from `process`."""
+    """A program in the foreground of its own terminal. Its `stdout` or `stderr` may be a pipe or a
+    file instead."""
 
     def __init__(self, test, *command, stdout=None, stderr=None, **options):
         self._master, slave = pty.openpty()
@@ -169,7 +169,7 @@ class Terminal:
             while piece := os.read(self._master, 1 << 16):
                 self._output += piece
         except OSError:
-            pass  # nobody has the other end any more
+            pass  # the other end is closed
         os.close(self._master)
 
     @property
@@ -180,15 +180,15 @@ class Terminal:
         os.write(self._master, keys)
 
     def wait(self):
-        """Waits for the end of all that is on the terminal; returns the exit code."""
+        """Waits until the program and the terminal are closed; returns the exit code."""
         code = self.process.wait(DEADLINE)
         self._reader.join(DEADLINE)
         if self._reader.is_alive():
-            raise AssertionError("somebody holds the terminal")
+            raise AssertionError("the terminal is still open")
         return code
 
     def screen(self):
-        """The lines that are to be seen, as far as what the command does needs it."""
+        """The visible lines. Knows only the control characters that the command uses."""
         lines, column = [""], 0
         for part in self.output.decode().replace("\x1b[K", "\v"):
             if part == "\n":
@@ -204,7 +204,7 @@ class Terminal:
 
 
 def end(process):
-    """Ends a process, if it has not ended, and closes its pipes."""
+    """Kills a process if it is still running, and closes its pipes."""
     if process.poll() is None:
         process.kill()
         process.wait()
@@ -214,5 +214,5 @@ def end(process):
 
 
 def interruptible():
-    """In a new process: Ctrl-C has its usual effect, whatever the tests have been started with."""
+    """In a new process: restores the default effect of Ctrl-C, which the tests may ignore."""
     signal.signal(signal.SIGINT, signal.SIG_DFL)

@@ -1,18 +1,22 @@
-"""The tagwriter command as a person at a terminal uses it: output, errors, exit codes, bytes."""
+"""The tagwriter command as a user sees it: output, errors, exit codes and files."""
 
 import os
+import resource
 import shutil
 import unittest
 
 import mutagen
+from mutagen.id3 import ID3, TXXX
 
-from cli_support import BIN, DATA, CommandTest, tagwriter
+from cli_support import BIN, DATA, TAGWRITER, CommandTest, tagwriter
 
 
 class SetTest(CommandTest):
-    def test_writes_several_fields_into_several_files(self):
+
+    def test_writes_several_fields_in_order_into_several_files(self):
         mp3, flac = self.copy("mp3_plain.mp3"), self.copy("flac_plain.flac")
-        run = tagwriter("set", "-t", "title=Süß = gut", "--tag", "year=1918", mp3, flac)
+        run = tagwriter("set", "-t", "title=one", "-t", "title=Süß = gut", "--tag", "year=1918",
+                        mp3, flac)
         self.assert_run(run, 0)
         self.assertEqual(run.stdout, "")
         tags = mutagen.File(mp3).tags
@@ -20,78 +24,68 @@ class SetTest(CommandTest):
         tags = mutagen.File(flac).tags
         self.assertEqual((tags["TITLE"], tags["DATE"]), (["Süß = gut"], ["1918"]))
 
-    def test_keeps_the_order_of_the_fields(self):
-        mp3 = self.copy("mp3_plain.mp3")
-        self.assert_run(tagwriter("set", "-t", "title=one", "-t", "title=two", mp3), 0)
-        self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "two")
-
-    def test_goes_on_after_a_file_that_fails(self):
-        missing, mp3 = self.directory / "missing.mp3", self.copy("mp3_plain.mp3")
-        run = tagwriter("set", "-t", "title=T", missing, self.directory, mp3)
-        self.assert_run(run, 1, f"{self.directory}: is a directory; --recursive goes into it\n"
-                                f"{missing}: cannot be opened: No such file or directory\n")
-        self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "T")
-
-    def test_names_the_field_that_the_service_did_not_write(self):
-        noise = self.directory / "noise.xyz"
-        noise.write_bytes(b"no audio at all")
-        run = tagwriter("set", "-t", "title=T", noise)
-        self.assertEqual(run.returncode, 1)
-        self.assertIn(f"{noise}: title: not written: ", run.stderr)
-        self.assertEqual(noise.read_bytes(), b"no audio at all")
-
-    def test_refuses_what_is_no_regular_file(self):
-        fifo = self.directory / "fifo.mp3"
-        os.mkfifo(fifo)
-        self.assert_run(tagwriter("set", "-t", "title=T", fifo), 1,
-                        f"{fifo}: not a regular file\n")
-
-    def test_takes_a_path_that_is_not_utf8(self):
-        mp3 = os.fsencode(self.directory) + b"/caf\xe9.mp3"
-        shutil.copy(DATA / "mp3_plain.mp3", mp3)
-        run = tagwriter("set", "-t", "title=T", mp3)
-        self.assert_run(run, 0)
-        self.assertEqual(str(mutagen.File(mp3).tags["TIT2"]), "T")
-
-    def test_says_when_the_service_is_missing(self):
-        alone = shutil.copy(BIN / "tagwriter", self.directory / "tagwriter")
-        run = tagwriter("set", "-t", "title=T", self.copy("mp3_plain.mp3"), program=alone)
-        self.assertEqual(run.returncode, 1)
-        self.assertIn("tagwriterd", run.stderr)
-
-    def test_says_when_the_service_dies_and_starts_it_again_for_the_next_file(self):
-        shutil.copy(BIN / "tagwriter", self.directory / "tagwriter")
-        worker = self.directory / "tagwriterd"
+    def test_reports_a_service_that_cannot_be_started_and_tries_again_for_the_next_file(self):
+        program = shutil.copy(TAGWRITER, self.aside)
+        worker = self.aside / "tagwriterd"
         worker.write_text(f"""#!/bin/sh
-if mkdir {self.directory}/started 2>/dev/null; then exit 1; fi
+if mkdir {self.aside}/started 2>/dev/null; then exit 1; fi
 exec {BIN}/tagwriterd "$@"
 """)
         worker.chmod(0o755)
-        first, second = self.copy("mp3_plain.mp3", "1.mp3"), self.copy("mp3_plain.mp3", "2.mp3")
-        run = tagwriter("set", "-t", "title=T", first, second, program=self.directory / "tagwriter")
+        first, second = self.copies(2)
+        run = tagwriter("set", "-t", "title=T", first, second, program=program)
         self.assertEqual(run.returncode, 1)
-        self.assertIn(f"{first}: the service cannot be started: ", run.stderr)
-        self.assertNotIn("2.mp3", run.stderr)
-        self.assertIsNone(mutagen.File(first).tags)
-        self.assertEqual(str(mutagen.File(second).tags["TIT2"]), "T")
+        self.assertRegex(run.stderr, rf"\A{first}: the service is not available: .+\n\Z")
+        self.assert_as_it_was(first)
+        self.assertEqual(self.title(second), "T")
+        worker.unlink()
+        self.assertIn("tagwriterd is neither", tagwriter("set", "-t", "title=T", first,
+                                                         program=program).stderr)
+
+    def test_makes_no_further_edit_after_lost_writes(self):
+        mp3 = self.copy("mp3_plain.mp3")
+        limit = mp3.stat().st_size + 8192
+        run = tagwriter(
+            "set", "-t", "lyrics=" + 100_000 * "x", "-t", "title=T", mp3,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+        self.assert_run(run, 1, f"{mp3}: not written completely: a write failed\n")
+        self.assertNotIn(b"TIT2", mp3.read_bytes())
 
 
 class ShowTest(CommandTest):
+
     def test_prints_what_is_in_each_file(self):
         mp3, plain = self.copy("mp3_plain.mp3"), self.copy("flac_plain.flac")
         tagwriter("set", "-t", "title=T", "-t", "artist=A", mp3)
-        run = tagwriter("show", mp3, plain)
+        run = tagwriter("show", mp3, plain, DATA / "flac_pictures.flac")
         self.assert_run(run, 0)
-        self.assertEqual(run.stdout, f"{mp3}\n  ARTIST: A\n  TITLE: T\n{plain}\n  (no tags)\n")
+        start = f"{mp3}\n  ARTIST: A\n  TITLE: T\n{plain}\n  (no tags)\n"
+        self.assertTrue(run.stdout.startswith(start), run.stdout)
+        self.assertRegex(run.stdout[len(start):], r"(?m)^  picture: .*, image/png, 8x8, 96 bytes$")
 
-    def test_names_files_that_it_cannot_read(self):
-        noise = self.directory / "noise.txt"
+    def test_escapes_control_characters_except_line_feeds_in_values(self):
+        mp3 = self.copy("mp3_plain.mp3", "a\x1b.mp3")
+        tags = ID3()
+        tags.add(TXXX(encoding=3, desc="X\x1bY", text="red\x1b[31m\nnext\x9b"))
+        tags.save(mp3)
+        self.assertEqual(tagwriter("show", mp3).stdout,
+                         f"{self.directory}/a\\x1b.mp3\n  X\\x1bY: red\\x1b[31m\n    next\\x9b\n")
+        run = tagwriter("set", "-n", "-t", "title=a\x1b\nb", mp3)
+        self.assertEqual(run.stdout, f"{self.directory}/a\\x1b.mp3: title = a\\x1b\\x0ab\n")
+        self.assertEqual(tagwriter("show", "a\x1b").stderr, "a\\x1b: No such file or directory\n")
+
+    def test_reports_files_that_it_cannot_read(self):
+        noise, fifo = self.directory / "noise.txt", self.directory / "fifo.mp3"
         noise.write_text("no audio")
-        run = tagwriter("show", noise, self.directory / "missing", self.directory)
-        self.assertEqual(run.returncode, 1)
-        self.assertEqual(run.stderr, f"{self.directory}: is a directory; --recursive goes into it\n"
-                                     f"{noise}: cannot be read as an audio file\n"
-                                     f"{self.directory}/missing: No such file or directory\n")
+        os.mkfifo(fifo)  # without a writer: nothing may wait for it
+        run = tagwriter("show", noise, self.directory / "missing", fifo, self.directory)
+        self.assert_run(run, 1, f"{self.directory}: is a directory (use --recursive)\n"
+                                f"{noise}: cannot be read as an audio file\n"
+                                f"{self.directory}/missing: No such file or directory\n"
+                                f"{fifo}: not a regular file\n")
+        # Reading it would block, too.
+        with open(fifo, "r+b", buffering=0):
+            self.assert_run(tagwriter("show", fifo), 1, f"{fifo}: not a regular file\n")
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""The completions at work: keys are typed into real shells."""
+"""The completions, in real shells."""
 
 import os
 import re
@@ -7,54 +7,60 @@ import subprocess
 import tempfile
 import unittest
 
-from cli_support import DEADLINE, FIELDS, TAGWRITER, VERBS, CommandTest, Terminal, tagwriter, wait_for
+from cli_support import (COMMANDS, DATA, DEADLINE, FIELDS, CommandTest, Terminal, tagwriter,
+                         wait_for)
 
-ALL = b"\x1b*"  # in the shells below: inserts everything that could stand here
+COMPLETIONS = DATA.parent.parent / "packaging/completions"
+
+ALL = b"\x1b*"  # in the shells below: inserts all completions
 TAB = b"\t"
 
 FILES = ["My Song.mp3", "it's [a] $1.mp3", "song.flac", "text"]
 
 
-def options_of(verb):
-    """The options that the help of a verb names."""
-    text = tagwriter(verb, "--help").stdout
+def options_of(command):
+    """The options that the help of a command names."""
+    text = tagwriter(command, "--help").stdout
     found = re.findall(r"(?m)^  (-\S+)", text)
     return sorted(option for group in found for option in group.split(","))
 
 
 class LineEditor:
-    """An interactive shell, in which the command is a function that notes its arguments."""
+    """An interactive shell, in which the command is a function that records its arguments."""
 
     def __init__(self, test, command, setup, **environment):
         self._directory = tempfile.mkdtemp(prefix="shell-", dir=test.aside)
-        self._noted = os.path.join(self._directory, "noted")
+        self._record = os.path.join(self._directory, "noted")
         self._terminal = Terminal(
             test, *command, cwd=test.directory, env={
                 "PATH": os.environ["PATH"], "HOME": self._directory, "TERM": "dumb",
                 "LC_ALL": "C.UTF-8", "PS1": "ready> ", **environment})
         script = os.path.join(self._directory, "setup")
         with open(script, "w") as file:
-            # More than the command has arguments, so that it is seen when there are none.
+            # The command itself too, so that the record is never empty.
             file.write(setup.replace("FOLDER", self._directory) + f"""
-tagwriter() {{ printf '%s\\0' tagwriter "$@" > {self._noted}.new; mv {self._noted}.new {self._noted}; }}
+tagwriter() {{
+  printf '%s\\0' tagwriter "$@" > {self._record}.new
+  mv {self._record}.new {self._record}
+}}
 """)
         wait_for(lambda: b"ready> " in self._terminal.output, "the shell is ready")
         self._terminal.type(f". {script}\n".encode())
 
     def type(self, line, key, rest=""):
-        """Types a line and a key and what follows, and returns the arguments that come out."""
+        """Types a line, a key and the rest; returns the arguments of the resulting command."""
         self._terminal.type(line.encode() + key + rest.encode() + b"\n")
-        wait_for(lambda: os.path.exists(self._noted), f"the shell runs {line!r}")
-        with open(self._noted) as file:
+        wait_for(lambda: os.path.exists(self._record), f"the shell runs {line!r}")
+        with open(self._record) as file:
             arguments = file.read().split("\0")[1:-1]
-        os.unlink(self._noted)
+        os.unlink(self._record)
         return arguments
 
 
 class CompletionsTest:
-    """What every shell must do."""
+    """What every shell completes."""
 
-    before_verbs = []  # what else may stand in the place of a verb
+    before_commands = []  # other completions in the place of a command
 
     def setUp(self):
         super().setUp()
@@ -63,37 +69,35 @@ class CompletionsTest:
         (self.directory / "directory").mkdir()
         self.start()
 
-    def script(self, shell):
-        run = tagwriter("completion", shell)
-        self.assert_run(run, 0)
-        return run.stdout
+    def test_completes_commands(self):
+        self.assertEqual(sorted(self.complete("tagwriter ")),
+                         sorted([*COMMANDS, *self.before_commands]))
+        self.assertEqual(sorted(self.complete("tagwriter c")), ["clear", "cover"])
 
-    def test_completes_verbs(self):
-        self.assertEqual(sorted(self.complete("tagwriter ")), sorted([*VERBS, *self.before_verbs]))
-        self.assertEqual(sorted(self.complete("tagwriter c")), ["clear", "completion", "cover"])
-
-    def test_completes_the_options_of_each_verb(self):
-        for verb in VERBS:
-            with self.subTest(verb):
-                options = options_of(verb)
+    def test_completes_the_options_of_each_command(self):
+        for command in COMMANDS:
+            with self.subTest(command):
+                options = options_of(command)
                 self.assertIn("--help", options)
-                self.assertEqual(sorted(self.complete(f"tagwriter {verb} -")), options)
+                self.assertEqual(sorted(self.complete(f"tagwriter {command} -")), options)
         self.assertEqual(self.complete("tagwriter set song.flac --dry"), ["--dry-run"])
+        self.assertEqual(sorted(self.complete("tagwriter cover --type ")),
+                         ["bmp", "gif", "jpeg", "png", "tiff"])
 
-    def test_completes_fields_with_an_equals_sign_where_a_value_follows(self):
-        for verb, suffix in (("set", "="), ("clear", "")):
+    def test_completes_fields_with_an_equals_sign_for_set_only(self):
+        for command, suffix in (("set", "="), ("clear", "")):
             keys = [key + suffix for key in FIELDS]
             for option in ("-t", "--tag"):
-                with self.subTest(verb=verb, option=option):
-                    start = f"tagwriter {verb} --safe {option} "
+                with self.subTest(command=command, option=option):
+                    start = f"tagwriter {command} --safe {option} "
                     self.assertEqual(sorted(self.complete(start)), sorted(keys))
                     self.assertEqual(sorted(self.complete(start + "disc")),
                                      sorted(key for key in keys if key.startswith("disc")))
                     self.assertEqual(self.complete(start + "x"), self.unknown("x"))
 
-    def test_completes_files_with_any_name(self):
-        for start in ("tagwriter show ", "tagwriter set -t title=T ", "tagwriter clear -t title -r ",
-                      "tagwriter cover --replace "):
+    def test_completes_files(self):
+        for start in ("tagwriter show ", "tagwriter set -t title=T ",
+                      "tagwriter clear -t title -r ", "tagwriter cover --replace "):
             with self.subTest(start):
                 self.assertEqual(sorted(word.rstrip("/") for word in self.complete(start)),
                                  sorted([*FILES, "directory"]))
@@ -102,17 +106,17 @@ class CompletionsTest:
 
 
 class LineEditorTest(CompletionsTest):
-    """What a shell with its line editor must do."""
+    """What shells complete in their line editor."""
 
     def unknown(self, word):
-        return [word]  # it stays as it is
+        return [word]  # unchanged
 
     def complete(self, line):
-        """All that could stand in the place of the last word."""
+        """All completions of the last word."""
         words = len(shlex.split(line)) - (not line.endswith(" "))
         return self.editor.type(line, ALL)[words - 1:]
 
-    def test_leaves_the_place_behind_a_word_as_it_is_needed(self):
+    def test_adds_a_space_except_after_an_equals_sign(self):
         for start in ("-t ", "--tag ", "--tag="):
             with self.subTest(start):
                 self.assertEqual(
@@ -136,25 +140,22 @@ class LineEditorTest(CompletionsTest):
 
 class BashTest(LineEditorTest, CommandTest):
 
-    before_verbs = ["--help"]
+    before_commands = ["--help"]
 
     def start(self):
         self.editor = LineEditor(
             self, ["bash", "--norc", "--noprofile", "-i"],
-            self.script("bash") + "\nbind 'set bell-style none'\nbind '\"\\e*\": insert-completions'",
+            f". {COMPLETIONS}/tagwriter.bash\nbind 'set bell-style none'\n"
+            "bind '\"\\e*\": insert-completions'",
             INPUTRC="/dev/null", HISTFILE="/dev/null")
-
 
 
 class ZshTest(LineEditorTest, CommandTest):
 
     def start(self):
-        functions = self.aside / "functions"
-        functions.mkdir()
-        (functions / "_tagwriter").write_text(self.script("zsh"))
         self.editor = LineEditor(self, ["zsh", "-f", "-i"], f"""
 unsetopt beep auto_remove_slash
-fpath=({functions} $fpath)
+fpath=({COMPLETIONS} $fpath)
 autoload -Uz compinit
 compinit -u -d FOLDER/dump
 zle -C all-matches complete-word _generic
@@ -170,37 +171,20 @@ class FishTest(CompletionsTest, CommandTest):
         return []
 
     def start(self):
-        self.completions = self.aside / "tagwriter.fish"
-        self.completions.write_text(self.script("fish"))
+        pass
 
     def complete(self, line):
         run = subprocess.run(
             ["fish", "--no-config", "-c", 'source $argv[1]; complete -C $argv[2]',
-             self.completions, line], cwd=self.directory, stdin=subprocess.DEVNULL,
+             COMPLETIONS / "tagwriter.fish", line], cwd=self.directory, stdin=subprocess.DEVNULL,
             capture_output=True, text=True, timeout=DEADLINE, check=True,
             env={"PATH": os.environ["PATH"], "HOME": str(self.aside), "LC_ALL": "C.UTF-8"})
         self.assertEqual(run.stderr, "")
         return [line.partition("\t")[0] for line in run.stdout.splitlines()]
 
-    def test_completes_fields_behind_an_equals_sign(self):
+    def test_completes_fields_after_an_equals_sign(self):
         self.assertEqual(self.complete("tagwriter set --tag=albumA"), ["--tag=albumArtist="])
         self.assertEqual(self.complete("tagwriter clear --tag=albumA"), ["--tag=albumArtist"])
-
-
-class ScriptTest(CommandTest):
-
-    def test_every_shell_finds_its_script_well_formed(self):
-        for shell in ("bash", "zsh", "fish"):
-            with self.subTest(shell):
-                path = self.aside / shell
-                path.write_text(tagwriter("completion", shell).stdout)
-                run = subprocess.run([shell, "-n", path], capture_output=True, text=True,
-                                     timeout=DEADLINE)
-                self.assert_run(run, 0)
-
-    def test_the_fields_are_those_of_the_help(self):
-        listed = re.findall(r"(?m)^  (\S+)", tagwriter("set", "--help").stdout.split("Fields:\n")[1])
-        self.assertEqual(listed, FIELDS)
 
 
 if __name__ == "__main__":

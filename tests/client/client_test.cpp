@@ -93,6 +93,18 @@ int unprivileged(const TemporaryDirectory& directory, const std::function<int()>
   return WEXITSTATUS(status);
 }
 
+void withoutStandardStreams(const std::function<void()>& work) {
+  UniqueFd saved[3];
+  for (int fd = 0; fd < 3; ++fd) {
+    saved[fd] = duplicateFd(fd);
+    ::close(fd);
+  }
+  work();
+  for (int fd = 0; fd < 3; ++fd) {
+    if (saved[fd]) ::dup2(saved[fd].get(), fd);
+  }
+}
+
 std::vector<std::byte> imageBytes(const std::string& name) {
   const std::string text = readFile(dataFile(name));
   const auto bytes = std::as_bytes(std::span(text));

@@ -1,4 +1,4 @@
-// What the tests of the client library share: a directory and a writer with a worker of its own.
+// What the tests of the client library share: a directory and a writer.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,18 +14,17 @@
 
 namespace tagwriter::test {
 
-/// Whether `outcome` has this status; says what it has instead.
+/// Whether `outcome` has this status.
 testing::AssertionResult isStatus(Status expected, const Outcome& outcome);
 #define EXPECT_STATUS(status, outcome) EXPECT_TRUE(isStatus(status, outcome))
 #define ASSERT_STATUS(status, outcome) ASSERT_TRUE(isStatus(status, outcome))
 
 class ClientTest : public testing::Test {
  protected:
-  /// Makes a program in the directory that runs this shell text with the worker's arguments;
-  /// $WORKER is the real worker. Returns its path.
+  /// Writes a shell script that can be used as a worker; $WORKER is the real one. Returns its path.
   std::string script(const std::string& name, const std::string& text) const;
 
-  /// What readField says, as a string that is not in the file ("-") when it says nothing.
+  /// The title as readField returns it, or "-".
   static std::string titleOf(const AudioFile& file);
 
   TemporaryDirectory directory_;
@@ -35,15 +34,18 @@ class ClientTest : public testing::Test {
 /// The path of `name` in the directory.
 std::string in(const TemporaryDirectory& directory, const std::string& name);
 
-/// The processes that this one has started and not waited for.
+/// The child processes of this one.
 std::set<pid_t> children();
 
-/// Kills a child and waits until it is dead; the library still finds it to be waited for.
+/// Kills a child and waits until it is dead, but does not reap it.
 void killChild(pid_t pid);
 
-/// Runs `work` in a child process that has no privileges and returns what it returned, 0 to 100.
-/// The directory of the test is opened to it.
+/// Runs `work` in a child process without privileges, which can enter `directory`, and returns the
+/// result, 0 to 100.
 int unprivileged(const TemporaryDirectory& directory, const std::function<int()>& work);
+
+/// Runs `work` while descriptors 0 to 2 are closed.
+void withoutStandardStreams(const std::function<void()>& work);
 
 /// The bytes of tests/data/`name`.
 std::vector<std::byte> imageBytes(const std::string& name);

@@ -1,137 +1,156 @@
-// One call, one or several edits: what is written, in which order, and where it stops.
+// Edits in place: what is written, where a series stops, and what is rejected with which status.
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cctype>
+
+#include "protocol/fields.h"
 #include "tests/client/client_test.h"
 #include "tests/client/file_state.h"
 
 namespace tagwriter::test {
 namespace {
 
-class Edits : public ClientTest {
- protected:
-  std::string path_ = directory_.copyOf("flac_plain.flac");
-};
-
 Edit title(const std::string& text) {
   return Edit::setField("title", text);
 }
 
-TEST_F(Edits, HappenInTheirOrder) {
+class Edits : public ClientTest {
+ protected:
+  std::string path_ = directory_.copyOf("flac_plain.flac");
+  FileState before_ = stateOf(path_);
+};
+
+TEST_F(Edits, AreMadeInOrder) {
   const Edit edits[] = {title("One"), Edit::setField("artist", std::string("A")), title("Two"),
                         Edit::clearField("artist"), Edit::setDisc(1, 2)};
-  const Outcome outcome = writer_.write(path_, edits);
-  EXPECT_STATUS(Status::kWritten, outcome);
+  EXPECT_STATUS(Status::kWritten, writer_.write(path_, edits));
   EXPECT_EQ(titleOf(path_), "Two");
   EXPECT_FALSE(readField(path_, "artist").has_value());
   EXPECT_TRUE(readField(path_, "totalNumberOfDiscs") == TrackValue(std::int64_t{2}));
 }
 
-TEST_F(Edits, StopAtTheFirstThatFails) {
-  const Edit edits[] = {title("One"), Edit::setField("composer", std::string("C")),
-                        Edit::setField("titel", std::string("?")), title("Two")};
-  const Outcome outcome = writer_.write(path_, edits);
-  EXPECT_STATUS(Status::kUnknownField, outcome);
-  EXPECT_EQ(outcome.edit, 2);
-  EXPECT_EQ(titleOf(path_), "One");
-  EXPECT_TRUE(readField(path_, "composer") == TrackValue(std::string("C")));
-}
-
-TEST_F(Edits, StopAtTheFirstThatTheServiceRefuses) {
-  const std::string mp3 = directory_.copyOf("mp3_plain.mp3");
-  const Edit edits[] = {title("One"), Edit::setField("cueSheet", std::string("no")), title("Two")};
-  const Outcome outcome = writer_.write(mp3, edits);
-  EXPECT_STATUS(Status::kRefused, outcome);
-  EXPECT_EQ(outcome.edit, 1);
-  EXPECT_EQ(titleOf(mp3), "One");
-}
-
-TEST_F(Edits, StopAtTheFirstThatIsTooLarge) {
+TEST_F(Edits, StopAtTheFirstFailure) {
   const std::vector<std::byte> image(std::size_t{64} << 20);
-  const Edit edits[] = {title("One"), Edit::setCover(image, ImageType::kPNG, true), title("Two")};
-  const Outcome outcome = writer_.write(path_, edits);
-  EXPECT_STATUS(Status::kRequestTooLarge, outcome);
-  EXPECT_EQ(outcome.edit, 1);
-  EXPECT_EQ(titleOf(path_), "One");
-}
-
-TEST_F(Edits, CanBeNone) {
-  const FileState before = stateOf(path_);
-  EXPECT_STATUS(Status::kWritten, writer_.write(path_, std::span<const Edit>()));
-  EXPECT_EQ(stateOf(path_), before);
-  EXPECT_STATUS(Status::kNotFound,
-                writer_.write(in(directory_, "missing.flac"), std::span<const Edit>()));
-}
-
-TEST_F(Edits, CanBeMadeInManyFiles) {
-  const Edit edit = title("The same");
-  for (const char* name : {"mp3_plain.mp3", "vorbis_plain.ogg", "wma_plain.wma"}) {
-    const std::string path = directory_.copyOf(name);
-    EXPECT_STATUS(Status::kWritten, writer_.write(path, edit));
-    EXPECT_EQ(titleOf(path), "The same");
+  const std::pair<Status, Edit> failures[] = {
+      {Status::kUnknownField, Edit::setField("titel", std::string("?"))},
+      {Status::kRefused, Edit::setField("cueSheet", std::string("not in an MP3"))},
+      {Status::kRequestTooLarge, Edit::setCover(image, ImageType::kPNG, true)}};
+  for (const auto& [status, failing] : failures) {
+    const std::string mp3 = directory_.copyOf("mp3_plain.mp3");
+    const Edit edits[] = {title("One"), failing, title("Two")};
+    for (const bool safe : {true, false}) {
+      const Outcome outcome = writer_.write(mp3, edits, {.safe = safe});
+      EXPECT_STATUS(status, outcome);
+      EXPECT_EQ(outcome.edit, 1);
+      EXPECT_EQ(titleOf(mp3), safe ? "-" : "One");
+    }
   }
 }
 
-TEST_F(Edits, TakeAPathThatIsNotUtf8) {
-  const std::string path = directory_.copyOf("mp3_plain.mp3", "caf\xe9.mp3");
-  EXPECT_STATUS(Status::kWritten, writer_.write(path, title("One")));
-  EXPECT_EQ(titleOf(path), "One");
-}
-
-TEST_F(Edits, AreByTheNameOfTheCallersFile) {
-  // The name decides the format: here an MP3 under a descriptor called FLAC.
-  const std::string mp3 = directory_.copyOf("mp3_plain.mp3");
+TEST_F(Edits, AreByTheNameOfTheFile) {
+  // The name decides the format, here an MP3 whose descriptor is called FLAC.
+  const std::string mp3 = directory_.copyOf("mp3_plain.mp3", "caf\xe9.mp3");
   const UniqueFd file = openFile(mp3);
   const Edit composer = Edit::setField("composer", std::string("C"));
   EXPECT_STATUS(Status::kRefused, writer_.write({file.get(), "song.flac"}, composer));
   EXPECT_STATUS(Status::kWritten, writer_.write({file.get(), "song.mp3"}, composer));
+  EXPECT_STATUS(Status::kWritten, writer_.write(mp3, title("One")));
+  EXPECT_EQ(titleOf(mp3), "One");
 }
 
-TEST_F(Edits, SetAndClearCovers) {
+TEST_F(Edits, SetKeepReplaceAndRemoveCovers) {
   const std::vector<std::byte> red = imageBytes("cover_red.png");
   const std::vector<std::byte> blue = imageBytes("cover_blue.jpg");
-  const auto holds = [this](const std::vector<std::byte>& image) {
-    const std::string bytes = readFile(path_);
-    const std::string text(reinterpret_cast<const char*>(image.data()), image.size());
-    return bytes.find(text) != std::string::npos;
-  };
-  EXPECT_STATUS(Status::kWritten,
-                writer_.write(path_, Edit::setCover(red, detectImageType(red), false)));
-  EXPECT_TRUE(holds(red));
-  // One is there, and it is to be kept.
-  EXPECT_STATUS(Status::kHasPicture,
-                writer_.write(path_, Edit::setCover(blue, detectImageType(blue), false)));
-  EXPECT_TRUE(holds(red) && !holds(blue));
-  EXPECT_STATUS(Status::kWritten,
-                writer_.write(path_, Edit::setCover(blue, detectImageType(blue), true)));
-  EXPECT_TRUE(!holds(red) && holds(blue));
-  EXPECT_STATUS(Status::kWritten, writer_.write(path_, Edit::clearCovers()));
-  EXPECT_TRUE(!holds(red) && !holds(blue));
-}
-
-TEST_F(Edits, KeepAPictureThatIsNotToBeReplaced) {
-  // Left to itself, the service replaces it in some formats and says true in others.
-  const std::vector<std::byte> red = imageBytes("cover_red.png");
+  // By itself, the service replaces pictures in some formats and ignores the edit in others.
   for (const char* name :
        {"mp3_plain.mp3", "m4a_plain.m4a", "flac_plain.flac", "vorbis_plain.ogg", "flac.oga",
         "opus_plain.opus", "wma_plain.wma", "aiff_plain.aiff", "wav_plain.wav", "ape_plain.ape",
         "wavpack_plain.wv", "mpc_plain.mpc", "dsf_plain.dsf"}) {
     SCOPED_TRACE(name);
     const std::string path = directory_.copyOf(name, std::string("cover_") + name);
-    const Edit cover = Edit::setCover(red, detectImageType(red), false);
-    EXPECT_STATUS(Status::kWritten, writer_.write(path, cover));
-    const std::string before = readFile(path);
-    EXPECT_STATUS(Status::kHasPicture, writer_.write(path, cover));
-    EXPECT_STATUS(Status::kHasPicture, writer_.write(path, cover, {.safe = true}));
-    EXPECT_EQ(readFile(path), before);
+    EXPECT_STATUS(Status::kWritten,
+                  writer_.write(path, Edit::setCover(red, ImageType::kPNG, false)));
+    const FileState withRed = stateOf(path);
+    for (const bool safe : {false, true}) {
+      EXPECT_STATUS(
+          Status::kHasPicture,
+          writer_.write(path, Edit::setCover(blue, ImageType::kJPEG, false), {.safe = safe}));
+    }
+    EXPECT_EQ(stateOf(path), withRed);
+    EXPECT_STATUS(Status::kWritten,
+                  writer_.write(path, Edit::setCover(blue, ImageType::kJPEG, true)));
+    EXPECT_NE(readFile(path), withRed.bytes);
+    EXPECT_STATUS(Status::kWritten, writer_.write(path, Edit::clearCovers()));
+    EXPECT_STATUS(Status::kWritten,
+                  writer_.write(path, Edit::setCover(red, ImageType::kPNG, false)));
   }
 }
 
-TEST(DetectImageType, GoesByTheFirstBytes) {
-  EXPECT_EQ(detectImageType(imageBytes("cover_red.png")), ImageType::kPNG);
-  EXPECT_EQ(detectImageType(imageBytes("cover_blue.jpg")), ImageType::kJPEG);
-  EXPECT_EQ(detectImageType(imageBytes("cover.tiff")), ImageType::kTIFF);
-  EXPECT_EQ(detectImageType(imageBytes("cover.gif")), ImageType::kGIF);
-  EXPECT_EQ(detectImageType(imageBytes("cover.bmp")), ImageType::kBMP);
-  EXPECT_EQ(detectImageType(imageBytes("mp3_plain.mp3")), ImageType::kOther);
-  EXPECT_EQ(detectImageType({}), ImageType::kOther);
+TEST_F(Edits, OfUnknownFieldsAndWrongTypesAreRejected) {
+  const TrackValue values[] = {std::string("1"), std::int64_t{1}, 1.0, true};
+  for (const field::Field& field : field::kAll) {
+    for (const TrackValue& value : values) {
+      if (value.index() == static_cast<std::size_t>(field.type)) continue;
+      EXPECT_STATUS(Status::kUnknownField, writer_.setField(path_, field.key, value)) << field.key;
+    }
+  }
+  for (const char* key : {"titel", "Title", "title ", "", "path", "totalNumberOfDiscs"}) {
+    SCOPED_TRACE(key);
+    EXPECT_STATUS(Status::kUnknownField, writer_.setField(path_, key, std::int64_t{1}));
+    EXPECT_STATUS(Status::kUnknownField, writer_.clearField(path_, key, {.safe = true}));
+  }
+  EXPECT_EQ(stateOf(path_), before_);
+  EXPECT_EQ(children().size(), 0) << "a worker was started for nothing";
+}
+
+TEST_F(Edits, OfUnsuitableFilesAreRejected) {
+  const std::string fifo = in(directory_, "fifo.mp3");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  const UniqueFd readOnly = openFile(path_, O_RDONLY);
+  const UniqueFd append = openFile(path_, O_RDWR | O_APPEND);
+  const std::string withZeroByte = path_ + std::string("\0.flac", 6);
+  const std::pair<Status, AudioFile> files[] = {{Status::kNotFound, in(directory_, "missing.mp3")},
+                                                {Status::kNotFound, {-1, path_}},
+                                                {Status::kNotFound, withZeroByte},
+                                                {Status::kNotFound, {append.get(), withZeroByte}},
+                                                {Status::kNotRegularFile, fifo},
+                                                {Status::kNotWritable, {readOnly.get(), path_}},
+                                                {Status::kOpenedForAppend, {append.get(), path_}}};
+  for (const auto& [status, file] : files) {
+    EXPECT_STATUS(status, writer_.write(file, title("T")));
+    EXPECT_STATUS(status, writer_.write(file, title("T"), {.safe = true}));
+    EXPECT_STATUS(status, writer_.write(file, std::span<const Edit>()));
+  }
+  EXPECT_EQ(stateOf(path_), before_);
+  EXPECT_EQ(children().size(), 0) << "a worker was started for nothing";
+}
+
+TEST_F(Edits, WithTextThatIsNotUtf8AreRejected) {
+  for (const std::string& text : {std::string("a\0b", 3), std::string("\0", 1),
+                                  std::string("T\xe4"), std::string("\xed\xa0\x80")}) {
+    EXPECT_STATUS(Status::kInvalidText, writer_.write(path_, title(text)));
+    EXPECT_STATUS(Status::kInvalidText, writer_.write(path_, title(text), {.safe = true}));
+  }
+  EXPECT_EQ(stateOf(path_), before_);
+}
+
+TEST_F(Edits, ThatAreNoneChangeNothing) {
+  EXPECT_STATUS(Status::kWritten, writer_.write(path_, std::span<const Edit>()));
+  EXPECT_STATUS(Status::kWritten, writer_.write(path_, std::span<const Edit>(), {.safe = true}));
+  EXPECT_EQ(stateOf(path_), before_);
+}
+
+TEST(Outcome, HasADistinctMessageForEachStatus) {
+  std::set<std::string> messages;
+  for (int i = 0; i <= static_cast<int>(Status::kTimesNotKept); ++i) {
+    const auto status = static_cast<Status>(i);
+    const std::string message = Outcome{status}.message();
+    EXPECT_NE(message, "");
+    EXPECT_TRUE(messages.insert(message).second) << message;
+    EXPECT_EQ(Outcome({status, "why"}).message(), message + ": why");
+    EXPECT_EQ(static_cast<bool>(Outcome{status}), status == Status::kWritten);
+  }
 }
 
 }  // namespace

@@ -37,14 +37,6 @@ void append(std::string& bytes, Number number) {
 
 }  // namespace
 
-std::string bytesOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary | std::ios::ate);
-  EXPECT_TRUE(file.is_open()) << path;
-  std::string bytes(static_cast<std::size_t>(std::max<std::streamoff>(file.tellg(), 0)), '\0');
-  file.seekg(0).read(bytes.data(), std::ssize(bytes));
-  return bytes;
-}
-
 std::ostream& operator<<(std::ostream& out, const FileState& state) {
   out << state.bytes.size() << " bytes (" << std::hash<std::string>()(state.bytes) << "), inode "
       << state.inode << ", mode " << std::oct << state.mode << std::dec << ", owner " << state.owner
@@ -59,7 +51,7 @@ FileState stateOf(const std::string& path) {
   struct stat status {};
   EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
   FileState state;
-  state.bytes = bytesOf(path);
+  state.bytes = readFile(path);
   state.inode = status.st_ino;
   state.mode = status.st_mode;
   state.owner = status.st_uid;

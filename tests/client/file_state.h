@@ -24,38 +24,35 @@ struct FileState {
   bool operator==(const FileState&) const = default;
 };
 
-/// All bytes of a file, however many.
-std::string bytesOf(const std::string& path);
-
-/// What GoogleTest says of a state in which something is wrong.
+/// For GoogleTest's messages.
 std::ostream& operator<<(std::ostream& out, const FileState& state);
 
-/// Reads the state of the file itself, no symbolic link followed for anything but the content.
+/// Reads the state of a file; does not follow a symbolic link, except for the content.
 FileState stateOf(const std::string& path);
 
-/// Waits until a change of a file gets a later time than the last change of `path`: the clock for
-/// files may go in steps of some milliseconds.
+/// Waits until a new change gets a later ctime than that of `path`: the clock for files may advance
+/// in steps of several milliseconds.
 void waitForLaterTime(const std::string& path);
 
 /// The names in a directory, hidden ones included, sorted.
 std::vector<std::string> namesIn(const std::filesystem::path& directory);
 
-/// The program's mark that lets it open network sockets: one that every write takes away.
+/// A file capability (to open raw sockets, say): every write to the file clears it.
 std::string capability();
 inline constexpr char kCapability[] = "security.capability";
 
-/// The extended attribute that holds an access list which lets the user `uid` read.
+/// An access list that lets the user `uid` read, as an extended attribute.
 std::string accessListFor(uid_t uid);
 inline constexpr char kAccessList[] = "system.posix_acl_access";
 inline constexpr char kDefaultAccessList[] = "system.posix_acl_default";
 
-/// Sets an extended attribute; false when the file system has none.
+/// Sets an extended attribute; false if that is not supported or not permitted.
 bool setAttribute(const std::string& path, const char* name, const std::string& value);
 
 /// Sets the times of access and of modification.
 void setTimes(const std::string& path, timespec accessed, timespec modified);
 
-/// Makes a file without content that is `size` bytes long and takes no room on the disk.
+/// Makes a sparse file of this size, without content.
 void makeSparse(const std::string& path, std::uint64_t size);
 
 }  // namespace tagwriter::test

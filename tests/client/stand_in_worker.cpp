@@ -1,4 +1,4 @@
-// A worker that answers true, whatever it does to the file: STAND_IN says what.
+// A worker that always answers true. The environment variable DAMAGE says what it does to the file.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -11,13 +11,12 @@
 int main(int argc, char** argv) {
   using namespace tagwriter;
   const std::string option = argc > 1 ? argv[1] : "";
-  const char* how = std::getenv("STAND_IN");
-  const std::string work = how ? how : "";
+  const std::string damage = std::getenv("DAMAGE");
   const int socket = std::stoi(option.substr(option.find('=') + 1));
   return dbus::serveWrites(UniqueFd(socket), [&](const Dictionary& request) {
     const UniqueFd file = request.duplicateDescriptor(key::kFd);
-    if (work == "cuts") return Answer{::ftruncate(file.get(), 0) == 0};
-    if (work == "overwrites") return Answer{::pwrite(file.get(), "no audio", 8, 0) == 8};
+    if (damage == "truncate") return Answer{::ftruncate(file.get(), 0) == 0};
+    if (damage == "overwrite") return Answer{::pwrite(file.get(), "no audio", 8, 0) == 8};
     return Answer{true};
   });
 }

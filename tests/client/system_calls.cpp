@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -19,22 +18,21 @@ namespace {
 struct State {
   std::mutex mutex;
   std::map<Call, std::function<int()>> before;
-  std::atomic<std::size_t> mostBytes = SIZE_MAX;
-  bool recorded = false;
+  std::atomic<std::size_t> maxBytes = SIZE_MAX;
   std::vector<std::string> calls;
 };
 
 State& state() {
-  static auto* const state = new State;  // outlives everything that may still call
+  static auto* const state = new State;  // never destroyed: other threads may still make calls
   return *state;
 }
 
-/// Whether the call may happen; otherwise errno says why not.
+/// Whether the call may happen; if not, sets errno.
 bool permits(Call call, const char* name) {
   std::function<int()> before;
   {
     const std::lock_guard lock(state().mutex);
-    if (state().recorded) state().calls.emplace_back(name);
+    state().calls.emplace_back(name);
     if (const auto found = state().before.find(call); found != state().before.end()) {
       before = found->second;
     }
@@ -45,7 +43,7 @@ bool permits(Call call, const char* name) {
 }
 
 std::size_t shortened(std::size_t size, std::size_t parts = 1) {
-  return std::min(size, state().mostBytes / parts);
+  return std::min(size, state().maxBytes / parts);
 }
 
 }  // namespace
@@ -60,23 +58,17 @@ Interception::~Interception() {
   state().before.erase(call_);
 }
 
-ShortCalls::ShortCalls(std::size_t most) {
-  state().mostBytes = most;
+ShortCalls::ShortCalls(std::size_t max) {
+  state().maxBytes = max;
 }
 
 ShortCalls::~ShortCalls() {
-  state().mostBytes = SIZE_MAX;
+  state().maxBytes = SIZE_MAX;
 }
 
 CallRecord::CallRecord() {
   const std::lock_guard lock(state().mutex);
-  state().recorded = true;
   state().calls.clear();
-}
-
-CallRecord::~CallRecord() {
-  const std::lock_guard lock(state().mutex);
-  state().recorded = false;
 }
 
 std::vector<std::string> CallRecord::calls() const {
@@ -87,97 +79,53 @@ std::vector<std::string> CallRecord::calls() const {
 }  // namespace tagwriter::test
 
 // The names are the linker's.
-// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTBEGIN(bugprone-reserved-identifier,bugprone-macro-parentheses)
+// NOLINTBEGIN(readability-identifier-naming)
+#define WRAP(result, name, call, parameters, arguments)               \
+  result __real_##name parameters;                                    \
+  result __wrap_##name parameters {                                   \
+    return permits(Call::call, #name) ? __real_##name arguments : -1; \
+  }
+
 extern "C" {
 
 using tagwriter::test::Call;
 using tagwriter::test::permits;
 using tagwriter::test::shortened;
 
+WRAP(int, ftruncate, kFtruncate, (int fd, off_t size), (fd, size))
+WRAP(int, fsync, kFsync, (int fd), (fd))
+WRAP(int, linkat, kLinkat, (int fromDir, const char* from, int toDir, const char* to, int flags),
+     (fromDir, from, toDir, to, flags))
+WRAP(int, renameat, kRenameat, (int fromDir, const char* from, int toDir, const char* to),
+     (fromDir, from, toDir, to))
+WRAP(int, fchown, kFchown, (int fd, uid_t user, gid_t group), (fd, user, group))
+WRAP(int, fchmod, kFchmod, (int fd, mode_t mode), (fd, mode))
+WRAP(int, fsetxattr, kFsetxattr,
+     (int fd, const char* name, const void* value, size_t size, int flags),
+     (fd, name, value, size, flags))
+WRAP(int, fremovexattr, kFremovexattr, (int fd, const char* name), (fd, name))
+WRAP(ssize_t, copy_file_range, kCopyFileRange,
+     (int from, off_t* fromOffset, int to, off_t* toOffset, size_t size, unsigned flags),
+     (from, fromOffset, to, toOffset, shortened(size), flags))
+WRAP(ssize_t, pread, kPread, (int fd, void* buffer, size_t size, off_t offset),
+     (fd, buffer, shortened(size), offset))
+WRAP(ssize_t, write, kWrite, (int fd, const void* bytes, size_t size),
+     (fd, bytes, shortened(size, 2)))
+
 int __real_openat(int directory, const char* path, int flags, ...);
-int __wrap_openat(int directory, const char* path, int flags, ...) {
-  va_list arguments;
-  va_start(arguments, flags);
-  const bool makes = (flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE;
-  const auto mode = makes ? va_arg(arguments, mode_t) : 0;
-  va_end(arguments);
+int __wrap_openat(int directory, const char* path, int flags, mode_t mode) {
   if ((flags & O_TMPFILE) == O_TMPFILE && !permits(Call::kOpenUnnamed, "open unnamed")) return -1;
   if ((flags & O_EXCL) && !permits(Call::kOpenNew, "open new")) return -1;
   return __real_openat(directory, path, flags, mode);
 }
 
-int __real_ftruncate(int fd, off_t size);
-int __wrap_ftruncate(int fd, off_t size) {
-  return permits(Call::kFtruncate, "ftruncate") ? __real_ftruncate(fd, size) : -1;
-}
-
-int __real_fsync(int fd);
-int __wrap_fsync(int fd) {
-  return permits(Call::kFsync, "fsync") ? __real_fsync(fd) : -1;
-}
-
-int __real_linkat(int fromDirectory, const char* from, int toDirectory, const char* to, int flags);
-int __wrap_linkat(int fromDirectory, const char* from, int toDirectory, const char* to, int flags) {
-  return permits(Call::kLinkat, "linkat")
-             ? __real_linkat(fromDirectory, from, toDirectory, to, flags)
-             : -1;
-}
-
-int __real_renameat(int fromDirectory, const char* from, int toDirectory, const char* to);
-int __wrap_renameat(int fromDirectory, const char* from, int toDirectory, const char* to) {
-  return permits(Call::kRename, "rename") ? __real_renameat(fromDirectory, from, toDirectory, to)
-                                          : -1;
-}
-
-int __real_fchown(int fd, uid_t user, gid_t group);
-int __wrap_fchown(int fd, uid_t user, gid_t group) {
-  return permits(Call::kFchown, "fchown") ? __real_fchown(fd, user, group) : -1;
-}
-
-int __real_fchmod(int fd, mode_t mode);
-int __wrap_fchmod(int fd, mode_t mode) {
-  return permits(Call::kFchmod, "fchmod") ? __real_fchmod(fd, mode) : -1;
-}
-
-int __real_fsetxattr(int fd, const char* name, const void* value, size_t size, int flags);
-int __wrap_fsetxattr(int fd, const char* name, const void* value, size_t size, int flags) {
-  return permits(Call::kFsetxattr, "fsetxattr") ? __real_fsetxattr(fd, name, value, size, flags)
-                                                : -1;
-}
-
-int __real_fremovexattr(int fd, const char* name);
-int __wrap_fremovexattr(int fd, const char* name) {
-  return permits(Call::kFremovexattr, "fremovexattr") ? __real_fremovexattr(fd, name) : -1;
-}
-
 int __real_ioctl(int fd, unsigned long request, ...);
-int __wrap_ioctl(int fd, unsigned long request, ...) {
-  va_list arguments;
-  va_start(arguments, request);
-  auto* const argument = va_arg(arguments, void*);
-  va_end(arguments);
+int __wrap_ioctl(int fd, unsigned long request, void* argument) {
   if (request == FICLONE && !permits(Call::kClone, "clone")) return -1;
   return __real_ioctl(fd, request, argument);
 }
 
-ssize_t __real_copy_file_range(int from, off_t* fromOffset, int to, off_t* toOffset, size_t size,
-                               unsigned flags);
-ssize_t __wrap_copy_file_range(int from, off_t* fromOffset, int to, off_t* toOffset, size_t size,
-                               unsigned flags) {
-  return permits(Call::kCopyFileRange, "copy_file_range")
-             ? __real_copy_file_range(from, fromOffset, to, toOffset, shortened(size), flags)
-             : -1;
-}
-
-ssize_t __real_pread(int fd, void* buffer, size_t size, off_t offset);
-ssize_t __wrap_pread(int fd, void* buffer, size_t size, off_t offset) {
-  return permits(Call::kRead, "read") ? __real_pread(fd, buffer, shortened(size), offset) : -1;
-}
-
-ssize_t __real_write(int fd, const void* bytes, size_t size);
-ssize_t __wrap_write(int fd, const void* bytes, size_t size) {
-  return permits(Call::kWrite, "write") ? __real_write(fd, bytes, shortened(size, 2)) : -1;
-}
-
 }  // extern "C"
-// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTEND(readability-identifier-naming)
+// NOLINTEND(bugprone-reserved-identifier,bugprone-macro-parentheses)

@@ -1,5 +1,5 @@
-// The client library's system calls under a test's control. The test program is linked so that each
-// of the calls below passes through here on its way to the system (--wrap).
+// Intercepts the client library's system calls. The test program is linked so that each of these
+// calls passes through here (--wrap).
 #pragma once
 
 #include <cstddef>
@@ -15,22 +15,23 @@ enum class Call {
   kFtruncate,
   kFsync,
   kLinkat,
-  kRename,  ///< renameat
+  kRenameat,
   kFchown,
   kFchmod,
   kFsetxattr,
   kFremovexattr,
   kClone,  ///< ioctl with FICLONE
   kCopyFileRange,
-  kRead,  ///< pread
+  kPread,
   kWrite,
 };
 
-/// For its life, `before` runs before each `call`, on the caller's thread. It returns 0 to let the
-/// call happen, or the error with which it fails instead.
+/// While it lives, `before` runs before each `call`, on the calling thread. It returns 0 to make
+/// the call, or the error with which the call fails instead.
 class Interception {
  public:
   Interception(Call call, std::function<int()> before);
+  Interception(Call call, int error) : Interception(call, [error] { return error; }) {}
   ~Interception();
   Interception(const Interception&) = delete;
   Interception& operator=(const Interception&) = delete;
@@ -39,24 +40,19 @@ class Interception {
   Call call_;
 };
 
-/// For its life, no call reads or copies more than `most` bytes at once, or writes more than half
-/// of that.
+/// While it lives, no call reads or copies more than `max` bytes, or writes more than half of that.
 class ShortCalls {
  public:
-  explicit ShortCalls(std::size_t most);
+  explicit ShortCalls(std::size_t max);
   ~ShortCalls();
   ShortCalls(const ShortCalls&) = delete;
   ShortCalls& operator=(const ShortCalls&) = delete;
 };
 
-/// For its life, keeps the names of the calls that were made, in order, whether they failed or not.
+/// The names of the calls made since its construction, in order, including those that failed.
 class CallRecord {
  public:
   CallRecord();
-  ~CallRecord();
-  CallRecord(const CallRecord&) = delete;
-  CallRecord& operator=(const CallRecord&) = delete;
-
   std::vector<std::string> calls() const;
 };
 

@@ -1,4 +1,4 @@
-"""The manual pages are well-formed and say what the programs do."""
+"""The manual pages are well-formed and describe every command, option and field."""
 
 import re
 import subprocess
@@ -14,7 +14,7 @@ class ManualTest(StagingTest):
         return self.prefix / "share/man" / name
 
     def lines(self, name):
-        """A page as a terminal shows it, without bold and underlined."""
+        """A page as shown on a terminal, without bold and underlining."""
         return re.sub(".\b", "", run("mandoc", "-T", "utf8", self.page(name))).splitlines()
 
     def rendered(self, name):
@@ -31,29 +31,29 @@ class ManualTest(StagingTest):
         for option in set(options):
             self.assertRegex(rendered, rf"(?<![\w-]){option}(?![\w-])", page)
 
-    def test_mandoc_finds_nothing_to_warn_of(self):
+    def test_mandoc_has_no_warnings(self):
         for name in PAGES:
             run("mandoc", "-T", "lint", "-W", "warning,stop", self.page(name))
 
-    def test_the_headings_are_shown_as_they_are_written(self):
+    def test_headings_are_not_parsed_as_commands(self):
         for name in PAGES:
-            # "\&" keeps a word from being taken for a command, and shows nothing.
+            # "\&" prints nothing; it prevents a word from being parsed as a command.
             written = [line[len(".Sh "):].replace(r"\&", "")
                        for line in self.page(name).read_text().splitlines()
                        if line.startswith((".Sh ", ".Ss "))]
-            # The text of a page is indented by more than its headings.
+            # Text is indented more than headings.
             shown = [line.strip() for line in self.lines(name)[1:-1]
                      if re.match(r" {0,3}\S", line)]
             self.assertEqual(shown, written, name)
             self.assertEqual(shown[0], "NAME", name)
 
-    def test_the_command_page_describes_every_verb_and_option(self):
-        listed = self.help_of("bin/tagwriter").split("ubcommands:")[1].split("\n\n")[0]
-        verbs = re.findall(r"^  ([a-z]+) ", listed, re.MULTILINE)
-        self.assertIn("set", verbs)
-        for verb in verbs:
-            self.assertRegex(self.rendered(PAGES[0]), rf"tagwriter {verb}\b")
-            self.assert_describes_options(PAGES[0], self.help_of("bin/tagwriter", verb))
+    def test_the_command_page_describes_every_command_and_option(self):
+        listed = self.help_of("bin/tagwriter").split("Commands:")[1].split("\n\n")[0]
+        commands = re.findall(r"^  ([a-z]+) ", listed, re.MULTILINE)
+        self.assertIn("set", commands)
+        for command in commands:
+            self.assertRegex(self.rendered(PAGES[0]), rf"tagwriter {command}\b")
+            self.assert_describes_options(PAGES[0], self.help_of("bin/tagwriter", command))
 
     def test_the_service_pages_describe_every_option(self):
         for page, program in {PAGES[2]: "tagwriter-bus", PAGES[3]: "tagwriterd"}.items():
@@ -71,7 +71,7 @@ class ManualTest(StagingTest):
 
     def test_the_exit_codes_are_those_of_the_page(self):
         rendered = self.rendered(PAGES[0])
-        for arguments, code, meaning in [([], 2, "The command line was wrong"),
+        for arguments, code, meaning in [([], 2, "Wrong usage"),
                                          (["show", "/nowhere.mp3"], 1, "Something failed")]:
             done = subprocess.run([self.prefix / "bin/tagwriter", *arguments], timeout=DEADLINE,
                                   capture_output=True, check=False)

@@ -1,4 +1,4 @@
-#include "client/guards.h"
+#include "client/preflight.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,7 +14,7 @@ namespace tagwriter {
 namespace {
 
 constexpr std::uint64_t kMax32Bit = 0xffffffff;
-// With room for what the connection adds: the descriptors, the path's entry, padding.
+// Leaves room for what the connection adds: descriptors, the entry of the path, padding.
 constexpr std::uint64_t kMaxRequest = (std::uint64_t{64} << 20) - 1024;
 
 Outcome failed(Status status, int error) {
@@ -27,7 +27,8 @@ bool has32BitSizes(const std::string& path) {
 }
 
 Outcome openPath(const std::string& path, UniqueFd& fd) {
-  // A pipe without a writer must not keep us waiting.
+  // Opening a device can block, a serial port until its carrier is up for instance. A pipe opened
+  // for reading and writing never blocks.
   fd = aboveStandardStreams(UniqueFd(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK)));
   if (fd) return {};
   switch (errno) {
@@ -61,11 +62,11 @@ Outcome checkKind(int fd) {
   return {};
 }
 
-bool keepsPictures(const ValueDictionary& request) {
+bool mustKeepPictures(const ValueDictionary& request) {
   return request.values().contains(key::kArtwork) && !request.getBool(key::kReplaceArtwork);
 }
 
-/// The bytes of one value, its variant's signature and padding included.
+/// Returns the size of one value in bytes, including its signature and padding.
 struct WireSize {
   static constexpr std::uint64_t kOverhead = 32;
   std::uint64_t operator()(const std::string& text) const { return text.size() + kOverhead; }
@@ -101,7 +102,7 @@ Outcome checkRequest(int fd, const std::string& path, const ValueDictionary& req
   if (::fstat(fd, &status) != 0) return failed(Status::kNotFound, errno);
   const auto fileSize = static_cast<std::uint64_t>(status.st_size);
   if (has32BitSizes(path) && fileSize + size > kMax32Bit) return {Status::kFileTooLarge};
-  if (keepsPictures(request) && !readPictures(fd, path).empty()) return {Status::kHasPicture};
+  if (mustKeepPictures(request) && !readPictures(fd, path).empty()) return {Status::kHasPicture};
   return {};
 }
 

@@ -1,0 +1,34 @@
+# Completions of tagwriter for fish.
+
+set -l fields title artist album genre composer comment lyrics albumArtist grouping encoder \
+    publisher description catalogNumber conductor discSubtitle cueSheet rating compilation year \
+    bpm trackNumber totalNumberOfTracks disc totalNumberOfDiscs
+set -l assignments $fields=
+
+set -l command complete -c tagwriter -n __fish_use_subcommand -f
+$command -a set -d 'Write fields'
+$command -a clear -d 'Clear fields'
+$command -a cover -d 'Set the front cover, or remove all pictures'
+$command -a show -d 'Print tags and pictures'
+
+set -l any complete -c tagwriter -n '__fish_seen_subcommand_from set clear cover show'
+$any -s h -l help -d 'Print help'
+$any -s r -l recursive -d 'Process the audio files in directories'
+$any -l json -d 'Print one JSON object per line'
+
+set -l edit complete -c tagwriter -n '__fish_seen_subcommand_from set clear cover'
+$edit -l safe -d 'Edit a copy, and replace the file only if everything succeeds'
+$edit -l keep-times -d 'Keep the modification time'
+$edit -l bus -d 'Use the service on the session bus instead of a private one'
+$edit -s n -l dry-run -d 'Print what would be written, without writing anything'
+$edit -s q -l quiet -d 'Print only errors'
+
+complete -c tagwriter -n '__fish_seen_subcommand_from set' -s t -l tag -x -a "$assignments" \
+    -d 'A field to write, as KEY=VALUE'
+complete -c tagwriter -n '__fish_seen_subcommand_from clear' -s t -l tag -x -a "$fields" \
+    -d 'The KEY of a field to clear'
+
+set -l cover complete -c tagwriter -n '__fish_seen_subcommand_from cover'
+$cover -l replace -d 'Replace existing pictures'
+$cover -l clear -d 'Remove all pictures'
+$cover -l type -x -a 'png jpeg tiff gif bmp' -d 'Format of the cover'
