@@ -66,15 +66,6 @@ TEST_F(Worker, ThatCannotBeStartedIsReported) {
   EXPECT_EQ(children().size(), 0);
 }
 
-TEST_F(Worker, ThatCouldNotBeStartedIsTriedAgain) {
-  TagWriter writer(script("works the second time", "cd " + directory_.path().string() +
-                                                       "\nmkdir tried 2>/dev/null && exit 1\n"
-                                                       "exec $WORKER \"$@\"\n"));
-  EXPECT_STATUS(Status::kServiceUnavailable, setTitle(writer));
-  EXPECT_EQ(stateOf(path_), before_);
-  EXPECT_STATUS(Status::kWritten, setTitle(writer));
-}
-
 TEST_F(Worker, ThatDiesIsReplaced) {
   const std::string ape = directory_.copyOf("ape_tagged.ape");
   EXPECT_STATUS(Status::kWritten, writer_.setField(ape, "title", std::string(5000, 'x')));
