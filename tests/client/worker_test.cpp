@@ -128,28 +128,6 @@ TEST_F(Worker, EndsEvenIfAForkedChildHoldsItsSocket) {
   ::waitpid(child, nullptr, 0);
 }
 
-TEST_F(Worker, InheritsNothingButItsSocket) {
-  const UniqueFd inheritable(::open(path_.c_str(), O_RDONLY));
-  ASSERT_TRUE(inheritable);
-  struct sigaction old {};
-  struct sigaction ignored {};
-  ignored.sa_handler = SIG_IGN;
-  ASSERT_EQ(::sigaction(SIGTERM, &ignored, &old), 0);
-  const std::string other = directory_.copyOf("flac_plain.flac");
-  EXPECT_STATUS(Status::kWritten, writer_.setField(other, "title", std::string("T")));
-  ::sigaction(SIGTERM, &old, nullptr);
-  const std::string open = "/proc/" + std::to_string(worker()) + "/fd/";
-  for (const std::string& fd : namesIn(open)) {
-    std::error_code closedMeanwhile;
-    EXPECT_NE(std::filesystem::read_symlink(open + fd, closedMeanwhile), path_);
-  }
-  const pid_t pid = worker();
-  ::kill(pid, SIGTERM);
-  siginfo_t ended = {};
-  EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(pid), &ended, WEXITED | WNOWAIT), 0);
-  EXPECT_EQ(ended.si_status, SIGTERM);
-}
-
 TEST_F(Worker, TakesTheLargestRequest) {
   // The largest image that passes the checks is larger by less than 2 KiB.
   std::vector<std::byte> image((std::size_t{64} << 20) - 4096);
