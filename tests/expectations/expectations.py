@@ -1,0 +1,137 @@
+"""The tables of this directory for Python, and the bytes that a value becomes in a file.
+
+The names of stored values are those of the module tag_contents: "ID3v2 TCOM", "MP4 ©wrt",
+"Xiph COMPOSER", "ASF WM/Composer", "APE Composer".
+"""
+
+import json
+import os
+import struct
+
+TAGLIB = "TagLib 1"  # the column of outcomes that TagLib decides
+
+PREFIXES = {"id3v2": "ID3v2 ", "mp4": "MP4 ", "xiph": "Xiph ", "asf": "ASF ", "ape": "APE "}
+EMAIL = "no@email"
+
+
+def _resolved(value):
+    if isinstance(value, dict) and TAGLIB in value:
+        return value[TAGLIB]
+    if isinstance(value, dict):
+        return {key: _resolved(entry) for key, entry in value.items()}
+    return [_resolved(entry) for entry in value] if isinstance(value, list) else value
+
+
+def table(name):
+    """The table in NAME.json."""
+    path = os.path.join(os.path.dirname(os.path.abspath(__file__)), name + ".json")
+    with open(path, encoding="utf-8") as file:
+        return _resolved(json.load(file))
+
+
+FIELDS = {row["key"]: row for row in table("fields")["fields"]}
+VALUES = table("values")
+CONTAINERS = table("containers")
+ARTWORK_TYPES = table("artwork")["types"]
+
+
+def family_of(file):
+    """The tag family that a file's extension promises."""
+    extension = {"aif": "aiff"}.get(file.rpartition(".")[2], file.rpartition(".")[2])
+    return next(container["family"] for container in CONTAINERS["containers"]
+                if container["file"].endswith("." + extension))
+
+
+def names_of(field, family):
+    """The names under which an edit of the field stores its value."""
+    return [PREFIXES[family] + name for name in FIELDS[field][family]]
+
+
+def removed_names_of(field, family):
+    """The names that an edit of the field only removes."""
+    return [PREFIXES[family] + name
+            for name in FIELDS[field].get("removes", {}).get(family, [])]
+
+
+def text_of(kind, family, text):
+    """What a text becomes, None for nothing; an absent text is None."""
+    if text:
+        return text
+    special = VALUES["texts"][kind].get("absent" if text is None else "empty", {})
+    return special.get(family)
+
+
+# Bytes -----------------------------------------------------------------------------------------
+
+UTF8, LATIN1 = 3, 0
+
+
+def _id3v2(field, value):
+    kind = FIELDS[field].get("kind")
+    if field == "rating":
+        return EMAIL.encode() + b"\0" + bytes([value]) + bytes(4)
+    if kind == "core" or field == "year":  # a frame of TagLib is in Latin-1 where that can hold it
+        return (LATIN1 if value.isascii() else UTF8, value)
+    prefix = {"comment": ("eng", ""), "lyrics": ("eng", ""), "userText": ("CATALOGNUMBER",)}
+    return (UTF8, *prefix.get(kind, ()), value)
+
+
+def atom(name, payload):
+    return struct.pack(">I", len(payload) + 8) + name + payload
+
+
+def mp4_data(kind, payload):
+    return atom(b"data", struct.pack(">II", kind, 0) + payload)
+
+
+def _mp4(name, value):
+    if name == "MP4 cpil":
+        return mp4_data(21, bytes([value]))
+    if isinstance(value, int):
+        return mp4_data(21, struct.pack(">h", value))
+    if isinstance(value, list):
+        pair = struct.pack(">Hhh", 0, *value)
+        return mp4_data(0, pair + bytes(2) if name == "MP4 trkn" else pair)
+    if name.startswith("MP4 ----:"):
+        _, mean, label = name.split(":")
+        return (atom(b"mean", bytes(4) + mean.encode()) + atom(b"name", bytes(4) + label.encode())
+                + mp4_data(1, value.encode()))
+    return mp4_data(1, value.encode())
+
+
+ASF_TEXT, ASF_BYTES, ASF_BOOL, ASF_DWORD = 0, 1, 2, 3
+
+
+def _asf(name, value):
+    if name.startswith("ASF ("):
+        return value
+    kinds = {str: ASF_TEXT, bool: ASF_BOOL, int: ASF_DWORD}
+    return (kinds[type(value)], value)
+
+
+def stored(field, family, name, value):
+    """What tag_contents finds under the name, for a value that is no None."""
+    if family == "id3v2":
+        return _id3v2(field, value)
+    if family == "mp4":
+        return _mp4(name, value)
+    if family == "asf":
+        return _asf(name, value)
+    return ("text", value.encode()) if family == "ape" else value
+
+
+def put(contents, field, family, values):
+    """Replaces the values of a field in the contents by these: one value for all its names, or a
+    tuple with one per name. Removes what an edit of the field removes."""
+    names = names_of(field, family)
+    if not isinstance(values, tuple):
+        values = (values,) * len(names)
+    for name in removed_names_of(field, family):
+        contents.pop(name, None)
+    for name, value in zip(names, values, strict=True):
+        if value is not None:
+            contents[name] = [stored(field, family, name, value)]
+        elif name.startswith("ASF ("):  # these are always there
+            contents[name] = [""]
+        else:
+            contents.pop(name, None)
