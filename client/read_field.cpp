@@ -24,7 +24,7 @@ std::optional<TrackValue> readField(const AudioFile& file, std::string_view key)
   struct stat status {};
   // Reading would consume data from a pipe, and might never end on a device.
   if (!fd || ::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  const auto stored = readStoredField(std::move(fd), file.path().c_str(), std::string(key).c_str());
+  const auto stored = readStoredField(std::move(fd), file.path().c_str(), key);
   return stored ? std::optional<TrackValue>(stored->value) : std::nullopt;
 }
 

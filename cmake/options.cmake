@@ -1,4 +1,4 @@
-# One interface target that every target links to: language level, warnings, hardening, sanitizers.
+# One interface target that every component links to: language level, warnings, hardening, sanitizers.
 
 option(TAGWRITER_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 
@@ -18,8 +18,8 @@ if(TAGWRITER_SANITIZE)
   target_link_options(tagwriter_options INTERFACE -fsanitize=address,undefined)
 endif()
 
-# add_component(NAME sources... LINK targets...): one static library per directory. Symbols are hidden, so that
-# of the shared library that is made of them players see TAGWRITER_API and nothing else.
+# add_component(NAME sources... LINK targets...): one static library per directory. Symbols are hidden,
+# so that the shared library made of them exports TAGWRITER_API and nothing else.
 function(add_component name)
   cmake_parse_arguments(COMPONENT "" "" "LINK" ${ARGN})
   add_library(tagwriter_${name} STATIC ${COMPONENT_UNPARSED_ARGUMENTS})

@@ -25,12 +25,15 @@ the family of the file's format, the service answers false and does not save the
 
 | family | written into |
 |---|---|
-| ID3v2 | MP3 and every unknown extension, AIFF, WAV, DSF |
-| ID3v1 | MP3, and only when the file has an ID3v1 tag |
+| ID3v2 | MP3, AIFF, WAV, DSF; files with an unknown extension count as MP3 |
+| ID3v1 | MP3 that already has an ID3v1 tag |
 | MP4 | M4A, MP4, M4B, M4V, M4P |
 | Xiph comment | FLAC, Ogg Vorbis, Ogg FLAC, Opus |
 | ASF | WMA |
 | APE | Monkey's Audio, WavPack, Musepack |
+
+The *core* fields are an exception: TagLib recognizes the format by name or content, writes them into
+every tag that an MP3 has, and creates its ID3v1 tag.
 
 An absent text clears the field. An absent number, rating or flag counts as 0 or false; what that
 leaves in the file depends on the kind. An empty text clears ID3v2 text frames. The other families are
@@ -135,8 +138,8 @@ std::string textOf(const FieldRow& row, const Cell<Tag, Kinds...>& cell) {
   std::string text = "–";
   cell.visit([&]<typename Kind>(const Kind& kind) {
     text = asCode(namesWritten<Tag>([&](Tag& tag) { kind.write(tag, sampleChange()); }));
-    if constexpr (!std::same_as<Kind, cell::Text>)
-      text.append(" *").append(Kind::kInfo.name) += '*';
+    const std::string kindName = Kind::kInfo.name;
+    if (kindName != cell::Text::kInfo.name) text.append(" *").append(kindName).append("*");
     if constexpr (requires { kind.removed; }) {
       if (kind.removed) text.append(", removes ").append(asCode(std::string(kind.removed)));
     }

@@ -25,7 +25,7 @@
 #include "io/fd_file_stream.h"
 #include "io/file_type.h"
 #include "io/ogg_codec.h"
-#include "io/stream_over.h"
+#include "io/with_stream.h"
 
 namespace tagwriter {
 
@@ -115,7 +115,7 @@ bool withAudioFile(UniqueFd fd, const char* path, const Dictionary& request,
 template <typename Operation>
 bool withAudioFileToRead(UniqueFd fd, const char* path, const Operation& operation) {
   const TagFileType type = tagFileTypeForPath(path);
-  return withReadingStream(std::move(fd), path, [&](TagLib::FDFileStream& stream) {
+  return withStreamToRead(std::move(fd), path, [&](TagLib::FDFileStream& stream) {
     return openAudioFile(type, stream, operation);
   });
 }

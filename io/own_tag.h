@@ -5,6 +5,8 @@
 // (tagging/tag_write.cpp). The pictures of a FLAC file are the file's, not the tag's.
 #pragma once
 
+#include <type_traits>
+
 #include "io/audio_file.h"
 
 namespace tagwriter {
@@ -29,16 +31,16 @@ inline TagLib::Ogg::XiphComment* ownTag(TagLib::FLAC::File& file, IfMissing miss
 }
 
 template <typename File>
-concept HasAPETag = std::is_same_v<File, TagLib::APE::File> ||
+concept MayHaveAPETag = std::is_same_v<File, TagLib::APE::File> ||
     std::is_same_v<File, TagLib::WavPack::File> || std::is_same_v<File, TagLib::MPC::File>;
 
-template <HasAPETag File>
+template <MayHaveAPETag File>
 TagLib::APE::Tag* ownTag(File& file, IfMissing missing) {
   const bool create = missing == IfMissing::kCreate;
   return create || file.hasAPETag() ? file.APETag(create) : nullptr;
 }
 
-/// A WAV file's generic tag may be a union of two.
+/// Not tag(), which in later series of TagLib is a union with the INFO list.
 inline TagLib::ID3v2::Tag* ownTag(TagLib::RIFF::WAV::File& file, IfMissing /*missing*/) {
   return file.ID3v2Tag();
 }

@@ -8,7 +8,7 @@
 #include "base/unique_fd.h"
 #include "dsf/dsf_file.h"
 #include "dsf/dsf_file_type_resolver.h"
-#include "io/stream_over.h"
+#include "io/with_stream.h"
 #include "tagging/numbers.h"
 
 namespace tagwriter {
@@ -34,18 +34,18 @@ const char* valueOf(const TagListing& tags, std::string_view name) {
 
 std::optional<TagListing> readTags(int fd, const std::string& path) {
   TagLib::registerDSFFileTypeResolver();
-  return withReadingStream(duplicateFd(fd), path.c_str(),
-                           [](TagLib::FDFileStream& stream) -> std::optional<TagListing> {
-                             const TagLib::FileRef file(&stream, false);
-                             if (file.isNull()) return std::nullopt;
-                             TagListing listing;
-                             for (const auto& [name, values] : propertiesOf(*file.file())) {
-                               for (const auto& value : values) {
-                                 listing.emplace_back(name.to8Bit(true), value.to8Bit(true));
-                               }
-                             }
-                             return listing;
-                           });
+  return withStreamToRead(duplicateFd(fd), path.c_str(),
+                          [](TagLib::FDFileStream& stream) -> std::optional<TagListing> {
+                            const TagLib::FileRef file(&stream, false);
+                            if (file.isNull()) return std::nullopt;
+                            TagListing listing;
+                            for (const auto& [name, values] : propertiesOf(*file.file())) {
+                              for (const auto& value : values) {
+                                listing.emplace_back(name.to8Bit(true), value.to8Bit(true));
+                              }
+                            }
+                            return listing;
+                          });
 }
 
 DiscPosition discPositionOf(const TagListing& tags) {

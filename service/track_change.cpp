@@ -33,7 +33,7 @@ FieldChange changeOf(const field::Field& field, const Dictionary& track, const c
 }  // namespace
 
 void TrackChangeRequest::run() {
-  const FieldRow* row = findFieldRow(changedKey);
+  const FieldRow* row = changedKey ? findFieldRow(changedKey) : nullptr;
   if (!row) {
     fd.reset();
     result = false;

@@ -31,8 +31,8 @@ class Cell {
       requires(std::same_as<cell::Text, Kinds> || ...)
       : kind_(cell::Text{name, second}) {}
   template <typename Kind>
-  requires(std::same_as<Kind, Kinds> || ...) constexpr Cell(Kind kind)
-      : kind_(kind) {}  // NOLINT(*-explicit-constructor)
+  // NOLINTNEXTLINE(*-explicit-constructor)
+  requires(std::same_as<Kind, Kinds> || ...) constexpr Cell(Kind kind) : kind_(kind) {}
 
   /// An editor that makes `change`, which it copies; empty for a blank cell.
   FieldEditor<Tag> editor(const FieldChange& change) const {

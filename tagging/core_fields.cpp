@@ -7,7 +7,7 @@
 #include "base/log.h"
 #include "dsf/dsf_file_type_resolver.h"
 #include "io/save.h"
-#include "io/stream_over.h"
+#include "io/with_stream.h"
 
 namespace tagwriter {
 
@@ -31,12 +31,12 @@ bool writeCoreField(const CoreField& field, const char* key, UniqueFd fd, const 
 
 std::optional<StoredField> readCoreField(const CoreField& field, UniqueFd fd, const char* path) {
   TagLib::registerDSFFileTypeResolver();
-  return withReadingStream(std::move(fd), path,
-                           [&](FDFileStream& stream) -> std::optional<StoredField> {
-                             const FileRef file(&stream, false);
-                             if (file.isNull() || !file.tag()) return std::nullopt;
-                             return field.get(*file.tag());
-                           });
+  return withStreamToRead(std::move(fd), path,
+                          [&](FDFileStream& stream) -> std::optional<StoredField> {
+                            const FileRef file(&stream, false);
+                            if (file.isNull() || !file.tag()) return std::nullopt;
+                            return field.get(*file.tag());
+                          });
 }
 
 }  // namespace tagwriter

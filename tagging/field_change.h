@@ -14,7 +14,9 @@ struct FieldChange {
   std::int64_t total = 0;  ///< what travels with the number, where the field has a companion
   double real = 0.0;
   bool flag = false;
-  const char* path = nullptr;  ///< the file's path for log lines, borrowed; may be null
+  /// The file's path: picks the format, names the stream, is logged; never opened. Borrowed; may be
+  /// null.
+  const char* path = nullptr;
 };
 
 /// A field's value in a file, in the field's own type.

@@ -13,16 +13,16 @@ namespace tagwriter {
 namespace cell {
 
 // Which kinds of cells serve which tag family.
-using ID3v2 = Cell<TagLib::ID3v2::Tag, Text, UserText, MainComment, Lyrics, Rating, Flag, Number,
-                   PairNumber, PairTotal, Pair>;
-using ID3v1 = Cell<TagLib::ID3v1::Tag, Comment, Track>;
-using MP4 = Cell<TagLib::MP4::Tag, Text, ITunes, Comment, Rating, Flag, Number, PairNumber,
-                 PairTotal, Pair>;
-using Xiph =
+using ID3v2Cell = Cell<TagLib::ID3v2::Tag, Text, UserText, MainComment, Lyrics, Rating, Flag,
+                       Number, PairNumber, PairTotal, Pair>;
+using ID3v1Cell = Cell<TagLib::ID3v1::Tag, Comment, Track>;
+using MP4Cell = Cell<TagLib::MP4::Tag, Text, ITunes, Comment, Rating, Flag, Number, PairNumber,
+                     PairTotal, Pair>;
+using XiphCell =
     Cell<TagLib::Ogg::XiphComment, Text, CueSheet, Rating, Flag, Number, Track, Total, Pair>;
-using ASF = Cell<TagLib::ASF::Tag, Text, Comment, Rating, Flag, Number, Track, Pair>;
-using APE = Cell<TagLib::APE::Tag, Text, Comment, CueSheet, Rating, Flag, Number, PairNumber,
-                 PairTotal, Pair>;
+using ASFCell = Cell<TagLib::ASF::Tag, Text, Comment, Rating, Flag, Number, Track, Pair>;
+using APECell = Cell<TagLib::APE::Tag, Text, Comment, CueSheet, Rating, Flag, Number, PairNumber,
+                     PairTotal, Pair>;
 
 }  // namespace cell
 
@@ -47,9 +47,9 @@ bool writeCue(const FieldRow& row, UniqueFd fd, const FieldChange& change,
 struct FieldRow {
   constexpr FieldRow(const char* key, const CoreField& rowCore)
       : field(*field::find(key)), writer(writeCore), core(&rowCore) {}
-  constexpr FieldRow(const char* key, cell::ID3v2 rowID3v2, cell::ID3v1 rowID3v1, cell::MP4 rowMP4,
-                     cell::Xiph rowXiph, cell::ASF rowASF, cell::APE rowAPE,
-                     FieldWriter rowWriter = writeCells)
+  constexpr FieldRow(const char* key, cell::ID3v2Cell rowID3v2, cell::ID3v1Cell rowID3v1,
+                     cell::MP4Cell rowMP4, cell::XiphCell rowXiph, cell::ASFCell rowASF,
+                     cell::APECell rowAPE, FieldWriter rowWriter = writeCells)
       : field(*field::find(key)),
         writer(rowWriter),
         id3v2(rowID3v2),
@@ -59,21 +59,21 @@ struct FieldRow {
         asf(rowASF),
         ape(rowAPE) {}
 
-  const cell::ID3v2& of(const TagLib::ID3v2::Tag*) const { return id3v2; }
-  const cell::MP4& of(const TagLib::MP4::Tag*) const { return mp4; }
-  const cell::Xiph& of(const TagLib::Ogg::XiphComment*) const { return xiph; }
-  const cell::ASF& of(const TagLib::ASF::Tag*) const { return asf; }
-  const cell::APE& of(const TagLib::APE::Tag*) const { return ape; }
+  const cell::ID3v2Cell& of(const TagLib::ID3v2::Tag*) const { return id3v2; }
+  const cell::MP4Cell& of(const TagLib::MP4::Tag*) const { return mp4; }
+  const cell::XiphCell& of(const TagLib::Ogg::XiphComment*) const { return xiph; }
+  const cell::ASFCell& of(const TagLib::ASF::Tag*) const { return asf; }
+  const cell::APECell& of(const TagLib::APE::Tag*) const { return ape; }
 
   field::Field field;
   FieldWriter writer;
   const CoreField* core = nullptr;
-  cell::ID3v2 id3v2;
-  cell::ID3v1 id3v1;
-  cell::MP4 mp4;
-  cell::Xiph xiph;
-  cell::ASF asf;
-  cell::APE ape;
+  cell::ID3v2Cell id3v2;
+  cell::ID3v1Cell id3v1;
+  cell::MP4Cell mp4;
+  cell::XiphCell xiph;
+  cell::ASFCell asf;
+  cell::APECell ape;
 };
 
 }  // namespace tagwriter

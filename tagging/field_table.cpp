@@ -1,13 +1,10 @@
 #include "tagging/field_table.h"
 
-#include <cstring>
-
 namespace tagwriter {
 
-const FieldRow* findFieldRow(const char* key) {
-  if (!key) return nullptr;
+const FieldRow* findFieldRow(std::string_view key) {
   for (const FieldRow& row : table::kFields) {
-    if (std::strcmp(key, row.field.key) == 0) return &row;
+    if (key == row.field.key) return &row;
   }
   return nullptr;
 }

@@ -5,6 +5,8 @@
 // kinds of cells are in text_cells.h and number_cells.h. A core field has no cells: TagLib decides.
 #pragma once
 
+#include <string_view>
+
 #include "tagging/field_row.h"
 
 namespace tagwriter {
@@ -45,7 +47,7 @@ inline constexpr FieldRow kFields[] = {
 
 }  // namespace table
 
-/// The row of the field with this key (exact, case-sensitive); null for an unknown or a null key.
-const FieldRow* findFieldRow(const char* key);
+/// The row of the field with this key (exact, case-sensitive); null for an unknown key.
+const FieldRow* findFieldRow(std::string_view key);
 
 }  // namespace tagwriter

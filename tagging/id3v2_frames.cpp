@@ -24,7 +24,6 @@ using TagLib::ID3v2::UserTextIdentificationFrame;
 
 constexpr char kEnglish[] = "eng";
 constexpr char kLyrics[] = "USLT";
-constexpr char kPopularimeter[] = "POPM";
 /// Placeholder owner for POPM: looks like an address, belongs to nobody, is the same in every file.
 constexpr char kNobody[] = "no@email";
 
@@ -104,9 +103,9 @@ void setID3v2Lyrics(TagLib::ID3v2::Tag& tag, const char* value, const char* path
   }
 }
 
-void setID3v2Rating(TagLib::ID3v2::Tag& tag, double stars, const char* path) {
+void setID3v2Rating(TagLib::ID3v2::Tag& tag, const char* id, double stars, const char* path) {
   try {
-    tag.removeFrames(kPopularimeter);
+    tag.removeFrames(id);
     auto frame = std::make_unique<PopularimeterFrame>();
     frame->setRating(popularimeterRating(stars));
     frame->setEmail(kNobody);
@@ -117,8 +116,8 @@ void setID3v2Rating(TagLib::ID3v2::Tag& tag, double stars, const char* path) {
   }
 }
 
-std::optional<double> getID3v2Rating(const TagLib::ID3v2::Tag& tag) {
-  const TagLib::ID3v2::FrameList& frames = tag.frameList(kPopularimeter);
+std::optional<double> getID3v2Rating(const TagLib::ID3v2::Tag& tag, const char* id) {
+  const TagLib::ID3v2::FrameList& frames = tag.frameList(id);
   if (frames.isEmpty()) return std::nullopt;
   const auto* rating = dynamic_cast<const PopularimeterFrame*>(frames.front());
   return rating ? starsOfPopularimeter(rating->rating()) : 0.0;

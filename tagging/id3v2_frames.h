@@ -32,8 +32,8 @@ void setID3v2Lyrics(TagLib::ID3v2::Tag& tag, const char* value, const char* path
 
 /// Replaces every popularimeter frame (ID3v2.4 frames, 4.17) by one with the byte for `stars`. A
 /// standard exception is logged with `path` (may be null) and goes no further.
-void setID3v2Rating(TagLib::ID3v2::Tag& tag, double stars, const char* path);
+void setID3v2Rating(TagLib::ID3v2::Tag& tag, const char* id, double stars, const char* path);
 /// The stars of the first popularimeter frame.
-std::optional<double> getID3v2Rating(const TagLib::ID3v2::Tag& tag);
+std::optional<double> getID3v2Rating(const TagLib::ID3v2::Tag& tag, const char* id);
 
 }  // namespace tagwriter

@@ -112,7 +112,7 @@ void PairTotal::write(APE::Tag& tag, const FieldChange& change) const {
 }
 
 void Total::write(XiphComment& comment, const FieldChange& change) const {
-  setText(comment, removed, nullptr);
+  if (removed) setText(comment, removed, nullptr);
   const int total = low32(change.number);
   setOrRemove(comment, name, total != 0 ? std::to_string(total) : std::string());
 }
@@ -172,7 +172,7 @@ MaybeStored Flag::read(ASF::Tag& tag) const {
 }
 
 void Rating::write(ID3v2::Tag& tag, const FieldChange& change) const {
-  setID3v2Rating(tag, change.real, change.path);
+  setID3v2Rating(tag, name, change.real, change.path);
 }
 
 void Rating::write(MP4::Tag& tag, const FieldChange& change) const {
@@ -193,7 +193,7 @@ void Rating::write(APE::Tag& tag, const FieldChange& change) const {
 }
 
 MaybeStored Rating::read(ID3v2::Tag& tag) const {
-  const auto stars = getID3v2Rating(tag);
+  const auto stars = getID3v2Rating(tag, name);
   return stars ? MaybeStored(StoredField{*stars}) : std::nullopt;
 }
 

@@ -29,6 +29,10 @@ struct Track {
   void write(Tag& tag, const FieldChange& change) const {
     tag.setTrack(static_cast<unsigned>(low32(change.number)));
   }
+  std::optional<StoredField> read(TagLib::Ogg::XiphComment& comment) const {
+    return storedNumber(getText(comment, "TRACKNUMBER"));
+  }
+  /// TagLib's getter: the attribute may be a text or a number.
   template <typename Tag>
   std::optional<StoredField> read(Tag& tag) const {
     if (tag.track() == 0) return std::nullopt;
@@ -101,7 +105,7 @@ struct Pair {
 struct Total {
   static constexpr KindInfo kInfo = {"total", "decimal text; 0 removes"};
   const char* name;
-  const char* removed;  ///< another name for the same value
+  const char* removed = nullptr;  ///< another name for the same value
 
   void write(TagLib::Ogg::XiphComment& comment, const FieldChange& change) const;
   std::optional<StoredField> read(TagLib::Ogg::XiphComment& comment) const {
@@ -139,6 +143,7 @@ struct Flag {
 
   template <typename Tag>
   void write(Tag& tag, const FieldChange& change) const {
+    if (removed) setText(tag, removed, nullptr);
     setText(tag, name, change.flag ? "1" : nullptr);
   }
   void write(TagLib::MP4::Tag& tag, const FieldChange& change) const;

@@ -1,6 +1,5 @@
 #include "tagging/read_field.h"
 
-#include <string_view>
 #include <utility>
 
 #include "io/audio_file.h"
@@ -34,14 +33,21 @@ std::optional<StoredField> readRow(const FieldRow& row, UniqueFd fd, const char*
   return stored;
 }
 
+/// The row that a field is kept in: its own, or that of the number which it accompanies.
+const FieldRow* findRowWith(std::string_view key) {
+  for (const FieldRow& row : table::kFields) {
+    if (key == row.field.key || (row.field.companion && key == row.field.companion)) return &row;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
-std::optional<StoredField> readStoredField(UniqueFd fd, const char* path, const char* key) {
-  const bool isDiscTotal = std::string_view(key) == field::kTotalNumberOfDiscs;
-  const FieldRow* row = findFieldRow(isDiscTotal ? field::kDisc : key);
+std::optional<StoredField> readStoredField(UniqueFd fd, const char* path, std::string_view key) {
+  const FieldRow* row = findRowWith(key);
   if (!row) return std::nullopt;
   const auto stored = readRow(*row, std::move(fd), path);
-  return stored && isDiscTotal ? StoredField{stored->total} : stored;
+  return stored && key != row->field.key ? StoredField{stored->total} : stored;
 }
 
 }  // namespace tagwriter

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string_view>
 
 #include "base/unique_fd.h"
 #include "tagging/field_change.h"
@@ -12,6 +13,6 @@ namespace tagwriter {
 /// never opened, may be null) picks the format. Returns nothing when the field is not in the file,
 /// the format does not take it, or the file cannot be read. A rating comes back as finely as its
 /// family keeps it; of a field under two names the first counts.
-std::optional<StoredField> readStoredField(UniqueFd fd, const char* path, const char* key);
+std::optional<StoredField> readStoredField(UniqueFd fd, const char* path, std::string_view key);
 
 }  // namespace tagwriter

@@ -100,6 +100,13 @@ struct Comment {
   void write(Tag& tag, const FieldChange& change) const {
     tag.setComment(toTagString(change.text));
   }
+  std::optional<StoredField> read(TagLib::MP4::Tag& tag) const {
+    return storedText(getText(tag, "\251cmt"));
+  }
+  std::optional<StoredField> read(TagLib::APE::Tag& tag) const {
+    return storedText(getText(tag, "COMMENT"));
+  }
+  /// ID3v1 and ASF have it in a fixed place, where an empty text means none.
   template <typename Tag>
   std::optional<StoredField> read(Tag& tag) const {
     const TagLib::String comment = tag.comment();

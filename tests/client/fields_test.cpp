@@ -3,7 +3,9 @@
 #include <asffile.h>
 #include <fcntl.h>
 #include <id3v2tag.h>
+#include <mp4file.h>
 #include <mpegfile.h>
+#include <opusfile.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <textidentificationframe.h>
@@ -155,6 +157,24 @@ TEST_F(ReadField, ReadsWhatOtherProgramsWrite) {
     ASSERT_TRUE(file.save());
   }
   EXPECT_FALSE(readField(wma, "trackNumber").has_value());
+
+  const std::string opus = directory_.copyOf("opus_plain.opus");
+  for (const std::int64_t number : {0, -3}) {
+    TagLib::Ogg::Opus::File file(opus.c_str());
+    file.tag()->addField("TRACKNUMBER", TagLib::String::number(static_cast<int>(number)));
+    ASSERT_TRUE(file.save());
+    EXPECT_TRUE(readField(opus, "trackNumber") == TrackValue(number));
+  }
+
+  const std::string m4a = directory_.copyOf("m4a_plain.m4a");
+  {
+    TagLib::MP4::File file(m4a.c_str());
+    TagLib::StringList comments("One");
+    comments.append("Two");
+    file.tag()->setItem("\251cmt", comments);
+    ASSERT_TRUE(file.save());
+  }
+  EXPECT_TRUE(readField(m4a, "comment") == TrackValue(std::string("One Two")));
 }
 
 TEST_F(ReadField, ReturnsNothingForAnUnknownKeyOrAnUnreadableFile) {

@@ -22,7 +22,7 @@ auto withStream(UniqueFd fd, const char* path, const Dictionary& request,
 
 /// The same for a stream that only reads.
 template <typename Operation>
-auto withReadingStream(UniqueFd fd, const char* path, const Operation& operation) {
+auto withStreamToRead(UniqueFd fd, const char* path, const Operation& operation) {
   TagLib::FDFileStream stream(fd.get(), path, nullptr, true);
   if (stream.isOpen()) (void)fd.release();
   return operation(stream);
