@@ -1,6 +1,5 @@
-// Prints docs/FIELDS.md. What a field becomes is not copied from the field table but found out:
-// each cell writes a sample value into an empty tag, and the names that are then in the tag are
-// printed.
+// Prints docs/FIELDS.md. The names are not copied from the field table: each cell writes a sample
+// value into an empty tag, and the names found in the tag afterwards are printed.
 
 #include <textidentificationframe.h>
 #include <algorithm>
@@ -20,27 +19,28 @@ constexpr char kIntroduction[] =
 
 <!-- Generated from tagging/field_table.h by `./run docs`. Do not edit. -->
 
-What each field becomes in each tag family. A dash means that the family is left alone: if that is
-the family of the file's format, the service answers false and does not save the file.
+The names under which each tag family stores each field. A tag family is a tag format that one or
+more file formats use. A dash means that the field is not stored there: if it is the family of the
+file's format, the service answers false and does not save the file.
 
-| family | written into |
+| family | used for |
 |---|---|
 | ID3v2 | MP3, AIFF, WAV, DSF; files with an unknown extension count as MP3 |
-| ID3v1 | MP3 that already has an ID3v1 tag |
+| ID3v1 | MP3, only if the file already has an ID3v1 tag |
 | MP4 | M4A, MP4, M4B, M4V, M4P |
 | Xiph comment | FLAC, Ogg Vorbis, Ogg FLAC, Opus |
 | ASF | WMA |
 | APE | Monkey's Audio, WavPack, Musepack |
 
-The *core* fields are an exception: TagLib recognizes the format by name or content, writes them into
-every tag that an MP3 has, and creates its ID3v1 tag.
+The *core* fields are an exception: TagLib detects the format by name or content, writes them into
+every tag that an MP3 has, and adds an ID3v1 tag if the MP3 has none.
 
-An absent text clears the field. An absent number, rating or flag counts as 0 or false; what that
-leaves in the file depends on the kind. An empty text clears ID3v2 text frames. The other families are
-given the empty text, and TagLib does not write a Xiph field or an APE item without a value.
+An absent text clears the field. An absent number, rating or flag counts as 0 or false; how that is
+stored depends on the kind. An empty text clears ID3v2 text frames. In the other families it is set
+as it is, but TagLib does not save a Xiph field or an APE item without a value.
 
-A name by itself is a *text*: it replaces everything under that name. The other kinds are explained
-below the table.
+A name without a kind is a *text*, which replaces everything stored under that name. The other kinds
+are explained below the table.
 
 )";
 
@@ -76,7 +76,7 @@ std::vector<std::string> namesIn(const TagLib::APE::Tag& tag) {
   return names;
 }
 
-/// The attributes, and what the Content Description object holds under names of its own.
+/// The attributes, and the fields of the Content Description object under its names for them.
 std::vector<std::string> namesIn(const TagLib::ASF::Tag& tag) {
   std::vector<std::string> names = keysOf(tag.attributeListMap());
   if (!tag.title().isEmpty()) names.emplace_back("Title");
@@ -107,8 +107,8 @@ FieldChange sampleChange() {
   return change;
 }
 
-/// The names that are in an empty tag after `write`. A total is only written beside a number, so
-/// where nothing was written it is tried again with one.
+/// The names in an empty tag after `write`. Some families store a total only next to a track
+/// number, so if nothing was written, tries again in a tag with a track number.
 template <typename Tag, typename Write>
 std::vector<std::string> namesWritten(const Write& write) {
   Tag tag;
@@ -181,8 +181,8 @@ void printTable() {
 /// Every kind of cell, in the order in which the table first uses it.
 void printKinds() {
   std::vector<std::string> lines = {
-      "*core*: written by TagLib's generic tag, which decides on the name; an empty text or a year "
-      "of 0 clears the field, but ASF keeps an empty attribute or a text of \"0\""};
+      "*core*: written through TagLib's generic tag class, which chooses the name; an empty text "
+      "or a year of 0 clears the field, but ASF keeps an empty attribute or the text \"0\""};
   const auto add = [&]<typename Kind>(const Kind&) {
     std::string line = std::string("*") + Kind::kInfo.name + "*: " + Kind::kInfo.meaning;
     if (std::find(lines.begin(), lines.end(), line) == lines.end()) lines.push_back(line);

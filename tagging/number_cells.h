@@ -1,4 +1,4 @@
-// The kinds of cells that hold numbers, flags and ratings, which no family stores as they arrive.
+// The kinds of cells for numbers, flags and ratings, which every family stores differently.
 #pragma once
 
 #include <optional>
@@ -9,21 +9,21 @@
 
 namespace tagwriter::cell {
 
-/// The number at the start of a text, 0 when there is none; nothing without a text.
+/// The number at the start of a text, or 0 if it has none; nullopt without a text.
 std::optional<StoredField> storedNumber(const std::optional<TagLib::String>& text);
-/// Number and total of a text like "3/12", 0 for what it does not say; nothing without a text.
+/// Number and total of a text like "3/12", each 0 if missing; nullopt without a text.
 std::optional<StoredField> storedPair(const std::optional<TagLib::String>& text);
-/// The two integers of an item; nothing when there is no such item.
+/// The two integers of an item; nullopt if there is no such item.
 std::optional<StoredField> storedPair(const TagLib::MP4::Tag& tag, const char* name);
 
-/// A pair turned so that its total is the value.
+/// The total of `pair` as a value.
 std::optional<StoredField> totalOf(const std::optional<StoredField>& pair);
 
 /// The track number of TagLib's generic tag.
 struct Track {
   static constexpr KindInfo kInfo = {
       "generic track",
-      "where TagLib's own track setter puts it; 0 removes, but ASF keeps a text of \"0\""};
+      "where TagLib's track setter puts it; 0 removes it, but ASF keeps the text \"0\""};
 
   template <typename Tag>
   void write(Tag& tag, const FieldChange& change) const {
@@ -44,8 +44,8 @@ struct Track {
 struct PairNumber {
   static constexpr KindInfo kInfo = {
       "number of a pair",
-      "an existing total stays; without one the number stands alone, and 0 removes the text; MP4 "
-      "has two integers and keeps both, 0 included"};
+      "keeps an existing total; without a total, only the number is stored, and 0 removes it; MP4 "
+      "always stores two integers, even if they are 0"};
   const char* name;
 
   void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const;
@@ -62,8 +62,8 @@ struct PairNumber {
 struct PairTotal {
   static constexpr KindInfo kInfo = {
       "total of a pair",
-      "an existing number stays; when either is 0 the text is removed, number included; MP4 has "
-      "two integers and keeps both, 0 included"};
+      "keeps an existing number; if either is 0, the whole text is removed, number included; MP4 "
+      "always stores two integers, even if they are 0"};
   const char* name;
 
   void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const;
@@ -82,8 +82,8 @@ struct PairTotal {
 struct Pair {
   static constexpr KindInfo kInfo = {
       "pair",
-      "\"number/total\", or \"number\" when the total is 0, also when that is \"0\"; MP4 has two "
-      "integers, removed when both are 0"};
+      "\"number/total\", or only \"number\" (even \"0\") if the total is 0; MP4 stores two "
+      "integers, and removes them if both are 0"};
   const char* name;
 
   template <typename Tag>
@@ -101,9 +101,9 @@ struct Pair {
   static std::string textOf(const FieldChange& change);
 };
 
-/// A total under a name of its own.
+/// A total under a separate name.
 struct Total {
-  static constexpr KindInfo kInfo = {"total", "decimal text; 0 removes"};
+  static constexpr KindInfo kInfo = {"total", "decimal text; 0 removes it"};
   const char* name;
   const char* removed = nullptr;  ///< another name for the same value
 
@@ -113,16 +113,16 @@ struct Total {
   }
 };
 
-/// A number by itself.
+/// A single number.
 struct Number {
-  static constexpr KindInfo kInfo = {"number", "decimal text, in MP4 an integer; 0 removes"};
+  static constexpr KindInfo kInfo = {"number", "decimal text, in MP4 an integer; 0 removes it"};
   const char* name;
   const char* removed = nullptr;  ///< another name for the same value
 
   template <typename Tag>
   void write(Tag& tag, const FieldChange& change) const {
     if (removed) setText(tag, removed, nullptr);
-    // Quirk: the test for 0 is on all 64 bits, the number written has 32.
+    // Quirk: all 64 bits are compared with 0, but only the low 32 are written.
     const std::string text = std::to_string(low32(change.number));
     setText(tag, name, change.number != 0 ? text.c_str() : nullptr);
   }
@@ -137,7 +137,7 @@ struct Number {
 /// Yes or no.
 struct Flag {
   static constexpr KindInfo kInfo = {
-      "flag", "\"1\" or removed; MP4 has a byte and ASF a boolean, also written when false"};
+      "flag", "\"1\", removed if false; MP4 stores a byte and ASF a boolean, even if false"};
   const char* name;
   const char* removed = nullptr;  ///< another name for the same value
 
@@ -159,13 +159,13 @@ struct Flag {
   static std::optional<StoredField> storedFlag(const std::optional<StoredField>& number);
 };
 
-/// Stars, in the scale of each family. Written for 0 as well.
+/// Stars, in the scale of each family. 0 is written too.
 struct Rating {
   static constexpr KindInfo kInfo = {
       "rating",
-      "ID3v2: one popularimeter frame replaces all, 0 to 255 in uneven steps; MP4 and Xiph: 20 per "
-      "star, truncated; ASF: 10 per half star as text, and 0 to 99 for whole stars; APE: the stars "
-      "with six decimals; 0 is written like any other value"};
+      "ID3v2: one popularimeter frame replaces all others, 0 to 255 in uneven steps; MP4 and Xiph: "
+      "20 per star, truncated; ASF: 10 per half star as text, and 0 to 99 for whole stars; APE: "
+      "stars with six decimals; 0 is written like any other value"};
   const char* name;
   const char* second = nullptr;  ///< ASF: for whole stars
 

@@ -14,23 +14,23 @@
 
 namespace tagwriter::cell {
 
-/// What a kind of cell is called and does, for docs/FIELDS.md.
+/// Name and description of a kind of cell, for docs/FIELDS.md.
 struct KindInfo {
   const char* name;
   const char* meaning;
 };
 
-/// A text as it was found; nothing when there is none.
+/// A text as found in a tag; nullopt if there is none.
 inline std::optional<StoredField> storedText(const std::optional<TagLib::String>& text) {
   if (!text) return std::nullopt;
   return StoredField{text->to8Bit(true)};
 }
 
-/// The regular cell.
+/// A text under one or two names, stored as it is.
 struct Text {
   static constexpr KindInfo kInfo = {"text", "the text as it is"};
   const char* name;
-  const char* second = nullptr;  ///< written with it
+  const char* second = nullptr;  ///< gets the same text; null if there is only one name
 
   template <typename Tag>
   void write(Tag& tag, const FieldChange& change) const {
@@ -43,10 +43,10 @@ struct Text {
   }
 };
 
-/// A freeform item of the kind that all programs use.
+/// A freeform MP4 item in the "com.apple.iTunes" namespace, which all programs use.
 struct ITunes {
   static constexpr KindInfo kInfo = Text::kInfo;
-  const char* name;  ///< without the "----:com.apple.iTunes:" in front
+  const char* name;  ///< without the prefix "----:com.apple.iTunes:"
 
   void write(TagLib::MP4::Tag& tag, const FieldChange& change) const {
     setText(tag, itemName().c_str(), change.text);
@@ -59,7 +59,7 @@ struct ITunes {
   std::string itemName() const { return std::string("----:com.apple.iTunes:") + name; }
 };
 
-/// A frame that is told from others of its kind by its description.
+/// An ID3v2 user text (TXXX) frame, identified by its description.
 struct UserText {
   static constexpr KindInfo kInfo = {
       "user text", "the first TXXX frame with this description; the frame keeps its encoding"};
@@ -77,8 +77,8 @@ struct UserText {
 struct MainComment {
   static constexpr KindInfo kInfo = {
       "main comment",
-      "the first English frame, or else the first, whose description is empty, \"comment\" or "
-      "\"Songs-DB_Custom1\"; clearing removes all of these and no others"};
+      "of the frames whose description is empty, \"comment\" or \"Songs-DB_Custom1\": the first "
+      "English one, or else the first; clearing removes all of these and no others"};
 
   void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const {
     setID3v2Comment(tag, change.text);
@@ -93,8 +93,8 @@ struct MainComment {
 struct Comment {
   static constexpr KindInfo kInfo = {
       "generic comment",
-      "where TagLib's own comment setter puts it; in ASF that is the description in the Content "
-      "Description object, not the attribute of that name"};
+      "where TagLib's comment setter puts it; in ASF, this is the description in the Content "
+      "Description object, not the attribute with that name"};
 
   template <typename Tag>
   void write(Tag& tag, const FieldChange& change) const {
@@ -117,7 +117,7 @@ struct Comment {
 /// The unsynchronised lyrics.
 struct Lyrics {
   static constexpr KindInfo kInfo = {
-      "lyrics", "one English frame replaces all; an empty text leaves an empty frame"};
+      "lyrics", "one English frame replaces all others; an empty text writes an empty frame"};
 
   void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const {
     setID3v2Lyrics(tag, change.text, change.path);
@@ -127,11 +127,11 @@ struct Lyrics {
   }
 };
 
-/// The cue sheet, which has a writer of its own.
+/// The cue sheet. Files are written by writeCueSheet, not by writeTagToFile.
 struct CueSheet {
   static constexpr KindInfo kInfo = {
       "cue sheet",
-      "the text as it is, but only into a tag that is in the file; Musepack files are refused"};
+      "the text as it is, only if the file already has the tag; Musepack files are rejected"};
 
   template <typename Tag>
   void write(Tag& tag, const FieldChange& change) const {
