@@ -26,7 +26,7 @@ constexpr char kHelp[] =
     "  --idle=SECONDS  exit after this time without a request (default: 30)\n"
     "  -h, --help      print this help\n";
 
-/// The number of seconds in `text`. Exits with an explanation when it is not a positive number.
+/// Parses a number of seconds. Exits with a message if it is not a positive whole number.
 std::chrono::seconds parseSeconds(const char* text) {
   int seconds = 0;
   const char* end = text + std::strlen(text);
@@ -46,7 +46,7 @@ std::chrono::seconds parseCommandLine(int argc, char** argv) {
   };
   std::chrono::seconds idleLimit = kDefaultIdleLimit;
   for (int letter; (letter = ::getopt_long(argc, argv, "h", kOptions, nullptr)) != -1;) {
-    if (letter == '?') std::exit(kExitUsage);  // getopt_long has said why
+    if (letter == '?') std::exit(kExitUsage);  // getopt_long has printed the reason
     if (letter == 'h') {
       std::fputs(kHelp, stdout);
       std::exit(0);
@@ -79,7 +79,7 @@ int main(int argc, char** argv) {
   const std::string worker = dbus::findWorkerProgram();
   if (worker.empty()) {
     std::fputs(
-        "tagwriter-bus: tagwriterd found neither beside this program nor in its libexec "
+        "tagwriter-bus: tagwriterd is neither next to this program nor in its libexec "
         "directory\n",
         stderr);
     return kExitFailed;

@@ -96,11 +96,11 @@ class CoverCommand final : public Command {
       : Command(app, "cover", "Set the front cover, or remove all pictures") {
     auto* replace =
         app_->add_flag("--replace", parsed_.replace,
-                       "Replace existing pictures; without it, a file that has one fails");
-    auto* type =
-        app_->add_option("--type", type_, "Format of the cover, if its first bytes do not show it")
-            ->check(CLI::IsMember(&kTypes).description(""))
-            ->type_name("png|jpeg|tiff|gif|bmp");
+                       "Replace existing pictures; otherwise, a file that has one fails");
+    auto* type = app_->add_option("--type", type_,
+                                  "Format of the image, if its first bytes do not identify it")
+                     ->check(CLI::IsMember(&kTypes).description(""))
+                     ->type_name("png|jpeg|tiff|gif|bmp");
     auto* clear = app_->add_flag("--clear", parsed_.clear, "Remove all pictures");
     clear->excludes(replace)->excludes(type);
     addEditing(parsed_.options);

@@ -70,7 +70,7 @@ std::optional<FieldAssignment> parseAssignment(const std::string& text, std::str
   }
   const std::optional<Value> value = parseValue(field->type, text.substr(equals + 1));
   if (!value) {
-    error = key + ": takes " + whatFieldTakes(*field);
+    error = key + ": must be " + whatFieldTakes(*field);
     return std::nullopt;
   }
   return FieldAssignment{key, *value};

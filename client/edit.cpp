@@ -27,7 +27,8 @@ Outcome checkField(std::string_view key, const TrackValue* value) {
   const field::Field* field = field::find(key);
   if (!field) return {Status::kUnknownField, std::string(key) + ": no such field"};
   if (key == field::kTotalNumberOfDiscs) {
-    return {Status::kUnknownField, std::string(key) + ": can only be set together with the disc"};
+    return {Status::kUnknownField,
+            std::string(key) + ": can only be set together with the disc number"};
   }
   if (value && !fits(*value, field->type)) {
     return {Status::kUnknownField, std::string(key) + ": wrong type of value"};

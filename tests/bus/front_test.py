@@ -133,7 +133,7 @@ class ExitTest(BusTest):
         (current / "lib/arch/front").touch()
         for name in ("front", "./front", "lib/arch/front"):  # argv[0]
             self.assert_exit(1, self.start(program=name, executable=front, cwd=current),
-                             "tagwriterd found neither")
+                             "tagwriterd is neither")
 
     def test_2_on_misuse_and_0_after_the_help(self):
         for expected, *arguments in (

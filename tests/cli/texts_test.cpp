@@ -26,13 +26,13 @@ TEST(ParseAssignment, TakesEachFieldInItsType) {
 }
 
 TEST(ParseAssignment, NamesTheKeyAndItsType) {
-  for (const auto& [text, expected] : {std::pair("year=19x8", "year: takes a whole number"),
-                                       {"year=", "year: takes a whole number"},
-                                       {"year= 7", "year: takes a whole number"},
-                                       {"year=9223372036854775808", "year: takes a whole number"},
-                                       {"rating=good", "rating: takes a decimal number"},
-                                       {"compilation=maybe", "compilation: takes yes or no"},
-                                       {"title=\xff", "title: takes text in UTF-8"}}) {
+  for (const auto& [text, expected] : {std::pair("year=19x8", "year: must be a whole number"),
+                                       {"year=", "year: must be a whole number"},
+                                       {"year= 7", "year: must be a whole number"},
+                                       {"year=9223372036854775808", "year: must be a whole number"},
+                                       {"rating=good", "rating: must be a decimal number"},
+                                       {"compilation=maybe", "compilation: must be yes or no"},
+                                       {"title=\xff", "title: must be text in UTF-8"}}) {
     std::string error;
     EXPECT_FALSE(parseAssignment(text, error)) << text;
     EXPECT_EQ(error, expected);

@@ -57,7 +57,7 @@ class WrongUsageTest(CommandTest):
                 (["clear", mp3], "--tag is required"),
                 (["set", mp3, "-t"], "--tag"),
                 (["set", "-t", "title", mp3], "title: expected key=value"),
-                (["set", "-t", "title=T", "-t", "year=MCM", mp3], "year: takes a whole number"),
+                (["set", "-t", "title=T", "-t", "year=MCM", mp3], "year: must be a whole number"),
                 (["set", "-t", "=T", mp3], "no such field"),
                 (["set", "-t", "Title=T", mp3],
                  "Title: no such field; the fields are " + ", ".join(FIELDS)),

@@ -1,4 +1,4 @@
-"""What the command line takes for each field; a disc and the number of discs share a value."""
+"""The values that the command takes for each field; a disc and the number of discs share a value."""
 
 import os
 import subprocess
@@ -55,12 +55,12 @@ class Values(CommandTest):
         cases += [("compilation", value, "yes or no") for value in ("", "maybe")]
         for key, value, what in cases:
             with self.subTest(key=key, value=value):
-                self.expect_usage_error("set", f"{key}={value}", f"{key}: takes", what)
+                self.expect_usage_error("set", f"{key}={value}", f"{key}: must be", what)
 
     def test_a_text_that_is_not_utf8_is_a_usage_error(self):
         for key in TEXT_KEYS:
             with self.subTest(key=key):
-                self.expect_usage_error("set", os.fsencode(key) + b"=caf\xe9", f"{key}: takes",
+                self.expect_usage_error("set", os.fsencode(key) + b"=caf\xe9", f"{key}: must be",
                                         "UTF-8")
 
     def test_a_key_that_is_no_field_is_a_usage_error(self):
