@@ -8,7 +8,7 @@
 
 namespace tagwriter {
 
-/// The "artworktype" of a request. The values are fixed.
+/// The "artworktype" of a request. The values are part of the protocol.
 enum ArtworkType : std::int64_t {
   kArtworkPNG = 1,
   kArtworkJPEG = 2,
@@ -17,19 +17,19 @@ enum ArtworkType : std::int64_t {
   kArtworkBMP = 5,
 };
 
-/// The names of an image format in the tag families.
+/// How the tag families name an image format.
 struct ArtworkFormat {
   std::int64_t type;
-  const char* mimeType;                     ///< ID3v2, FLAC, Xiph; null when not known
+  const char* mimeType;                     ///< ID3v2, FLAC, Xiph; null if unknown
   TagLib::MP4::CoverArt::Format mp4Format;  ///< MP4
   const char* apeFileName;                  ///< APE
 
-  /// The MIME type as a TagLib string; the null string when it is not known.
+  /// The MIME type as a TagLib string; the null string if it is unknown.
   TagLib::String mime() const { return mimeType ? TagLib::String(mimeType) : TagLib::String(); }
 };
 
-/// The names of the image format `type`. Quirk: any value that is no ArtworkType has no MIME type,
-/// an unknown MP4 format and, in APE, the file name of a JPEG.
+/// Returns the names for `type`. Quirk: a value that is not an ArtworkType gets no MIME type, the
+/// MP4 format Unknown, and the APE file name of a JPEG.
 const ArtworkFormat& artworkFormatOf(std::int64_t type);
 
 }  // namespace tagwriter

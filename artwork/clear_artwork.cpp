@@ -10,19 +10,19 @@
 namespace tagwriter {
 namespace {
 
-/// Clears the file's own tag where there is one, and saves, whether there was a picture or not. A
-/// file is judged by its tag alone, not by whether it is valid.
+/// Removes the pictures from the file's own tag, if it has one, and saves, even if there was no
+/// picture. Does not check whether the file is valid.
 struct ArtworkClear {
   template <typename File>
   bool operator()(File& file) const {
     return clear(file, IfMissing::kNull);
   }
 
-  /// Quirk: a Musepack file gets an empty tag to clear.
+  /// Quirk: a Musepack file without a tag gets an empty one.
   bool operator()(TagLib::MPC::File& file) const { return clear(file, IfMissing::kCreate); }
 
-  /// Quirk: the picture blocks only; pictures inside the comment stay. And only here it is false
-  /// when there is no picture.
+  /// Quirk: removes only the picture blocks, not pictures in the comment. Only this format returns
+  /// false if there is no picture.
   bool operator()(TagLib::FLAC::File& file) const {
     if (file.pictureList().isEmpty()) return false;
     file.removePictures();

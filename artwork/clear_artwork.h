@@ -7,12 +7,11 @@
 namespace tagwriter {
 
 /// Removes the pictures from the file's tag.
-/// `fd` is closed on every path. `path` (UTF-8, never opened, may be null) picks the format.
-/// `request` is borrowed.
-/// Returns the save's result. A file without a tag to clear gives false and is not saved; but a
-/// Musepack file gets an empty one, and AIFF, WAV and DSF files always have one in this sense. A
-/// FLAC file without pictures gives false too; every other format is saved even when there was no
-/// picture. Exceptions of TagLib pass through.
+/// Always closes `fd`. `path` (UTF-8, never opened, may be null) determines the format. `request`
+/// is borrowed. Returns the result of the save. A file without the tag of its format is not saved,
+/// and the result is false; but a Musepack file gets an empty tag, and for AIFF, WAV and DSF files
+/// TagLib always returns one. The result is also false for a FLAC file without pictures. Files of
+/// all other formats are saved even if they have no picture. Does not catch TagLib's exceptions.
 bool clearArtwork(UniqueFd fd, const char* path, const Dictionary& request);
 
 }  // namespace tagwriter

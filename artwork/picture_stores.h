@@ -1,7 +1,7 @@
-// Where each tag family keeps its pictures: storing one front cover, removing all pictures.
+// Stores one front cover, or removes all pictures, in each tag family.
 //
-// `replace` says what happens to existing pictures: true removes them all, false refuses the new
-// one. `mimeType` is the image's, null when it is not known.
+// If `replace` is true, existing pictures are removed; otherwise they are kept and the new one is
+// rejected. `mimeType` is the type of the image, the null string if unknown.
 #pragma once
 
 #include <apetag.h>
@@ -15,12 +15,12 @@
 
 namespace tagwriter {
 
-/// Adds an APIC frame (ID3v2.4 frames, 4.14). Returns whether it was added; a standard exception is
-/// logged and gives false.
+/// Adds an APIC frame (ID3v2.4 frames, 4.14). Returns whether it was added. A standard exception is
+/// logged, and false is returned.
 bool setID3v2Artwork(TagLib::ID3v2::Tag& tag, const TagLib::String& mimeType,
                      const TagLib::ByteVector& image, bool replace);
 
-/// Makes the image the only one of the "covr" item. Returns whether it was set.
+/// Sets the "covr" item to this image only. Returns whether it was set.
 bool setMP4Artwork(TagLib::MP4::Tag& tag, const ArtworkFormat& format,
                    const TagLib::ByteVector& image, bool replace);
 
@@ -29,37 +29,37 @@ bool setMP4Artwork(TagLib::MP4::Tag& tag, const ArtworkFormat& format,
 bool setFLACArtwork(TagLib::FLAC::File& file, const TagLib::String& mimeType,
                     const TagLib::ByteVector& image, bool replace);
 
-/// Adds a METADATA_BLOCK_PICTURE field, or does nothing when pictures are there to stay.
+/// Adds a METADATA_BLOCK_PICTURE field. Does nothing if existing pictures must be kept.
 void setXiphArtwork(TagLib::Ogg::XiphComment& comment, const TagLib::ByteVector& image,
                     const TagLib::String& mimeType, bool replace);
 
-/// Sets the attribute "WM/Picture" to the image's bytes as they are. Returns whether it was set.
-/// Quirk: without the structure that the format describes for it (ASF specification, WM/Picture);
-/// players rely on the bare bytes.
+/// Sets the attribute "WM/Picture" to the bytes of the image. Returns whether it was set.
+/// Quirk: the format wants them in a structure (ASF specification, WM/Picture), but players rely on
+/// the bare bytes.
 bool setASFArtwork(TagLib::ASF::Tag& tag, const TagLib::ByteVector& image, bool replace);
 
 /// Sets the binary item "Cover Art (Front)": a file name for `artworkType`, a zero byte, the image.
 /// Returns whether it was set.
 ///
-/// Quirk: an existing item is looked up by the key as it is spelled, while TagLib keeps its items
-/// by their keys in upper case. So it is never found, and the new picture replaces it in any case.
+/// Quirk: the check for an existing item uses the key as it is spelled, but TagLib's map has the
+/// keys in upper case. So the item is never found, and the new picture always replaces it.
 bool setAPEArtwork(TagLib::APE::Tag& tag, const TagLib::ByteVector& image, std::int64_t artworkType,
                    bool replace);
 
 /// Removes every APIC frame, whatever its picture type.
 void removeID3v2Artwork(TagLib::ID3v2::Tag& tag);
 
-// The same in any family.
+// Removes all pictures, in each family.
 
 inline void removeArtwork(TagLib::ID3v2::Tag& tag) {
   removeID3v2Artwork(tag);
 }
-/// Quirk: empties the "covr" item, which stays. Nothing when there is none.
+/// Quirk: empties the "covr" item but keeps it. Does nothing if there is none.
 void removeArtwork(TagLib::MP4::Tag& tag);
 void removeArtwork(TagLib::Ogg::XiphComment& comment);
 void removeArtwork(TagLib::ASF::Tag& tag);
-/// Removes the front cover item. TagLib looks keys up in upper case, so the item that setAPEArtwork
-/// writes is found although the key is spelled differently here.
+/// Removes only the front cover item. TagLib converts the key to upper case, so this finds the item
+/// that setAPEArtwork writes, although the key is spelled differently.
 void removeArtwork(TagLib::APE::Tag& tag);
 
 }  // namespace tagwriter

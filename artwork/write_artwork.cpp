@@ -11,8 +11,8 @@
 namespace tagwriter {
 namespace {
 
-/// Stores the picture in the file's own tag, created where it is missing; in a FLAC file, in the
-/// file itself. The file must be valid, and is saved when the picture was stored.
+/// Stores the picture in the file's own tag, which is created if it is missing, or in a block of a
+/// FLAC file. The file must be valid, and is saved only if the picture was stored.
 class ArtworkWrite {
  public:
   ArtworkWrite(const TagLib::ByteVector& image, std::int64_t type, bool replace)
@@ -32,7 +32,7 @@ class ArtworkWrite {
     return file.isValid() && setFLACArtwork(file, mime_, image_, replace_) && saveFile(file);
   }
 
-  // Quirk: Ogg files need not be valid, and are saved whether the picture was stored or not.
+  // Quirk: Ogg files need not be valid, and are saved even if the picture was not stored.
   bool operator()(TagLib::Vorbis::File& file) const { return storeInOgg(file); }
   bool operator()(TagLib::Ogg::FLAC::File& file) const { return storeInOgg(file); }
   bool operator()(TagLib::Ogg::Opus::File& file) const { return storeInOgg(file); }
@@ -66,7 +66,7 @@ bool writeArtwork(UniqueFd fd, const char* path, std::optional<std::span<const s
                   std::int64_t artworkType, const Dictionary& request) {
   if (!path || !image) return false;
   const bool replace = request.getBool(key::kReplaceArtwork);
-  // TagLib's own copy, and the only one.
+  // TagLib needs its own copy. It is the only one.
   const TagLib::ByteVector bytes(reinterpret_cast<const char*>(image->data()),
                                  static_cast<unsigned>(image->size()));
   return withAudioFile(std::move(fd), path, request, ArtworkWrite(bytes, artworkType, replace));

@@ -153,7 +153,7 @@ int Front::startWorker(std::string& error) {
   if (r < 0) {
     error = std::strerror(-r);
     connection.reset();
-    process->kill();  // it may not exit by itself, and has no work to lose
+    process->kill();  // it may not exit otherwise, and it has no work to lose
     return r;
   }
   worker_.emplace(Worker{std::move(*process), std::move(connection)});
@@ -280,7 +280,7 @@ void Front::exitWhenIdle() {
   while (sd_bus_process(bus_.get(), nullptr) > 0) {
   }
   if (busy()) {
-    // Process them when we own the name again: at once, or after a successor has released it.
+    // Process them once we own the name again: at once, or after a successor has released it.
     requestName(SD_BUS_NAME_QUEUE);
   } else {
     sd_event_exit(event_.get(), 0);

@@ -41,13 +41,14 @@ class Front {
   Front& operator=(const Front&) = delete;
 
   /// Connects to the session bus, acquires the name and serves. Blocks SIGTERM and SIGINT, which
-  /// make it exit as idling does: no request that has reached it is lost. Returns 0, or a negative
-  /// errno when there is no bus, the name is taken or the bus disconnects.
+  /// make it exit as idling does: requests that have reached it are processed first. Returns 0, or
+  /// a negative errno if there is no bus, the name is taken or the bus disconnects.
   int run();
 
  private:
   struct Worker {
-    // Destroyed in reverse: closing the connection lets the process end, which is then awaited.
+    // Destroyed in reverse order: closing the connection makes the process exit, then we wait for
+    // it.
     WorkerProcess process;
     BusHandle connection;
   };

@@ -8,7 +8,7 @@
 namespace tagwriter {
 namespace {
 
-/// The library's message, with the option of this command that helps.
+/// The message of libtagwriter, with a hint at the option to use.
 std::string messageOf(const Outcome& outcome) {
   const bool hasPicture = outcome.status == Status::kHasPicture;
   return outcome.message() + (hasPicture ? " (use --replace)" : "");

@@ -27,8 +27,8 @@ bool has32BitSizes(const std::string& path) {
 }
 
 Outcome openPath(const std::string& path, UniqueFd& fd) {
-  // Opening a device can block, a serial port until its carrier is up for instance. A pipe opened
-  // for reading and writing never blocks.
+  // Opening a device can block, for instance a serial port without a carrier. A pipe opened for
+  // reading and writing never blocks.
   fd = aboveStandardStreams(UniqueFd(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK)));
   if (fd) return {};
   switch (errno) {

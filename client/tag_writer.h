@@ -4,9 +4,9 @@
 //   auto outcome = writer.setField("song.flac", "title", "Morgen früh");
 //   if (!outcome) std::cerr << outcome.message() << '\n';
 //
-// The service answers only true or false. This library finds out the rest: it checks files and
-// values before it sends a request, with a status for each problem, and readField reads a value
-// back afterwards. This header needs only the standard library.
+// The service answers only true or false. To report the cause of a failure, this library checks
+// files and values before it sends a request, with a status for each problem. readField reads a
+// value back afterwards. This header needs only the standard library.
 #pragma once
 
 #if __cplusplus < 202002L

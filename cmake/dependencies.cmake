@@ -1,8 +1,9 @@
-# What the project depends on, all from Debian packages. Each check says what to install.
+# Dependencies, all from Debian packages. If one is missing, the error names its package.
 
 function(require_package found package what)
   if(NOT ${found})
-    message(FATAL_ERROR "${what} not found. On Debian: apt-get install ${package}  (or let ./run do it)")
+    message(FATAL_ERROR
+            "${what} not found. On Debian: apt-get install ${package}  (or let ./run do it)")
   endif()
 endfunction()
 
@@ -13,7 +14,8 @@ find_package(Threads REQUIRED)
 
 pkg_check_modules(TAGLIB QUIET IMPORTED_TARGET GLOBAL taglib)
 require_package(TAGLIB_FOUND libtag1-dev "TagLib")
-# The stream interface changed in 2.0 (offsets, lengths, return types), and 1.13 is the oldest tried.
+# TagLib 2.0 changed the stream interface (offsets, lengths, return types); 1.13 is the oldest
+# version tested.
 if(NOT TAGLIB_VERSION VERSION_GREATER_EQUAL 1.13 OR NOT TAGLIB_VERSION VERSION_LESS 2)
   message(FATAL_ERROR "TagLib ${TAGLIB_VERSION} found, but this project is written against the 1.x "
                       "interface: 1.13 or later, below 2. On Debian: apt-get install libtag1-dev")

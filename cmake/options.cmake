@@ -1,4 +1,4 @@
-# One interface target that every component links to: language level, warnings, hardening, sanitizers.
+# An interface target that all targets link to: C++ version, warnings, hardening, sanitizers.
 
 option(TAGWRITER_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 
@@ -7,7 +7,7 @@ target_compile_features(tagwriter_options INTERFACE cxx_std_20)
 target_include_directories(tagwriter_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(tagwriter_options INTERFACE
   -Wall -Wextra -Wpedantic -Werror
-  # GCC 12 takes std::string's operator+ for an overlapping copy (its bug 105651).
+  # GCC 12 wrongly reports an overlapping copy in std::string's operator+ (GCC bug 105651).
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
   $<$<CONFIG:Release>:-fstack-protector-strong>)
 target_compile_definitions(tagwriter_options INTERFACE $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
@@ -18,8 +18,8 @@ if(TAGWRITER_SANITIZE)
   target_link_options(tagwriter_options INTERFACE -fsanitize=address,undefined)
 endif()
 
-# add_component(NAME sources... LINK targets...): one static library per directory. Symbols are hidden,
-# so that the shared library made of them exports TAGWRITER_API and nothing else.
+# add_component(NAME sources... LINK targets...): one static library per directory. Symbols are
+# hidden, so that the shared library made from these exports only what is marked with TAGWRITER_API.
 function(add_component name)
   cmake_parse_arguments(COMPONENT "" "" "LINK" ${ARGN})
   add_library(tagwriter_${name} STATIC ${COMPONENT_UNPARSED_ARGUMENTS})

@@ -1,7 +1,7 @@
-// One way to open a file: its type picks TagLib's class, and an operation gets the file.
+// Opens a file as the TagLib class for its type and calls an operation with it.
 //
-// An operation is a function object. A file type whose class it cannot be called with is refused
-// without opening anything.
+// An operation is a function object. If it cannot be called with the class for a file type, the
+// file is rejected without opening it.
 #pragma once
 
 #include <aifffile.h>
@@ -29,8 +29,8 @@
 
 namespace tagwriter {
 
-/// Opens the `File` class on `stream`, audio properties not read, and returns operation(file);
-/// false when the operation does not take that class.
+/// Opens a `File` on `stream`, without reading the audio properties, and returns operation(file);
+/// false if the operation does not accept that class.
 template <typename File, typename Operation>
 bool openAs(TagLib::FDFileStream& stream, const Operation& operation) {
   constexpr auto kStyle = TagLib::AudioProperties::Average;
@@ -46,8 +46,8 @@ bool openAs(TagLib::FDFileStream& stream, const Operation& operation) {
   }
 }
 
-/// An ".oga" file is what its first packet says, Ogg FLAC or Vorbis; anything else is refused.
-/// Quirk: an ".ogg" file is always taken for Vorbis; players rely on both.
+/// For an ".oga" file, the first packet determines the class: Ogg FLAC or Vorbis; anything else is
+/// rejected. Quirk: an ".ogg" file is always opened as Vorbis; players rely on both.
 template <typename Operation>
 bool openOGA(TagLib::FDFileStream& stream, const Operation& operation) {
   bool isVorbis = false;
@@ -59,8 +59,8 @@ bool openOGA(TagLib::FDFileStream& stream, const Operation& operation) {
   return false;
 }
 
-/// Opens the file behind `stream` as the class of its type and returns operation(file); false for
-/// types that have no class. What TagLib or the operation throws passes through.
+/// Opens `stream` as the class for `type` and returns operation(file); false for types that have no
+/// class. Does not catch exceptions of TagLib or the operation.
 template <typename Operation>
 bool openAudioFile(TagFileType type, TagLib::FDFileStream& stream, const Operation& operation) {
   switch (type) {
@@ -100,7 +100,7 @@ bool openAudioFile(TagFileType type, TagLib::FDFileStream& stream, const Operati
   return false;
 }
 
-/// openAudioFile on a stream over `fd`, as the type that belongs to `path`. Parameters as for
+/// Calls openAudioFile on a stream over `fd`, with the type for `path`. Parameters as for
 /// withStream.
 template <typename Operation>
 bool withAudioFile(UniqueFd fd, const char* path, const Dictionary& request,

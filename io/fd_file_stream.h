@@ -23,7 +23,7 @@ namespace TagLib {
 class FDFileStream : public IOStream {
  public:
   /// Opens `fd` for update, or for reading if it is not writable or `openReadOnly` is set. Starts
-  /// at offset 0, whatever the descriptor's offset was.
+  /// at offset 0, regardless of the descriptor's offset.
   /// The stream takes ownership of `fd` and closes it when destroyed, unless `fd` cannot be opened
   /// either way: then isOpen() is false and the caller still owns it.
   /// `path` is the stream's name and is never opened; null means an empty name.

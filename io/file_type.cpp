@@ -31,7 +31,7 @@ std::string_view extensionOf(std::string_view path) {
   return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
 }
 
-/// ASCII only, whatever the locale.
+/// ASCII only, regardless of the locale.
 std::string upperCased(std::string_view text) {
   std::string upper(text);
   for (char& c : upper) {

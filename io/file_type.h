@@ -1,9 +1,9 @@
-// Which container a file is taken for, by its name alone.
+// Determines the type of a file by its name alone.
 #pragma once
 
 namespace tagwriter {
 
-/// The file types that the service knows. The values are fixed; 1 doubles as the fallback.
+/// The file types that the service knows. The values are fixed; 1 is also the fallback.
 enum TagFileType : unsigned {
   kTagFileMP3 = 1,
   kTagFileMP4 = 2,
@@ -25,13 +25,12 @@ enum TagFileType : unsigned {
   kTagFileSHN = 18,
 };
 
-/// The type that belongs to the extension of `path`: the text after the last "." of the last path
-/// component, in any ASCII case. An unknown extension, none at all and a null path give
-/// kTagFileMP3. The file is not touched.
+/// Returns the type for the extension of `path`: the text after the last "." of the last path
+/// component, in any ASCII case. Returns kTagFileMP3 if the extension is unknown or missing, or
+/// `path` is null. Does not access the file.
 TagFileType tagFileTypeForPath(const char* path);
 
-/// Whether `path` has a known extension, of a type that tags can be written into; false for a null
-/// path.
+/// Whether `path` has the extension of a type that tags can be written to; false for a null path.
 bool isWritableFileName(const char* path);
 
 }  // namespace tagwriter

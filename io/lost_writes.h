@@ -1,12 +1,12 @@
-// Counts failed writes, which TagLib never hears of: its streams cannot report them.
+// Counts failed writes, because TagLib's streams cannot report them.
 #pragma once
 
 #include <cstdint>
 
 namespace tagwriter {
 
-/// How many times since the start of the process a stream failed to write, or to read bytes that it
-/// was moving: a full disk, a quota, a limit on file sizes, a bad sector.
+/// How many times since the start of the process a stream that is open for update failed to write
+/// or read: because of a full disk, a quota, a file size limit or a bad sector.
 std::uint64_t lostWrites();
 
 /// Counts one more. May be called from several threads.

@@ -7,7 +7,7 @@
 namespace tagwriter {
 namespace {
 
-/// Where the first packet begins: behind a 27-byte page header and a segment table of one byte.
+/// Offset of the first packet: after a 27-byte page header and a segment table of one byte.
 constexpr off_t kFirstPacket = 28;
 constexpr std::string_view kFLACSignature =
     "\x7f"

@@ -1,8 +1,8 @@
-// Which tag is a file's own: the one that the service writes for its format.
+// A file's own tag: the one that the service edits in files of its format.
 //
-// Other tags that a file may carry are left alone: ID3 in a FLAC file, ID3v1 behind an APE tag, the
-// INFO list of a WAV. Only an MPEG file has a second one that is edited, its ID3v1 tag
-// (tagging/tag_write.cpp). The pictures of a FLAC file are the file's, not the tag's.
+// Other tags in the file are not edited: ID3 in a FLAC file, ID3v1 after an APE tag, the INFO list
+// of a WAV file. The exception is the ID3v1 tag of an MPEG file (tagging/tag_write.cpp). The
+// pictures of a FLAC file belong to the file, not to its tag.
 #pragma once
 
 #include <type_traits>
@@ -11,14 +11,14 @@
 
 namespace tagwriter {
 
-/// What happens when the file has no tag of its own.
+/// What to do if the file does not have this tag.
 enum class IfMissing {
-  kCreate,  ///< an empty one is made
-  kNull,    ///< there is none to work on
+  kCreate,  ///< create an empty one
+  kNull,    ///< return null
 };
 
-// MP3, Monkey's Audio, WavPack, Musepack and FLAC files may lack their tag. TagLib often makes an
-// object even when it is told not to, so the file is asked first.
+// MP3, Monkey's Audio, WavPack, Musepack and FLAC files may lack their tag. TagLib often returns an
+// empty tag even with create = false, so check first whether the file has one.
 
 inline TagLib::ID3v2::Tag* ownTag(TagLib::MPEG::File& file, IfMissing missing) {
   const bool create = missing == IfMissing::kCreate;
@@ -45,8 +45,8 @@ inline TagLib::ID3v2::Tag* ownTag(TagLib::RIFF::WAV::File& file, IfMissing /*mis
   return file.ID3v2Tag();
 }
 
-/// Every other format always has its tag, unless the file is damaged (null): Xiph comment in Ogg,
-/// ID3v2 in AIFF and DSF, MP4, ASF.
+/// For all other formats, TagLib always returns a tag, or null if the file is damaged: Xiph comment
+/// in Ogg, ID3v2 in AIFF and DSF, MP4, ASF.
 template <typename File>
 auto* ownTag(File& file, IfMissing /*missing*/) {
   return file.tag();

@@ -53,8 +53,8 @@ bool canSave(const TagLib::ASF::File& file) {
   return true;
 }
 
-/// The packet of the comment, if that is the last metadata block. Packet 0 is the stream's header,
-/// and every metadata block follows in a packet of its own (Ogg mapping of FLAC).
+/// The packet number of the comment if it is the last metadata block. Packet 0 is the stream's
+/// header; each metadata block after it has a separate packet (Ogg mapping of FLAC).
 std::optional<unsigned> lastBlockIfComment(TagLib::Ogg::FLAC::File& file) {
   for (unsigned i = 1;; ++i) {
     const ByteVector block = file.packet(i);
@@ -73,7 +73,7 @@ bool saveKeepingLastBlock(TagLib::Ogg::FLAC::File& file, Save save) {
   ByteVector block = file.packet(*last);
   block[0] = static_cast<char>(kLastBlockMark | kCommentBlock);
   file.setPacket(*last, block);
-  return file.TagLib::Ogg::File::save();  // the packets only, without a new comment
+  return file.TagLib::Ogg::File::save();  // only the packets; does not render the comment again
 }
 
 }  // namespace

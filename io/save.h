@@ -1,4 +1,4 @@
-// Saving a file without the damage that TagLib's own save() can do.
+// Saves a file, and prevents damage that TagLib's save() can do.
 #pragma once
 
 #include <asffile.h>
@@ -9,7 +9,7 @@
 
 namespace tagwriter {
 
-/// Saves `file` with TagLib's defaults and returns the save's result.
+/// Saves `file` with TagLib's defaults and returns the result.
 template <typename File>
 bool saveFile(File& file) {
   return file.save();
@@ -19,23 +19,23 @@ bool saveFile(File& file) {
 /// copied from the ID3v2 tag.
 bool saveFile(TagLib::MPEG::File& file);
 
-/// A FLAC file with a metadata block above 16 MiB - 1 bytes is refused: false, and the file is
-/// untouched. TagLib would write the block with a length that overflows into the block's type and
-/// so destroy the file (FLAC format, METADATA_BLOCK_HEADER).
+/// Returns false, and leaves the file unchanged, if a metadata block would exceed 16 MiB - 1 bytes.
+/// TagLib would write a length that overflows into the block's type and destroy the file (FLAC
+/// format, METADATA_BLOCK_HEADER).
 bool saveFile(TagLib::FLAC::File& file);
 
-/// The same for the comment of an Ogg FLAC file. A file without a comment is refused as well:
-/// TagLib would overwrite the stream's header with the new one. Where the comment is the last
-/// metadata block it stays marked as the last; TagLib clears the mark, and then takes the file for
+/// The same for the comment of an Ogg FLAC file. Also rejects a file without a comment: TagLib
+/// would overwrite the stream's header with a new one. If the comment is the last metadata block,
+/// restores the last-block flag, which TagLib clears; without it, TagLib considers the file
 /// damaged.
 bool saveFile(TagLib::Ogg::FLAC::File& file);
 
-/// A WMA file whose title, artist, copyright, comment or rating does not fit 16 bits is refused:
-/// TagLib would write a length that is too short, and what follows would be lost (ASF
+/// Rejects a WMA file if its title, artist, copyright, comment or rating is too long for a 16-bit
+/// length: TagLib would truncate the length, and the data after the text would be lost (ASF
 /// specification, 3.10).
 bool saveFile(TagLib::ASF::File& file);
 
-/// FileRef::save() with the refusals and the repair for FLAC, Ogg FLAC and WMA files.
+/// Calls FileRef::save(), with the same checks and repairs for FLAC, Ogg FLAC and WMA files.
 bool saveReference(TagLib::FileRef& reference);
 
 }  // namespace tagwriter

@@ -1,4 +1,4 @@
-// From a descriptor to the stream through which TagLib reads and rewrites the file.
+// Calls an operation with a TagLib stream over a descriptor.
 #pragma once
 
 #include <utility>
@@ -8,10 +8,9 @@
 
 namespace tagwriter {
 
-/// Returns operation(stream) for a stream over `fd`, open for update where the descriptor allows
-/// that. `fd` is closed on every path, also when it cannot be opened as a stream. `path` (UTF-8,
-/// never opened, may be null) is the stream's name; `request` is borrowed. What the operation
-/// throws passes through.
+/// Returns operation(stream) for a stream over `fd`, open for update if the descriptor allows it.
+/// Always closes `fd`, even if it cannot be opened as a stream. `path` (UTF-8, never opened, may be
+/// null) is the stream's name; `request` is borrowed. Does not catch the operation's exceptions.
 template <typename Operation>
 auto withStream(UniqueFd fd, const char* path, const Dictionary& request,
                 const Operation& operation) {

@@ -12,8 +12,8 @@
 
 namespace tagwriter {
 
-/// A dictionary of typed values. A missing value and a value of another type look the same: the
-/// getter returns its default, and none reports an error. Returned pointers and spans are borrowed
+/// A dictionary of typed values. If a value is missing or has another type, the getter returns its
+/// default; no getter reports an error. Returned pointers and spans are borrowed
 /// from the dictionary and valid as long as it lives.
 class Dictionary {
  public:

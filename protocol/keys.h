@@ -1,6 +1,6 @@
 // The keys of the protocol between a player and the service.
 //
-// A request has the open file, its path and one kind of work:
+// A request has the open file, its path and one kind of change:
 //   artwork         kArtwork, kArtworkType, kReplaceArtwork
 //   clear artwork   kClearArtwork
 //   one track field kChangedTag, and kTrack with the track's values under the field keys

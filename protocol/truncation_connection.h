@@ -1,4 +1,4 @@
-// The second channel of a request, over which the player truncates the file for the service.
+// The connection over which the service asks the player to truncate a file.
 #pragma once
 
 #include <cstdint>

@@ -11,8 +11,8 @@
 
 namespace tagwriter {
 
-/// A string that need not be UTF-8, such as a path on Linux. getString returns it like any other; a
-/// transport sends it as bytes.
+/// A string that need not be UTF-8, such as a path on Linux. getString returns it like any string;
+/// a transport sends it as bytes.
 struct ByteString {
   std::string bytes;
 };

@@ -28,7 +28,7 @@ std::string_view asText(Bytes bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-/// The unsigned number of `width` bytes at `offset`; 0 when it is not all there.
+/// The unsigned number of `width` bytes at `offset`; 0 if it is beyond the end.
 std::uint32_t number(Bytes image, std::size_t offset, std::size_t width, bool bigEndian) {
   if (offset > image.size() || width > image.size() - offset) return 0;
   std::uint32_t value = 0;
@@ -39,7 +39,7 @@ std::uint32_t number(Bytes image, std::size_t offset, std::size_t width, bool bi
   return value;
 }
 
-/// Walks the segments up to the first frame header, which holds the size.
+/// Skips segments up to the first frame header, which has the dimensions.
 Dimensions jpegDimensions(Bytes image) {
   std::size_t offset = 2;
   while (offset + 4 <= image.size() && number(image, offset, 1, true) == 0xff) {
@@ -63,11 +63,11 @@ Dimensions readDimensions(ArtworkType type, Bytes image) {
     case kArtworkGIF:
       return {number(image, 6, 2, false), number(image, 8, 2, false)};
     case kArtworkBMP: {
-      constexpr std::uint32_t kOldestHeader = 12;  // BITMAPCOREHEADER, with numbers of 16 bits
+      constexpr std::uint32_t kOldestHeader = 12;  // BITMAPCOREHEADER, with 16-bit numbers
       if (number(image, 14, 4, false) == kOldestHeader) {
         return {number(image, 18, 2, false), number(image, 20, 2, false)};
       }
-      // A negative height stands for rows from the top.
+      // A negative height means that the rows are stored from the top.
       const auto height = static_cast<std::int32_t>(number(image, 22, 4, false));
       return {number(image, 18, 4, false), height < 0 ? 0U - static_cast<std::uint32_t>(height)
                                                       : static_cast<std::uint32_t>(height)};

@@ -1,4 +1,4 @@
-// What the first bytes of an image say: its format and its size.
+// Detects the format and the dimensions of an image.
 #pragma once
 
 #include <cstddef>
@@ -15,11 +15,11 @@ struct Dimensions {
   unsigned height;
 };
 
-/// The format of an image by its signature, or nothing when it is none of the five.
+/// The format of an image by its signature; nullopt if it is none of the five.
 std::optional<ArtworkType> imageTypeOf(std::span<const std::byte> image);
 
-/// The size of a PNG (W3C PNG, IHDR), GIF (GIF89a, logical screen), BMP (BITMAPINFOHEADER) or JPEG
-/// (ISO 10918-1, SOF) image. Nothing for a TIFF, an unknown format or bytes that end too early.
+/// The dimensions of a PNG (W3C PNG, IHDR), GIF (GIF89a, logical screen), BMP (BITMAPINFOHEADER) or
+/// JPEG (ISO 10918-1, SOF) image. Nullopt for a TIFF, an unknown format or a truncated image.
 std::optional<Dimensions> dimensionsOf(std::span<const std::byte> image);
 
 }  // namespace tagwriter

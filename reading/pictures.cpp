@@ -19,7 +19,7 @@ namespace {
 
 using TagLib::ByteVector;
 
-/// Picture types 0 to 20 (ID3v2.4 frames, 4.14; FLAC and ASF number them alike).
+/// Picture types 0 to 20 (ID3v2.4 frames, 4.14; FLAC and ASF use the same numbers).
 constexpr const char* kRoles[] = {"Other",
                                   "File Icon",
                                   "Other File Icon",
@@ -54,7 +54,7 @@ PictureInfo describe(const ByteVector& image, std::string mimeType, std::string 
   return {std::move(role), std::move(mimeType), bytes.size(), dimensionsOf(bytes)};
 }
 
-/// Lists the pictures of the file's own tag, and those of a FLAC file itself.
+/// Lists the pictures in the file's own tag, and the picture blocks of a FLAC file.
 class PictureList {
  public:
   explicit PictureList(std::vector<PictureInfo>& pictures) : pictures_(pictures) {}
@@ -96,7 +96,7 @@ class PictureList {
     }
   }
 
-  /// Either a picture in the structure that the format describes, or an image's bytes as they are.
+  /// An attribute holds either the picture structure of the format, or only the bytes of an image.
   bool add(TagLib::ASF::Tag* tag) const {
     if (!tag) return false;
     for (const auto& attribute : tag->attribute("WM/Picture")) {
@@ -111,7 +111,7 @@ class PictureList {
     return true;
   }
 
-  /// Items called "Cover Art (...)": a file name, a zero byte, the image.
+  /// Items called "Cover Art (...)" hold a file name, a zero byte and the image.
   bool add(TagLib::APE::Tag* tag) const {
     if (!tag) return false;
     for (const auto& [key, item] : tag->itemListMap()) {

@@ -1,4 +1,4 @@
-// The pictures in a file, wherever its format stores them.
+// Lists the pictures in a file of any format.
 #pragma once
 
 #include <optional>
@@ -11,14 +11,14 @@ namespace tagwriter {
 
 /// One embedded picture.
 struct PictureInfo {
-  std::string role;      ///< "Front Cover" and the like; empty when the format does not say
-  std::string mimeType;  ///< as the tag states it, or else by the image's first bytes; may be empty
+  std::string role;      ///< for example "Front Cover"; empty if the format does not store it
+  std::string mimeType;  ///< from the tag, or else from the image's first bytes; may be empty
   std::size_t size;      ///< in bytes
   std::optional<Dimensions> dimensions;
 };
 
-/// Lists the pictures of the file behind `fd`, which stays the caller's (its offset moves); `path`
-/// picks the format and is not opened. Empty when there are none or the file cannot be read.
+/// Lists the pictures in the file `fd`, which is borrowed (its offset changes). `path` determines
+/// the format and is not opened. Empty if there are none or the file cannot be read.
 std::vector<PictureInfo> readPictures(int fd, const std::string& path);
 
 }  // namespace tagwriter

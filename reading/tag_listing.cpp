@@ -14,8 +14,8 @@
 namespace tagwriter {
 namespace {
 
-/// TagLib unifies the tags of the file classes that it knows; ours it would ask for the five core
-/// fields only.
+/// TagLib returns all tags only for its own file classes; for ours it would return only the five
+/// core fields.
 TagLib::PropertyMap propertiesOf(const TagLib::File& file) {
   if (const auto* dsf = dynamic_cast<const TagLib::DSF::File*>(&file)) {
     return dsf->tag()->properties();
@@ -52,7 +52,7 @@ DiscPosition discPositionOf(const TagListing& tags) {
   DiscPosition position;
   parseNumberPair(valueOf(tags, "DISCNUMBER"), position.number, position.total);
   std::int64_t unused = 0;
-  // Xiph comments of other programs keep the total in a field of its own.
+  // Other programs store the total in a separate field of a Xiph comment.
   for (const char* name : {"DISCTOTAL", "TOTALDISCS"}) {
     if (position.total == 0) parseNumberPair(valueOf(tags, name), position.total, unused);
   }

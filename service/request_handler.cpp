@@ -16,8 +16,8 @@
 namespace tagwriter {
 namespace {
 
-/// Reading from a pipe or a device could block the one queue for ever, and with O_APPEND every
-/// write would go to the end of the file.
+/// Reading from a pipe or a device could block the queue forever, and with O_APPEND every write
+/// would go to the end of the file.
 bool isEditable(int fd) {
   struct stat status {};
   return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && !(::fcntl(fd, F_GETFL) & O_APPEND);
@@ -43,7 +43,7 @@ bool handleRequest(const Dictionary& request) {
 
   UniqueFd fd = request.duplicateDescriptor(key::kFd);
   if (fd.get() <= 0) {
-    (void)fd.release();  // Quirk: 0 counts as failure too, and is not closed.
+    (void)fd.release();  // Quirk: 0 counts as a failure too, and is not closed
     return false;
   }
   if (!isEditable(fd.get())) return false;
@@ -63,7 +63,7 @@ bool handleRequest(const Dictionary& request) {
   const char* changedKey = request.getString(key::kChangedTag);
   const Dictionary* track = request.getDictionary(key::kTrack);
   if (!track) {
-    (void)fd.release();  // Quirk: it stays open.
+    (void)fd.release();  // Quirk: it stays open
     return false;
   }
 

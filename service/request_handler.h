@@ -1,22 +1,23 @@
-// What happens to a request between the transport and the writers.
+// Dispatches requests to the writers.
 //
-// The transport decodes a message into a Dictionary, makes the reply and echoes the path; here the
-// kind of work is chosen and done on the one serial queue while the caller waits.
+// The transport decodes a message into a Dictionary and later sends the reply. In between, this
+// code finds out which change the request asks for, and makes it on the serial queue while the
+// caller waits.
 #pragma once
 
 #include "protocol/dictionary.h"
 
 namespace tagwriter {
 
-/// Sets up the process once, at its first event of any kind; later calls do nothing. May be called
-/// from several threads.
+/// Initializes the process: creates the queue and registers the DSF file type. Only the first call
+/// has an effect. Thread-safe.
 void setUpOnce();
 
-/// Does the work that `request` asks for and returns its result. The file's descriptor is
-/// duplicated and handed to the writer, which closes the duplicate. Quirk: when the request has a
-/// descriptor but names no work, nothing closes it. A descriptor of something other than a regular
-/// file, or one opened with O_APPEND, gives false. Exceptions of the writers pass through.
-/// May be called from several threads: one file is written at a time.
+/// Makes the change that `request` asks for and returns the writer's result. Duplicates the file's
+/// descriptor; the writer closes the duplicate. Quirk: if the request asks for no change (it has
+/// neither artwork to write or clear nor a track), the duplicate stays open. Returns false if the
+/// descriptor is not a regular file or was opened with O_APPEND. Does not catch the writers'
+/// exceptions. Thread-safe: one file is written at a time.
 bool handleRequest(const Dictionary& request);
 
 }  // namespace tagwriter

@@ -2,7 +2,7 @@
 
 namespace tagwriter {
 
-/// The span between a caller's turn and its end, however the work ends.
+/// Waits for the caller's turn, and ends it on destruction, even if the work throws.
 class SerialQueue::Turn {
  public:
   explicit Turn(SerialQueue& queue) : queue_(queue) {

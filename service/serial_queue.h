@@ -1,4 +1,4 @@
-// One work item at a time in the whole process.
+// Runs one work item at a time in the whole process.
 #pragma once
 
 #include <condition_variable>
@@ -10,20 +10,20 @@
 
 namespace tagwriter {
 
-/// A queue that runs work items one after the other, in the order of arrival.
+/// A queue that runs work items one at a time, in order of arrival.
 class SerialQueue {
  public:
-  /// `label` names the queue for people who debug.
+  /// `label` is the queue's name, for debugging.
   explicit SerialQueue(std::string label) : label_(std::move(label)) {}
 
   /// The queue's name.
   const std::string& label() const { return label_; }
 
-  /// Runs `work` after all earlier items and returns when it has ended. What it throws reaches the
-  /// caller, and the queue goes on. Must not be called from a work item.
+  /// Runs `work` on the calling thread after all earlier items have ended. If it throws, the caller
+  /// gets the exception, and the queue continues. Must not be called from a work item.
   void runAndWait(const std::function<void()>& work);
 
-  /// How many items are in the queue, the one that runs included.
+  /// The number of items in the queue, including the one that is running.
   std::uint64_t waiting() const;
 
  private:

@@ -1,4 +1,4 @@
-// tagwriterd: the service, on a socket that it inherits from the process that started it.
+// tagwriterd: the service, which serves one player on an inherited socket.
 
 #include <getopt.h>
 
@@ -31,7 +31,7 @@ constexpr char kHelp[] =
     "  --fd=N      the inherited socket, one end of a socketpair (required)\n"
     "  -h, --help  print this help\n";
 
-/// The descriptor number in `text`. Exits with an explanation when it is not a whole number.
+/// Parses a descriptor number. Exits with a message if it is not a whole number.
 int parseDescriptor(const char* text) {
   int fd = -1;
   const char* end = text + std::strlen(text);
@@ -50,7 +50,7 @@ int parseCommandLine(int argc, char** argv) {
   };
   std::optional<int> fd;
   for (int letter; (letter = ::getopt_long(argc, argv, "h", kOptions, nullptr)) != -1;) {
-    if (letter == '?') std::exit(kExitUsage);  // getopt_long has said why
+    if (letter == '?') std::exit(kExitUsage);  // getopt_long has printed the reason
     if (letter == 'h') {
       std::fputs(kHelp, stdout);
       std::exit(0);
@@ -68,8 +68,8 @@ int parseCommandLine(int argc, char** argv) {
   return *fd;
 }
 
-/// A full disk or a file size limit must show as a short write, not kill the process. SIGTTOU:
-/// logging must not stop a background job.
+/// A closed socket or a file size limit must cause an error, not kill the process. SIGTTOU: logging
+/// must not stop a background job.
 void ignoreWriteSignals() {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);

@@ -8,7 +8,7 @@
 namespace tagwriter {
 namespace {
 
-/// Reads the field's value, and its companion's, with the getter of the field's type.
+/// Reads the values of the field and its companion, in the type of the field.
 FieldChange changeOf(const field::Field& field, const Dictionary& track, const char* path) {
   FieldChange change;
   change.path = path;

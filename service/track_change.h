@@ -1,4 +1,4 @@
-// From the name of a changed field to its writer.
+// Calls the writer of the field that a request changes.
 #pragma once
 
 #include "base/unique_fd.h"
@@ -6,23 +6,23 @@
 
 namespace tagwriter {
 
-/// The work item of a track-field request, for one synchronous run on the serial queue.
+/// The work item for a field change, which runs once on the serial queue.
 struct TrackChangeRequest {
-  /// The open audio file, which passes to the writer.
+  /// The open audio file; run() gives it to the writer.
   UniqueFd fd;
   /// The file's path (UTF-8), or null.
   const char* path;
-  /// The name of the field that changed, or null.
+  /// The key of the changed field, or null.
   const char* changedKey;
-  /// The track's values; only the changed field's are read.
+  /// The track's values. Only the changed field and its companion are read.
   const Dictionary& track;
-  /// The request, for the writer.
+  /// The whole request, for the writer.
   const Dictionary& request;
   /// Receives the writer's result.
   bool& result;
 
-  /// Calls the writer of the changed field; to be called once. An unknown or absent key closes the
-  /// descriptor and gives false; nothing is logged.
+  /// Calls the writer of the changed field. Must be called only once. If the key is unknown or
+  /// null, closes the descriptor and sets the result to false, without logging.
   void run();
 };
 

@@ -1,13 +1,13 @@
-// A cell of the field table: how one field is kept in one tag family.
+// A cell of the field table: how one field is stored in one tag family.
 //
-// A kind of cell is a type that writes a field and reads it back, with the names that it needs as
-// its members and one pair of write and read for each family that it serves:
+// A kind of cell is a type that writes a field and reads it back. Its members are the names it
+// needs, and it has a write and a read for each family that it supports:
 //
 //   struct Number {
-//     static constexpr KindInfo kInfo = {"number", "what docs/FIELDS.md says about it"};
+//     static constexpr KindInfo kInfo = {"number", "description for docs/FIELDS.md"};
 //     const char* name;
 //     void write(Tag& tag, const FieldChange& change) const;
-//     std::optional<StoredField> read(Tag& tag) const;  // nothing when it is not in the tag
+//     std::optional<StoredField> read(Tag& tag) const;  // nullopt if not in the tag
 //   };
 #pragma once
 
@@ -21,8 +21,8 @@
 
 namespace tagwriter {
 
-/// A cell for the tag family of `Tag`: one of the `Kinds` that serve it, or blank, which leaves the
-/// family alone. A name by itself, or two, make a Text.
+/// A cell for the tag family of `Tag`: one of the `Kinds` that support it, or blank, if the field
+/// is not stored there. One or two names without a kind make a Text.
 template <typename Tag, typename... Kinds>
 class Cell {
  public:
@@ -34,7 +34,7 @@ class Cell {
   // NOLINTNEXTLINE(*-explicit-constructor)
   requires(std::same_as<Kind, Kinds> || ...) constexpr Cell(Kind kind) : kind_(kind) {}
 
-  /// An editor that makes `change`, which it copies; empty for a blank cell.
+  /// An editor that makes `change`; empty for a blank cell. It copies `change`, but not its text.
   FieldEditor<Tag> editor(const FieldChange& change) const {
     FieldEditor<Tag> editor;
     visit(
@@ -42,7 +42,7 @@ class Cell {
     return editor;
   }
 
-  /// What is in `tag`; nothing when the field is not, or the cell is blank.
+  /// The value in `tag`; nullopt if the field is absent or the cell is blank.
   std::optional<StoredField> read(Tag& tag) const {
     std::optional<StoredField> stored;
     visit([&](const auto& kind) { stored = kind.read(tag); });

@@ -1,8 +1,8 @@
-// The five fields that every format knows: title, artist, album, genre, year.
+// The five fields that every format supports: title, artist, album, genre, year.
 //
-// They go through TagLib's generic file reference and tag, so the frame, atom or field that carries
-// them is TagLib's choice for the format. TagLib finds the format by the stream's name first and by
-// content second: an MP3 named ".xyz" takes a title.
+// They are written through TagLib's generic FileRef and Tag, so TagLib chooses the frame, atom or
+// field for each format. It detects the format by the stream's name first and by content second: an
+// MP3 named ".xyz" can get a title.
 #pragma once
 
 #include <tag.h>
@@ -20,7 +20,7 @@ namespace tagwriter {
 /// How a core field is set and read.
 struct CoreField {
   void (*set)(TagLib::Tag& tag, const FieldChange& change);
-  std::optional<StoredField> (*get)(const TagLib::Tag& tag);  ///< nothing for an empty text or a 0
+  std::optional<StoredField> (*get)(const TagLib::Tag& tag);  ///< nullopt for an empty text or 0
 };
 
 template <void (TagLib::Tag::*Set)(const TagLib::String&),
@@ -59,15 +59,15 @@ inline constexpr CoreField kYear = {[](Tag& tag, const FieldChange& change) {
 
 }  // namespace core
 
-/// Sets `field` in the file behind `fd`, which is closed on every path, and saves. `key` is the
-/// field's, for the log line; `change` holds the value (a null text clears) and the path (never
-/// opened); `request` is borrowed. Returns the save's result; a file that TagLib cannot read is
-/// logged and gives false. Exceptions of TagLib pass through.
+/// Sets `field` in the file `fd` and saves it. Always closes `fd`. `key` is the field's key, for
+/// the log; `change` has the value (a null text clears) and the path (never opened); `request` is
+/// borrowed. Returns the result of the save, or false, with a log line, if TagLib cannot read the
+/// file. Does not catch TagLib's exceptions.
 bool writeCoreField(const CoreField& field, const char* key, UniqueFd fd, const FieldChange& change,
                     const Dictionary& request);
 
-/// Reads `field` from the file behind `fd`, which is closed on every path; `path` is never opened.
-/// Returns nothing when the field is not in the file or TagLib cannot read the file.
+/// Reads `field` from the file `fd`, which is always closed; `path` is never opened. Returns
+/// nullopt if the field is not in the file or TagLib cannot read the file.
 std::optional<StoredField> readCoreField(const CoreField& field, UniqueFd fd, const char* path);
 
 }  // namespace tagwriter

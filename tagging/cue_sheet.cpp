@@ -10,7 +10,7 @@
 namespace tagwriter {
 namespace {
 
-/// Takes the file classes that can have a cue sheet.
+/// Accepts the file classes that can have a cue sheet.
 class CueSheetWrite {
  public:
   explicit CueSheetWrite(const char* cueSheet) : cueSheet_(cueSheet) {}
@@ -23,7 +23,7 @@ class CueSheetWrite {
   bool operator()(TagLib::WavPack::File& file) const { return intoAPE(file); }
 
  private:
-  /// The file must be valid; it is saved with or without a comment.
+  /// The file must be valid. It is saved even if it has no comment.
   template <typename File>
   bool intoXiph(File& file) const {
     if (!file.isValid()) return false;
@@ -31,7 +31,7 @@ class CueSheetWrite {
     return saveFile(file);
   }
 
-  /// There must be a tag; the file need not be valid.
+  /// The file must have a tag, but need not be valid.
   template <typename File>
   bool intoAPE(File& file) const {
     auto* tag = ownTag(file, IfMissing::kNull);

@@ -92,7 +92,7 @@ std::optional<String> getText(const TagLib::ASF::Tag& tag, const char* name) {
 }
 
 std::optional<String> getText(const TagLib::APE::Tag& tag, const char* key) {
-  // TagLib keeps its items by their keys in upper case.
+  // TagLib stores the keys of this map in upper case.
   const auto& items = tag.itemListMap();
   const auto item = items.find(String(key).upper());
   if (item == items.end()) return std::nullopt;

@@ -1,6 +1,6 @@
-// One text under one name: the generic editor of each tag family, and its way back.
+// Writes and reads one text under one name, in each tag family.
 //
-// `name` is the frame's, item's, field's or attribute's, in Latin-1.
+// `name`, `id` or `key` is the name of the frame, item, field or attribute, in Latin-1.
 #pragma once
 
 #include <apetag.h>
@@ -16,16 +16,15 @@ namespace tagwriter {
 
 // Writing. `value` is UTF-8; null removes.
 //
-// Quirk: an empty value removes ID3v2 text frames only; the other families are given the empty
-// string, and players rely on what TagLib makes of it: a Xiph field and an APE item with an empty
-// value are not written.
+// Quirk: an empty value removes ID3v2 text frames only. In the other families the empty string is
+// set, and players rely on what TagLib does with it: a Xiph field or an APE item with an empty
+// value is not saved.
 
 /// Replaces every frame called `id` by one UTF-8 text frame (ID3v2.4 frames, 4.2). A standard
-/// exception is logged and the editor returns as if nothing had happened; the old frames may then
-/// be gone.
+/// exception is caught and logged; the old frames may already have been removed.
 void setID3v2TextFrame(TagLib::ID3v2::Tag& tag, const char* id, const TagLib::String& text);
 
-/// setID3v2TextFrame, or the removal of every frame called `id` when the value is null or empty.
+/// Calls setID3v2TextFrame, or removes every frame called `id` if the value is null or empty.
 void editID3v2TextFrame(TagLib::ID3v2::Tag& tag, const char* id, const char* value);
 
 /// Sets an item of the "ilst" atom to one string; null removes the item.
@@ -41,7 +40,7 @@ void setASFTextAttribute(TagLib::ASF::Tag& tag, const char* name, const char* va
 /// Sets an item to one text; null removes the item (APEv2 specification).
 void setAPETextItem(TagLib::APE::Tag& tag, const char* key, const char* value);
 
-// The same in any family, by its own editor.
+// Overloads for all families.
 
 inline void setText(TagLib::ID3v2::Tag& tag, const char* name, const char* value) {
   editID3v2TextFrame(tag, name, value);
@@ -59,8 +58,8 @@ inline void setText(TagLib::APE::Tag& tag, const char* name, const char* value) 
   setAPETextItem(tag, name, value);
 }
 
-// Reading. Several values are joined by a space, except that of several ID3v2 frames or ASF
-// attributes the first counts. Nothing when there is none under that name.
+// Reading. Several values are joined with spaces, but only the first of several ID3v2 frames or ASF
+// attributes is used. Returns nullopt if there is nothing under that name.
 
 std::optional<TagLib::String> getText(const TagLib::ID3v2::Tag& tag, const char* id);
 std::optional<TagLib::String> getText(const TagLib::MP4::Tag& tag, const char* name);
@@ -68,10 +67,10 @@ std::optional<TagLib::String> getText(const TagLib::Ogg::XiphComment& comment, c
 std::optional<TagLib::String> getText(const TagLib::ASF::Tag& tag, const char* name);
 std::optional<TagLib::String> getText(const TagLib::APE::Tag& tag, const char* key);
 
-/// The text of the first frame called `frameId`, or the null string when there is none.
+/// The text of the first frame called `frameId`, or the null string if there is none.
 TagLib::String readID3v2FrameText(const TagLib::ID3v2::Tag& tag, const char* frameId);
 
-/// The values of the item called `key`, joined by a space, or the null string when there is none.
+/// The values of the item called `key`, joined with spaces, or the null string if there is none.
 TagLib::String readAPEItemText(const TagLib::APE::Tag& tag, const char* key);
 
 }  // namespace tagwriter

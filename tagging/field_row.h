@@ -1,4 +1,4 @@
-// A row of the field table: a field, its writer, and how each tag family keeps it.
+// A row of the field table: a field, its writer, and how each tag family stores it.
 #pragma once
 
 #include "base/unique_fd.h"
@@ -12,7 +12,7 @@ namespace tagwriter {
 
 namespace cell {
 
-// Which kinds of cells serve which tag family.
+// The kinds of cells that each tag family supports.
 using ID3v2Cell = Cell<TagLib::ID3v2::Tag, Text, UserText, MainComment, Lyrics, Rating, Flag,
                        Number, PairNumber, PairTotal, Pair>;
 using ID3v1Cell = Cell<TagLib::ID3v1::Tag, Comment, Track>;
@@ -28,19 +28,18 @@ using APECell = Cell<TagLib::APE::Tag, Text, Comment, CueSheet, Rating, Flag, Nu
 
 struct FieldRow;
 
-/// Writes a field into the file behind `fd`, which is closed on every path. `change` holds the
-/// value and the file's path (never opened); it and `request` are borrowed. Returns whether the
-/// field was written.
+/// Writes a field into the file `fd`, which is always closed. `change` has the value and the file's
+/// path (never opened); both it and `request` are borrowed. Returns whether the field was written.
 using FieldWriter = bool (*)(const FieldRow& row, UniqueFd fd, const FieldChange& change,
                              const Dictionary& request);
 
-/// The writer of nearly every field: the row's cells, through writeTagToFile.
+/// The writer of most fields: uses the row's cells and writeTagToFile.
 bool writeCells(const FieldRow& row, UniqueFd fd, const FieldChange& change,
                 const Dictionary& request);
 /// The writer of the core fields, whose rows have no cells.
 bool writeCore(const FieldRow& row, UniqueFd fd, const FieldChange& change,
                const Dictionary& request);
-/// The writer of the cue sheet, which takes fewer files than its cells.
+/// The writer of the cue sheet, which rejects some files whose family has a cell for it.
 bool writeCue(const FieldRow& row, UniqueFd fd, const FieldChange& change,
               const Dictionary& request);
 

@@ -1,8 +1,9 @@
-// THE FIELD TABLE: one line per field, from which a reader sees what it becomes in every tag
-// family. docs/FIELDS.md is made from it.
+// THE FIELD TABLE: one line per field, which shows how every tag family stores it. docs/FIELDS.md
+// is generated from it.
 //
-// A name by itself is a text under that name, a blank cell {} leaves the family alone, and the
-// kinds of cells are in text_cells.h and number_cells.h. A core field has no cells: TagLib decides.
+// A name without a kind is a text under that name. A blank cell {} means that the family does not
+// store the field. The kinds of cells are in text_cells.h and number_cells.h. A core field has no
+// cells: TagLib chooses the names.
 #pragma once
 
 #include <string_view>
@@ -16,7 +17,7 @@ using namespace field;  // NOLINT(google-build-using-namespace)
 using namespace cell;   // NOLINT(google-build-using-namespace)
 
 // clang-format off
-// In the order in which a changed key is looked up. "\251" is the copyright sign in Latin-1.
+// In the order of protocol/fields.h. "\251" is the copyright sign in Latin-1.
 inline constexpr FieldRow kFields[] = {
 // field                 ID3v2             ID3v1      MP4              Xiph comment                  ASF                            APE
   {kTitle,               core::kTitle},
@@ -47,7 +48,7 @@ inline constexpr FieldRow kFields[] = {
 
 }  // namespace table
 
-/// The row of the field with this key (exact, case-sensitive); null for an unknown key.
+/// The row of the field with exactly this key (case-sensitive); null for an unknown key.
 const FieldRow* findFieldRow(std::string_view key);
 
 }  // namespace tagwriter

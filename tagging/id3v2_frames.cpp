@@ -111,7 +111,7 @@ void setID3v2Rating(TagLib::ID3v2::Tag& tag, const char* id, double stars, const
     frame->setEmail(kNobody);
     tag.addFrame(frame.release());
   } catch (const std::exception&) {
-    // Quirk: the message wrongly says lyrics. People search their logs for it as it is.
+    // Quirk: the message wrongly says lyrics, but users search their logs for this text.
     logLine("Error writing lyrics id3 to track at path %s", pathForLog(path));
   }
 }

@@ -16,16 +16,15 @@ using MaybeStored = std::optional<StoredField>;
 
 namespace {
 
-// The sizes of the buffers into which numbers are formatted, terminators included. Quirk: longer
-// numbers are truncated to them, and players have files that hold such numbers.
+// Sizes of the buffers for formatted numbers, including the terminator. Quirk: longer numbers are
+// truncated to fit, and existing files contain such numbers.
 constexpr std::size_t kID3v2PairSize = 37;
 constexpr std::size_t kAPEPairSize = 38;
 constexpr std::size_t kTotalPairSize = 20;
 constexpr std::size_t kRatingSize = 10;
 constexpr std::size_t kDecimalRatingSize = 16;
 
-/// `number` in front of the total of `oldText`, if that has one; empty when there is nothing to
-/// write.
+/// `number` with the total of `oldText`, if it has one; empty if there is nothing to write.
 std::string withTotalOf(const String& oldText, int number, std::size_t size) {
   std::int64_t oldNumber = 0;
   std::int64_t total = 0;
@@ -35,14 +34,14 @@ std::string withTotalOf(const String& oldText, int number, std::size_t size) {
   return number != 0 ? formatTruncated(size, "%d", number) : std::string();
 }
 
-/// `total` behind the track number that the tag has; empty when either is missing.
+/// `total` after the tag's track number; empty if either is 0.
 std::string withNumberOf(const TagLib::Tag& tag, int total) {
   const auto number = static_cast<int>(tag.track());
   return total != 0 && number != 0 ? formatTruncated(kTotalPairSize, "%d/%d", number, total)
                                    : std::string();
 }
 
-/// Sets the text under `name`; an empty one removes it, in APE as well.
+/// Sets the text under `name`. An empty text removes it, in every family.
 template <typename Tag>
 void setOrRemove(Tag& tag, const char* name, const std::string& text) {
   setText(tag, name, text.empty() ? nullptr : text.c_str());

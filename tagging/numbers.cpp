@@ -10,7 +10,7 @@
 namespace tagwriter {
 namespace {
 
-/// Reads one number; false when there is none at the start of `text`.
+/// Parses one number; returns false if there is none at the start of `text`.
 bool parseNumber(const char* text, std::int64_t& number) {
   char* end = nullptr;
   const long value = std::strtol(text, &end, 10);
@@ -47,7 +47,7 @@ std::string formatTruncated(std::size_t size, const char* format, ...) {
   std::string buffer(size, '\0');
   std::va_list arguments;
   va_start(arguments, format);
-  // clang-tidy forgets va_start when it has seen other files before this one.
+  // A false positive of clang-tidy, which appears only if it has checked other files before.
   // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
   std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
   va_end(arguments);

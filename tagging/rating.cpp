@@ -7,7 +7,7 @@
 namespace tagwriter {
 namespace {
 
-/// One step of the two scales: it holds for ratings up to `limit`.
+/// One step of the two scales, for ratings up to `limit` stars.
 struct Step {
   double limit;
   int popularimeter;

@@ -33,7 +33,7 @@ std::optional<StoredField> readRow(const FieldRow& row, UniqueFd fd, const char*
   return stored;
 }
 
-/// The row that a field is kept in: its own, or that of the number which it accompanies.
+/// The row of the field `key`, or of the field whose companion it is.
 const FieldRow* findRowWith(std::string_view key) {
   for (const FieldRow& row : table::kFields) {
     if (key == row.field.key || (row.field.companion && key == row.field.companion)) return &row;

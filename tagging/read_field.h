@@ -1,4 +1,4 @@
-// Reading a field back from where the field table keeps it.
+// Reads a field from where the field table stores it.
 #pragma once
 
 #include <optional>
@@ -9,10 +9,10 @@
 
 namespace tagwriter {
 
-/// Reads the field `key` from the file behind `fd`, which is closed on every path; `path` (UTF-8,
-/// never opened, may be null) picks the format. Returns nothing when the field is not in the file,
-/// the format does not take it, or the file cannot be read. A rating comes back as finely as its
-/// family keeps it; of a field under two names the first counts.
+/// Reads the field `key` from the file `fd`, which is always closed. `path` (UTF-8, never opened,
+/// may be null) determines the format. Returns nullopt if the field is not in the file, the format
+/// does not support it, or the file cannot be read. A rating has the precision of its family's
+/// scale. For a field with two names, reads the first.
 std::optional<StoredField> readStoredField(UniqueFd fd, const char* path, std::string_view key);
 
 }  // namespace tagwriter

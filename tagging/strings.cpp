@@ -3,8 +3,8 @@
 namespace tagwriter {
 
 const TagLib::String& nullString() {
-// Deprecated in favour of String(), but removals compare with this one and mean something else by
-// an empty string.
+// Deprecated in favour of String(), but TagLib's removals still compare with this object and treat
+// an empty string differently.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
   return TagLib::String::null;

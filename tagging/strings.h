@@ -1,11 +1,11 @@
-// TagLib's strings, from the values that arrive with a request.
+// Converts the texts of a request to TagLib strings.
 #pragma once
 
 #include <tstring.h>
 
 namespace tagwriter {
 
-/// TagLib's null string, which its setters and removals tell from an empty one.
+/// TagLib's null string. TagLib treats it differently from an empty string.
 const TagLib::String& nullString();
 
 /// `value` (UTF-8) as a TagLib string; null gives the null string.

@@ -11,8 +11,8 @@
 namespace tagwriter {
 namespace {
 
-/// Edits the file's own tag, created where it is missing. Whether the file is valid is not asked: a
-/// damaged file shows itself by having no tag, or by a save that fails.
+/// Edits the file's own tag, and creates it if it is missing. Does not check whether the file is
+/// valid: a damaged file has no tag, or its save fails.
 class TagWrite {
  public:
   explicit TagWrite(const VQNTagWritingBlocks& editors) : editors_(editors) {}
@@ -22,7 +22,7 @@ class TagWrite {
     return edit(ownTag(file, IfMissing::kCreate)) && saveFile(file);
   }
 
-  /// An MPEG file may have two tags that are edited; an ID3v1 tag is never created.
+  /// In an MPEG file, two tags may be edited. An ID3v1 tag is never created.
   bool operator()(TagLib::MPEG::File& file) const {
     const bool id3v2Edited = edit(ownTag(file, IfMissing::kCreate));
     const bool id3v1Edited = file.hasID3v1Tag() && edit(file.ID3v1Tag(false));
@@ -30,7 +30,7 @@ class TagWrite {
   }
 
  private:
-  /// Runs the family's editor when there are both a tag and an editor; returns whether it ran.
+  /// Runs the family's editor if there are both a tag and an editor; returns whether it ran.
   template <typename Tag>
   bool edit(Tag* tag) const {
     const auto& editor = editors_.of(tag);

@@ -1,5 +1,4 @@
-// The format-dispatched write: opens the file as what its name says, edits the tag that its format
-// carries, saves.
+// Opens a file as the format that its name indicates, edits the tag of that format, and saves.
 #pragma once
 
 #include "base/unique_fd.h"
@@ -9,11 +8,11 @@
 namespace tagwriter {
 
 /// Runs the editor of the file's tag family and saves.
-/// `fd` is closed on every path. `path` (UTF-8, never opened, may be null) picks the format by its
+/// Always closes `fd`. `path` (UTF-8, never opened, may be null) determines the format by its
 /// extension and names the stream. `request` is borrowed.
-/// Returns true only when an editor ran and the save succeeded. A type without a writer, a file
-/// without a tag to edit and a missing editor give false, and the file is not saved. A standard
-/// exception is logged and gives false; others pass through.
+/// Returns true only if an editor ran and the save succeeded. Without a writer for the type, a tag
+/// to edit or an editor, returns false and does not save the file. A standard exception is logged,
+/// and false is returned; other exceptions are not caught.
 bool writeTagToFile(UniqueFd fd, const char* path, const VQNTagWritingBlocks& editors,
                     const Dictionary& request);
 

@@ -1,4 +1,4 @@
-// What a field writer hands over: one editing callable per tag family.
+// The editors of a field: one function per tag family.
 #pragma once
 
 #include <apetag.h>
@@ -12,13 +12,13 @@
 
 namespace tagwriter {
 
-/// Edits one family's tag object. Empty when the field leaves the family alone. It captures the
-/// field's value by value; a text in it is borrowed and must outlive the call that it is handed to.
+/// Edits a tag of one family; empty if the field is not stored there. It holds a copy of the
+/// field's value, but borrows the text, which must outlive the editor.
 template <typename Tag>
 using FieldEditor = std::function<void(Tag*)>;
 
-/// The editors of one field. The file's format picks the one that runs (for an MPEG file with an
-/// ID3v1 tag, two).
+/// The editors of one field. The file's format determines which one runs (two for an MPEG file with
+/// an ID3v1 tag).
 struct VQNTagWritingBlocks {
   FieldEditor<TagLib::ID3v2::Tag> id3v2Block;       ///< MPEG, AIFF, WAV, DSF
   FieldEditor<TagLib::ID3v1::Tag> id3v1Block;       ///< MPEG, when the file has an ID3v1 tag

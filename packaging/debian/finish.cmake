@@ -16,6 +16,6 @@ execute_process(COMMAND gzip -9n ${pages} ${documents}/changelog COMMAND_ERROR_I
 # Debian's zsh looks here.
 file(RENAME ${root}/usr/share/zsh/site-functions ${root}/usr/share/zsh/vendor-completions)
 
-# Whatever the umask of the builder.
+# Regardless of the builder's umask.
 file(CHMOD_RECURSE ${root}/usr DIRECTORY_PERMISSIONS
      OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)

@@ -1,4 +1,4 @@
-"""The command's cover and show verbs: images in, images out, and what is said about them."""
+"""The commands cover and show: images in, images out, and the messages about them."""
 
 import os
 import shutil

@@ -91,7 +91,7 @@ class CrowdTest(QueueTest):
     """More requests than the front may have descriptors for: the rest waits in the bus daemon."""
 
     SIZE = 900
-    # Enough for all that are on their way to the front, but not for the whole crowd.
+    # Enough for the requests on their way to the front, but not for all of them.
     FRONT = ("/usr/bin/prlimit", "--nofile=1024:1024", FRONT)
 
     def send_crowd(self):

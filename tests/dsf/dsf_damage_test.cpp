@@ -50,7 +50,7 @@ TEST(DamagedDsf, IsEditedWithoutACrash) {
       char& byte = before[random() % 92];  // in the chunks before the audio
       byte = static_cast<char>(byte ^ 1 << random() % 8);
     }
-    // Small pointers, which single flips seldom make, are those that hit something.
+    // Only small pointers are inside the file, and single flips seldom produce them.
     if (round % 3 == 0) {
       before = withPointer(before, static_cast<std::int64_t>(random() % (2 * whole.size())));
     }

@@ -74,13 +74,13 @@ TEST(DsfProperties, FollowTheNumbersOfTheFile) {
       {2, 1, 1, kMax, {1, 0, 1, 2}},
       {2, 1, 1, kMin, {1, 0, 1, 2}},
       {2, 1, 1, (1LL << 61) + 12 + 125, {1, 1, 1, 2}},
-      // The length is narrowed to an int at the very end.
+      // Only the final length is converted to int.
       {2, 1, (1LL << 32) + 5, 12 + ((1LL << 32) + 5) * 1000 / 8, {5, 1, 1, 2}},
       {2, 1, 1LL << 32, 12 + (1LL << 32) * 1000 / 8, {0, 1, 1, 2}},
       // Divisions that are not defined.
       {2, 0, 3 * kRate, 1 << 30, {0, 0, 0, 2}},
       {2, 0xFFFFFFFF, kMin, 1 << 30, {0, 0, -1, 2}},
-      // Nonsense comes out as it is stated.
+      // Impossible values are returned unchanged.
       {0xFFFFFFFF, 0xFFFFFFFF, 5, 1 << 30, {-5, 0, -1, -1}},
       {2, 0x80000000, 3LL << 31, 1 << 30, {-3, 0, std::numeric_limits<int>::min(), 2}},
   };

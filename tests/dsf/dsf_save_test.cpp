@@ -19,7 +19,7 @@ std::string stringOf(const ByteVector& bytes) {
   return std::string(bytes.begin(), bytes.end());
 }
 
-/// The file's bytes after each save, worked out in memory.
+/// The file's bytes after each save, computed in memory.
 class SaveModel {
  public:
   explicit SaveModel(std::string bytes) : bytes_(std::move(bytes)) {}
@@ -54,7 +54,7 @@ class SaveModel {
   }
 
  private:
-  /// Quirk: a tag that no pointer gives a place to is not written.
+  /// Quirk: a tag is not written if its pointer is invalid.
   void replace(const std::string& rendered) {
     if (offset_ >= 0) bytes_.replace(static_cast<std::size_t>(offset_), tagSize_, rendered);
   }
@@ -110,7 +110,7 @@ TEST_F(DsfSave, ReplacesTheTagAndThePointerOnly) {
   const std::string claimsTooMuch("ID3\x04\0\0\x7F\x7F\x7F\x7F", 10);
   std::vector<std::string> files = {plain_, tagged_, tagged_ + "left by another program",
                                     withPointer(plain_, kAudioEnd) + claimsTooMuch};
-  // At the last byte, and to nowhere.
+  // At and beyond the end of the file, and negative.
   for (const std::int64_t pointer :
        {std::int64_t{8283}, std::int64_t{8284}, std::int64_t{8285}, std::int64_t{12380}, kMax,
         std::int64_t{-1}, std::int64_t{-10}, std::int64_t{-20}, std::int64_t{-8284}, kMin}) {

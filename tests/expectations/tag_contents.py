@@ -92,7 +92,7 @@ def add_id3v1(contents, tag):
 
 
 def add_ape(contents, data):
-    """The APE tag at the end of `data`. Returns what stands before it."""
+    """The APE tag at the end of `data`. Returns the bytes before it."""
     footer = data[-32:]
     if not footer.startswith(b"APETAGEX"):
         return data
@@ -109,7 +109,7 @@ def add_ape(contents, data):
 
 
 def add_tail(contents, data):
-    """The tags at the end of a file. Returns what stands before them."""
+    """The tags at the end of a file. Returns the bytes before them."""
     if data[-128:].startswith(b"TAG"):
         add_id3v1(contents, data[-128:])
         data = data[:-128]

@@ -1,4 +1,4 @@
-// The ID3v2 editors that survive running out of memory: each says so in its own words, and the file
+// The ID3v2 editors that survive running out of memory: each logs its message, and the file
 // is saved without the new frame.
 #include <gtest/gtest.h>
 
@@ -49,9 +49,9 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
 namespace tagwriter::test {
 namespace {
 
-// TagLib's constructors and lists lose what they hold when an allocation fails in them. While it
-// removes frames, be there any or not, it frees them twice then, so no allocation fails in a
-// removal here.
+// TagLib's constructors and lists leak their contents if an allocation fails in them. If one fails
+// while TagLib removes frames, even if there are none, it frees memory twice. So no allocation
+// fails during a removal here.
 class AllocationFailure : public testing::Test {
  protected:
   AllocationFailure() {

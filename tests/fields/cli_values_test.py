@@ -1,4 +1,4 @@
-"""The values that the command takes for each field; a disc and the number of discs share a value."""
+"""The values that the command takes for each field; disc and number of discs share a value."""
 
 import os
 import subprocess
@@ -38,7 +38,7 @@ class CommandTest(ScratchTest):
 class Values(CommandTest):
 
     def expect_usage_error(self, command, value, *words):
-        """The command fails as wrongly used, says so in these words, and leaves the file alone."""
+        """The command reports a usage error with this message and does not change the file."""
         path = self.copy("mp3_id3v23.mp3")
         before = contents(path)
         first = "composer=first" if command == "set" else "composer"

@@ -66,7 +66,7 @@ TEST(ParseNumberPair, WritesOnlyTheNumbersThatAreThere) {
 }
 
 TEST(ParseNumberPair, TakesTagLibStringsForLatin1) {
-  // Digits beyond ASCII are none, and what stands between the numbers does not matter.
+  // Digits outside ASCII do not count, and the text between the numbers does not matter.
   expectPair(TagLib::String("\uff13/12", TagLib::String::UTF8), {"wide 3", 0});
   expectPair(TagLib::String("3é/12🎵", TagLib::String::UTF8), {"beyond ASCII", 2, 3, 12});
 }

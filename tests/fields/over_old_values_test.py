@@ -243,13 +243,13 @@ class OverOldValues(EditTest):
         self.assert_edited("comment", "new", path)
         self.assert_edited("comment", "", path)
         self.expect(path, "ID3v2 COMM")
-        # What is gone from the ID3v2 tag comes back from the ID3v1 tag.
+        # TagLib restores from the ID3v1 tag what was removed from the ID3v2 tag.
         path = self.file("mp3_id3v24_id3v1.mp3")
         for total, text in ((12, (UTF8, "7/12")), (0, (LATIN1, "7"))):
             self.assert_edited("totalNumberOfTracks", total, path)
             self.expect(path, "ID3v2 TRCK", text)
             self.expect(path, "ID3v1 track", 7)
-        # A track that has a total only is none.
+        # A track with only a total does not count.
         path = self.file("mp3_id3v23.mp3")
         self.assert_edited("trackNumber", 0, path)
         self.expect(path, "ID3v2 TRCK", (UTF8, "0/10"))

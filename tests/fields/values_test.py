@@ -14,7 +14,7 @@ from expectations import (  # noqa: E402
 
 TYPICAL = "A typical value"
 NON_ASCII = "Žluťoučký kůň, 日本語, é, 🎵𝄞"
-# A character beyond the 16-bit ones in every 16 bytes.
+# Has a character outside the 16-bit range in every 16 bytes.
 LONG = ("a long text 🎵" * 4096)[:60_000]
 TEXTS = (TYPICAL, TYPICAL, NON_ASCII, LONG, "", TYPICAL, None, "", None)
 
@@ -27,13 +27,13 @@ def number_values(row, family):
 
 
 def rating_values(row, family):
-    """What a row of the ratings says about one family; two values for the two names in ASF."""
+    """The expected values of one family in a row of the ratings; two for the two names in ASF."""
     _, byte, percent, sdb, shared, stars = row
     return {"id3v2": byte, "mp4": percent, "xiph": percent, "asf": (sdb, shared),
             "ape": stars}[family]
 
 
-# (field, value, outcome_in(family)) of all fields that are no texts.
+# (field, value, outcome_in(family)) of all fields that are not texts.
 OTHERS = [(row["field"], row["value"], lambda family, row=row: number_values(row, family))
           for row in VALUES["numbers"]]
 OTHERS += [("rating", float(row[0]), lambda family, row=row: rating_values(row, family))
@@ -95,13 +95,13 @@ class EveryContainer(EditTest):
         family = container["family"]
         put(expected, field, family, outcome)
         if container["file"].endswith(".flac"):
-            # A cue sheet is no reason for a comment, but TagLib gives every FLAC file one.
+            # A cue sheet does not create a comment, but TagLib adds one to every FLAC file.
             if field == "cueSheet" and "Xiph vendor" not in expected:
                 expected.pop("Xiph CUESHEET", None)
             expected.setdefault("Xiph vendor", [""])
         if container["file"].endswith(".mp3"):
             self.expected_id3v1(expected, field, value)
-        # The tag itself comes and goes with its first and last frame.
+        # The tag is added with its first frame and removed with its last.
         if family == "id3v2":
             expected.pop("ID3v2", None)
             if any(name.startswith("ID3v2 ") for name in expected):
@@ -120,7 +120,7 @@ class EveryContainer(EditTest):
                 steps = [(value, outcome_in(container["family"]))
                          for key, value, outcome_in in OTHERS if key == field]
                 if field in ("trackNumber", "totalNumberOfTracks"):
-                    # Each over none: together they are a matter of their own.
+                    # Each without an old value: other tests combine them.
                     for step in steps:
                         self.follow(container, field, [step])
                 else:

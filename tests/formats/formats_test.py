@@ -26,7 +26,7 @@ IMAGE = b"an image"
 class Names(EditTest):
 
     def edits(self, path, name=None):
-        """Every way to edit a file but the core fields."""
+        """Every way to edit a file except the core fields."""
         return (lambda: self.edit("composer", COMPOSER, path, name),
                 lambda: self.edit("cueSheet", "S", path, name),
                 lambda: self.write_cover(path, IMAGE, 1, True),
@@ -95,13 +95,13 @@ class Names(EditTest):
 
 
 class OtherContent(EditTest):
-    """Files that are not what their name says: the name decides."""
+    """Files whose content does not match their name: the name determines the format."""
 
     CONTENTS = ["mp3_plain.mp3", "m4a_tagged.m4a", "flac_plain.flac", "vorbis_tagged.ogg",
                 "flac.oga", "opus_tagged.opus", "speex.oga", "wma_tagged.wma", "aiff_plain.aiff",
                 "wav_info.wav", "ape_plain.ape", "wavpack_plain.wv", "mpc_plain.mpc",
                 "dsf_plain.dsf", "ac3.ac3", "au.au", "vgm.vgm", b"no audio at all", b""]
-    # What is inside that the extension is right about.
+    # The indexes of the CONTENTS for which the extension is correct.
     OWN = {"m4a": [1], "m4p": [1], "flac": [2], "ogg": [3], "oga": [3, 4], "opus": [5], "wma": [7],
            "aiff": [8], "aif": [8], "wav": [9], "dsf": [13]}
 
@@ -191,7 +191,7 @@ class Descriptors(EditTest):
 
 
 class Path(EditTest):
-    """The path is a name and nothing else."""
+    """The path is only a name and is never opened."""
 
     def test_the_file_at_the_path_is_never_opened(self):
         libc = ctypes.CDLL(None, use_errno=True)

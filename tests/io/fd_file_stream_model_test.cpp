@@ -156,7 +156,7 @@ void runSequence(unsigned seed, int calls, int period) {
     const std::string answer = call.make(model);
     ASSERT_TRUE(call.make(ours) == answer);
     ASSERT_EQ(ours.tell(), model.tell());
-    // TagLib's own stream edits such a range wherever it stands.
+    // TagLib's own stream makes such an edit at its current position.
     if (!call.isOutOfReach) {
       ASSERT_TRUE(call.make(theirs) == answer);
       ASSERT_EQ(theirs.tell(), model.tell());

@@ -1,4 +1,4 @@
-// Which type a file name stands for.
+// Which type is derived from a file name.
 #include "io/file_type.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Saving within the sizes of the format, and without the damage that TagLib's own save() can do.
+// Saving respects the size limits of the format, and prevents damage that TagLib's save() can do.
 // Everything is saved both as a file and through a FileRef.
 #include "io/save.h"
 
@@ -57,7 +57,7 @@ class SaveTest : public testing::TestWithParam<bool> {
     return saveFile(file);
   }
 
-  /// The same with a copy of a data file, which has to stay as it is.
+  /// The same with a copy of a data file, which must not change.
   template <typename File, typename Edit>
   void expectRefused(const char* name, const Edit& edit) {
     const std::string path = directory_.copyOf(name);
@@ -139,7 +139,7 @@ std::string comment(char type) {
 std::string oggFlacWith(const std::vector<std::string>& blocks) {
   std::vector<OggPage> pages = oggPages(readFile(dataFile("flac.oga")));
   const OggPage model = pages[1];
-  // Behind the signature and the version comes the number of these packets (Ogg mapping of FLAC).
+  // The number of these packets follows the signature and the version (Ogg mapping of FLAC).
   pages[0].body.replace(7, 2, std::string{0, static_cast<char>(blocks.size())});
   pages.erase(pages.begin() + 1);
   for (std::size_t i = 0; i < blocks.size(); ++i) {

@@ -1,4 +1,4 @@
-"""A temporary installation, and programs on a session bus that knows it and nothing else."""
+"""A temporary installation, and programs on a session bus that can start only its service."""
 
 import os
 import re

@@ -1,6 +1,6 @@
 """Garbage on the service's socket and in the files that it is sent.
 
-Whatever the bytes on the socket, the service either goes on or exits with 0 or 1, never by a
+Whatever the bytes on the socket, the service either continues or exits with 0 or 1, never by a
 signal. Whatever the bytes in a file, the request is answered and no descriptor stays open. No
 sanitizer complains. Random bytes come from a seed, which is part of the subtest's name.
 """

@@ -25,7 +25,7 @@ UNKNOWN_TYPES = [GLib.Variant(*pair) for pair in (
 
 
 def nested(wrap, depth):
-    """A text wrapped so many times."""
+    """A text wrapped `depth` times."""
     value = text("deep")
     for _ in range(depth):
         value = wrap(value)
@@ -62,7 +62,7 @@ class RequestTest(PlayerTest):
         return reply
 
     def assert_refused(self, request, descriptors_left=0):
-        """The result is false, the file unchanged, and so many of its descriptors stay open."""
+        """The result is false, the file unchanged, and this many of its descriptors stay open."""
         self.assertFalse(self.result(self.send(request)))
         self.assertEqual(contents(self.path), self.before)
         self.assertEqual(self.service.descriptors_of(self.path), descriptors_left)

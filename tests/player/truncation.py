@@ -1,4 +1,4 @@
-"""The player's truncation endpoint, served with GLib on a thread of its own.
+"""The player's truncation endpoint, served with GLib on a separate thread.
 
     with TruncationEndpoint() as endpoint:
         request["truncateconnection"] = GLib.Variant("h", 1)

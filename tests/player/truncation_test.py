@@ -42,7 +42,7 @@ class TruncationTest(PlayerTest):
         self.assertEqual(future.result(DEADLINE).unpack(), ({"path": path, "result": True},))
 
     def cleared_by_the_service(self, name):
-        """The contents of such a file after the service has cleared its title and truncated it."""
+        """The contents of a copy after the service cleared its title and truncated it."""
         path = self.copy_with_long_title(name, "twin-" + name)
         size = os.path.getsize(path)
         self.assert_true(self.clear_title(path), path)
@@ -114,7 +114,7 @@ class Fails(TruncationTest):
             return self.clear_title(self.path, GLib.Variant("h", 1), [theirs])
 
     def assert_failed(self, future, lines=1):
-        """The file keeps its length, and so many lines are logged. Returns what they say."""
+        """The file keeps its length, and this many lines are logged. Returns them."""
         self.assert_true(future, self.path)
         self.assertEqual(os.path.getsize(self.path), self.size)
         log = self.service.log().removeprefix(self.log_before)

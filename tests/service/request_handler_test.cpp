@@ -118,7 +118,7 @@ TEST_F(RequestHandler, OpensFilesByNameOrContentAndKnowsDsf) {
 }
 
 TEST_F(RequestHandler, RefusesWhatItCannotDoAndClosesItsDuplicate) {
-  int ends[2];  // an empty pipe with an open writer: reading would wait for ever
+  int ends[2];  // an empty pipe with an open writer: reading would block forever
   ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
   const UniqueFd reader(ends[0]);
   const UniqueFd writer(ends[1]);

@@ -8,7 +8,7 @@ namespace tagwriter::test {
 
 /// One page. The numbers of the header that nobody changes stay in `header`.
 struct OggPage {
-  std::string header;  ///< the 26 bytes before the segment table; checksum and number are set anew
+  std::string header;  ///< 26 bytes before the segment table; checksum and number are recomputed
   std::string body;    ///< one whole packet, or what the encoder put on a page of audio
   std::string segments;
 };

@@ -1,4 +1,4 @@
-// Calls that signals do not interrupt.
+// Method calls that are not interrupted by signals.
 #pragma once
 
 #include "transport/dbus/handles.h"

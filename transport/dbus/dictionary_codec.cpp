@@ -30,7 +30,7 @@ int readBytes(sd_bus_message* message, std::span<const std::byte>& bytes) {
 int readDictionaryAt(sd_bus_message* message, ValueDictionary& dictionary, int level);
 
 /// Reads the contents of a variant with the signature `contents`, at the nesting `level`. Leaves
-/// `value` empty when we do not use that type.
+/// `value` empty for a type that we do not use.
 int readValue(sd_bus_message* message, std::string_view contents, std::string_view key, int level,
               std::optional<ValueDictionary::Value>& value) {
   int r = 0;

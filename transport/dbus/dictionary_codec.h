@@ -1,4 +1,4 @@
-// Between a{sv} on the wire and a ValueDictionary in memory.
+// Converts between a{sv} on the wire and a ValueDictionary in memory.
 //
 //   wire          dictionary
 //   s             std::string

@@ -7,7 +7,7 @@
 
 namespace tagwriter::dbus {
 
-/// Creates a connection to the player on a duplicate of `endpoint`, which stays the caller's. The
+/// Creates a connection to the player on a duplicate of `endpoint`, which is borrowed. The
 /// handshake happens on the first truncation; handshake and reply together may take 10 seconds. If
 /// the connection fails or times out, that truncation and all later ones on the same connection
 /// return the same error, without waiting again. Returns null when `endpoint` is not a local stream

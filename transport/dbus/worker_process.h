@@ -10,8 +10,8 @@
 
 namespace tagwriter::dbus {
 
-/// The absolute path of tagwriterd: beside the running program, or in the libexec directory of the
-/// installation, which may have been moved. Empty when it is in neither place.
+/// The absolute path of tagwriterd: next to the running program, or in the libexec directory of the
+/// installation, which may have been moved. Empty if it is in neither place.
 std::string findWorkerProgram();
 
 /// A running tagwriterd. It exits when the other end of its socket is closed.
@@ -27,7 +27,7 @@ class WorkerProcess {
   /// Waits for the process to exit: close its socket first.
   ~WorkerProcess();
 
-  /// Sends SIGKILL, for a process that may not exit by itself.
+  /// Sends SIGKILL, for a process that may not exit otherwise.
   void kill() const;
 
   /// The process ID. Only this object may wait for the process.
