@@ -35,8 +35,7 @@ int storeCover(const CoverArguments& arguments) {
               << ": not a PNG, JPEG, TIFF, GIF or BMP image (use --type)\n";
     return kExitFailed;
   }
-  const PlannedEdit edit = {Edit::setCover(cover, type, arguments.replace),
-                            "cover = " + arguments.cover};
+  PlannedEdit edit = {Edit::setCover(cover, type, arguments.replace), "cover = " + arguments.cover};
   return editFiles(arguments.options, {{"cover", [&](const AudioFile&) { return edit; }}});
 }
 

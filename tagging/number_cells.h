@@ -46,7 +46,7 @@ struct PairNumber {
       "number of a pair",
       "keeps an existing total; without a total, only the number is stored, and 0 removes it; MP4 "
       "always stores two integers, even if they are 0"};
-  const char* name;
+  const char* name = nullptr;
 
   void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const;
   void write(TagLib::MP4::Tag& tag, const FieldChange& change) const;
@@ -64,7 +64,7 @@ struct PairTotal {
       "total of a pair",
       "keeps an existing number; if either is 0, the whole text is removed, number included; MP4 "
       "always stores two integers, even if they are 0"};
-  const char* name;
+  const char* name = nullptr;
 
   void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const;
   void write(TagLib::MP4::Tag& tag, const FieldChange& change) const;
@@ -84,7 +84,7 @@ struct Pair {
       "pair",
       "\"number/total\", or only \"number\" (even \"0\") if the total is 0; MP4 stores two "
       "integers, and removes them if both are 0"};
-  const char* name;
+  const char* name = nullptr;
 
   template <typename Tag>
   void write(Tag& tag, const FieldChange& change) const {
@@ -104,7 +104,7 @@ struct Pair {
 /// A total under a separate name.
 struct Total {
   static constexpr KindInfo kInfo = {"total", "decimal text; 0 removes it"};
-  const char* name;
+  const char* name = nullptr;
   const char* removed = nullptr;  ///< another name for the same value
 
   void write(TagLib::Ogg::XiphComment& comment, const FieldChange& change) const;
@@ -116,7 +116,7 @@ struct Total {
 /// A single number.
 struct Number {
   static constexpr KindInfo kInfo = {"number", "decimal text, in MP4 an integer; 0 removes it"};
-  const char* name;
+  const char* name = nullptr;
   const char* removed = nullptr;  ///< another name for the same value
 
   template <typename Tag>
@@ -138,7 +138,7 @@ struct Number {
 struct Flag {
   static constexpr KindInfo kInfo = {
       "flag", "\"1\", removed if false; MP4 stores a byte and ASF a boolean, even if false"};
-  const char* name;
+  const char* name = nullptr;
   const char* removed = nullptr;  ///< another name for the same value
 
   template <typename Tag>
@@ -166,7 +166,7 @@ struct Rating {
       "ID3v2: one popularimeter frame replaces all others, 0 to 255 in uneven steps; MP4 and Xiph: "
       "20 per star, truncated; ASF: 10 per half star as text, and 0 to 99 for whole stars; APE: "
       "stars with six decimals; 0 is written like any other value"};
-  const char* name;
+  const char* name = nullptr;
   const char* second = nullptr;  ///< ASF: for whole stars
 
   void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const;

@@ -16,7 +16,7 @@ namespace tagwriter::cell {
 
 /// Name and description of a kind of cell, for docs/FIELDS.md.
 struct KindInfo {
-  const char* name;
+  const char* name = nullptr;
   const char* meaning;
 };
 
@@ -29,7 +29,7 @@ inline std::optional<StoredField> storedText(const std::optional<TagLib::String>
 /// A text under one or two names, stored as it is.
 struct Text {
   static constexpr KindInfo kInfo = {"text", "the text as it is"};
-  const char* name;
+  const char* name = nullptr;
   const char* second = nullptr;  ///< gets the same text; null if there is only one name
 
   template <typename Tag>
@@ -46,7 +46,7 @@ struct Text {
 /// A freeform MP4 item in the "com.apple.iTunes" namespace, which all programs use.
 struct ITunes {
   static constexpr KindInfo kInfo = Text::kInfo;
-  const char* name;  ///< without the prefix "----:com.apple.iTunes:"
+  const char* name = nullptr;  ///< without the prefix "----:com.apple.iTunes:"
 
   void write(TagLib::MP4::Tag& tag, const FieldChange& change) const {
     setText(tag, itemName().c_str(), change.text);
@@ -63,7 +63,7 @@ struct ITunes {
 struct UserText {
   static constexpr KindInfo kInfo = {
       "user text", "the first TXXX frame with this description; the frame keeps its encoding"};
-  const char* description;
+  const char* description = nullptr;
 
   void write(TagLib::ID3v2::Tag& tag, const FieldChange& change) const {
     setID3v2UserTextFrame(tag, description, change.text);
