@@ -38,7 +38,7 @@ class LineEditor:
         script = os.path.join(self._directory, "setup")
         with open(script, "w") as file:
             # The command itself too, so that the record is never empty.
-            file.write(setup.replace("FOLDER", self._directory) + f"""
+            file.write(setup.replace("DIRECTORY", self._directory) + f"""
 tagwriter() {{
   printf '%s\\0' tagwriter "$@" > {self._record}.new
   mv {self._record}.new {self._record}
@@ -157,7 +157,7 @@ class ZshTest(LineEditorTest, CommandTest):
 unsetopt beep auto_remove_slash
 fpath=({COMPLETIONS} $fpath)
 autoload -Uz compinit
-compinit -u -d FOLDER/dump
+compinit -u -d DIRECTORY/dump
 zle -C all-matches complete-word _generic
 bindkey '\\e*' all-matches
 zstyle ':completion:all-matches:*' completer _all_matches _complete
