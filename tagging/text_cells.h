@@ -16,7 +16,7 @@ namespace tagwriter::cell {
 
 /// Name and description of a kind of cell, for docs/FIELDS.md.
 struct KindInfo {
-  const char* name = nullptr;
+  const char* name;
   const char* meaning;
 };
 

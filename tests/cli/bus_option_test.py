@@ -34,7 +34,8 @@ class BusTest(CommandTest):
     def test_every_command_starts_and_uses_the_service_on_the_bus(self):
         bus, flac = self.start_bus(), self.copy("flac_pictures.flac")
         self.assertIsNone(bus.caller().owner())
-        for arguments in (["cover", "--replace", COVER], ["set", "-t", "title=T", "-t", "year=1894"],
+        for arguments in (["cover", "--replace", COVER],
+                          ["set", "-t", "title=T", "-t", "year=1894"],
                           ["clear", "-t", "year", "--safe"]):
             run = tagwriter(*arguments, "--bus", flac, program=self.program, env=bus.environment())
             self.assert_run(run, 0)

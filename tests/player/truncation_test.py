@@ -180,7 +180,7 @@ class Fails(TruncationTest):
                 for awaited, sent in steps:
                     while awaited not in received:
                         received += ours.recv(4096) or self.fail(f"hung up after {received}")
-                    self.assertNotIn(b"Truncate", received, "the service does not wait for the Ping")
+                    self.assertNotIn(b"Truncate", received, "sent before the reply to Ping")
                     ours.sendall(sent)
                 ours.close()
                 self.assert_failed(future)
