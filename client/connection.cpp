@@ -74,8 +74,8 @@ Outcome TagWriter::Connection::send(int fd, const std::string& path, ValueDictio
   const auto reply = client_->write(request);
   if (const auto* failure = std::get_if<dbus::CallError>(&reply)) return outcomeOf(*failure);
   const auto& answer = std::get<Answer>(reply);
-  if (answer.incomplete) return {Status::kIncomplete, "a write failed"};
   if (truncations.failed()) return {Status::kIncomplete, "the file could not be truncated"};
+  if (answer.incomplete) return {Status::kIncomplete, "a write failed"};
   return {answer.result ? Status::kWritten : Status::kRefused};
 }
 

@@ -9,7 +9,7 @@ const char* textOf(Status status) {
       return "written";
     case Status::kRefused:
       return "not written: the content does not match the file name, the format does not support "
-             "this, or there was nothing to remove";
+             "this, there was nothing to remove, or the disk is full";
     case Status::kIncomplete:
       return "not written completely";
     case Status::kNoAnswer:

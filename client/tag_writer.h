@@ -36,11 +36,11 @@ using TrackValue = std::variant<std::string, std::int64_t, double, bool>;
 
 /// Result of a request.
 enum class Status {
-  kWritten,     ///< the service answered true
-  kRefused,     ///< the service answered false: the content does not match the file name, or the
-                ///< format does not support the change; in place, the file may have been modified
-  kIncomplete,  ///< writes failed, for example on a full disk; in place, the file is damaged
-  kNoAnswer,    ///< the service died during the request; in place, the file may be damaged
+  kWritten,  ///< the service answered true
+  kRefused,  ///< the service answered false, and the file is as it was: the content does not match
+             ///< the file name, the format does not support the change, or the disk is full
+  kIncomplete,          ///< writes failed half way; in place, the file may be damaged
+  kNoAnswer,            ///< the service died during the request; in place, the file may be damaged
   kServiceUnavailable,  ///< cannot start or reach the service; nothing was sent
   kUnknownField,        ///< no such field, or a value of the wrong type
   kInvalidText,         ///< a text is not valid UTF-8 or contains a zero byte

@@ -32,7 +32,7 @@ namespace tagwriter {
 /// Opens a `File` on `stream`, without reading the audio properties, and returns operation(file);
 /// false if the operation does not accept that class.
 template <typename File, typename Operation>
-bool openAs(TagLib::FDFileStream& stream, const Operation& operation) {
+bool openAs(TagLib::StagedStream& stream, const Operation& operation) {
   constexpr auto kStyle = TagLib::AudioProperties::Average;
   if constexpr (!std::is_invocable_r_v<bool, const Operation&, File&>) {
     return false;
@@ -49,7 +49,7 @@ bool openAs(TagLib::FDFileStream& stream, const Operation& operation) {
 /// For an ".oga" file, the first packet determines the class: Ogg FLAC or Vorbis; anything else is
 /// rejected. Quirk: an ".ogg" file is always opened as Vorbis; players rely on both.
 template <typename Operation>
-bool openOGA(TagLib::FDFileStream& stream, const Operation& operation) {
+bool openOGA(TagLib::StagedStream& stream, const Operation& operation) {
   bool isVorbis = false;
   bool isFLAC = false;
   sniffOggCodec(stream.descriptor(), isVorbis, isFLAC);
@@ -62,7 +62,7 @@ bool openOGA(TagLib::FDFileStream& stream, const Operation& operation) {
 /// Opens `stream` as the class for `type` and returns operation(file); false for types that have no
 /// class. Does not catch exceptions of TagLib or the operation.
 template <typename Operation>
-bool openAudioFile(TagFileType type, TagLib::FDFileStream& stream, const Operation& operation) {
+bool openAudioFile(TagFileType type, TagLib::StagedStream& stream, const Operation& operation) {
   switch (type) {
     case kTagFileMP3:
       return openAs<TagLib::MPEG::File>(stream, operation);
@@ -106,7 +106,7 @@ template <typename Operation>
 bool withAudioFile(UniqueFd fd, const char* path, const Dictionary& request,
                    const Operation& operation) {
   const TagFileType type = tagFileTypeForPath(path);
-  return withStream(std::move(fd), path, request, [&](TagLib::FDFileStream& stream) {
+  return withStream(std::move(fd), path, request, [&](TagLib::StagedStream& stream) {
     return openAudioFile(type, stream, operation);
   });
 }
@@ -115,7 +115,7 @@ bool withAudioFile(UniqueFd fd, const char* path, const Dictionary& request,
 template <typename Operation>
 bool withAudioFileToRead(UniqueFd fd, const char* path, const Operation& operation) {
   const TagFileType type = tagFileTypeForPath(path);
-  return withStreamToRead(std::move(fd), path, [&](TagLib::FDFileStream& stream) {
+  return withStreamToRead(std::move(fd), path, [&](TagLib::StagedStream& stream) {
     return openAudioFile(type, stream, operation);
   });
 }

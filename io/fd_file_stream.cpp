@@ -1,5 +1,6 @@
 #include "io/fd_file_stream.h"
 
+#include <sys/stat.h>
 #include <tstring.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 
 #include "base/log.h"
 #include "io/lost_writes.h"
+#include "io/reserve_room.h"
 #include "protocol/dictionary.h"
 #include "protocol/keys.h"
 
@@ -27,21 +29,6 @@ std::size_t readInto(std::FILE* file, ByteVector& buffer) {
 
 void writeFrom(std::FILE* file, const ByteVector& buffer) {
   if (!buffer.isEmpty()) std::fwrite(buffer.data(), 1, buffer.size(), file);
-}
-
-bool seekTo(std::FILE* file, unsigned long offset) {
-  return offset <= static_cast<unsigned long>(LONG_MAX) &&
-         std::fseek(file, static_cast<long>(offset), SEEK_SET) == 0;
-}
-
-/// Whether a file can have both ends of the range. Only a seek shows the file system's limit; the
-/// position is restored.
-bool canSeek(std::FILE* file, unsigned long start, unsigned long length) {
-  const long position = std::ftell(file);
-  const bool possible =
-      length <= ULONG_MAX - start && seekTo(file, start) && seekTo(file, start + length);
-  std::fseek(file, position, SEEK_SET);
-  return possible;
 }
 
 }  // namespace
@@ -74,7 +61,7 @@ FDFileStream::FDFileStream(int fd, const char* path, const tagwriter::Dictionary
     logText("Could not open file %s", FDFileStream::name());
     return;
   }
-  std::fseek(d->file, 0, SEEK_SET);
+  ::lseek(fd, 0, SEEK_SET);
 }
 
 FDFileStream::~FDFileStream() {
@@ -124,7 +111,7 @@ void FDFileStream::insert(const ByteVector& data, unsigned long start, unsigned 
     logText("FDFileStream::insert() -- read only file");
     return;
   }
-  if (!canSeek(d->file, start, replace) || !canSeek(d->file, start, data.size())) return;
+  if (!isWithinReach(start, std::max<unsigned long>(replace, data.size()))) return;
 
   if (data.size() <= replace) {
     seek(static_cast<long>(start));
@@ -164,7 +151,7 @@ void FDFileStream::removeBlock(unsigned long start, unsigned long length) {
     logText("FDFileStream::removeBlock() -- invalid file");
     return;
   }
-  if (!canSeek(d->file, start, length)) return;
+  if (!isWithinReach(start, length)) return;
 
   unsigned long readPosition = start + length;
   unsigned long writePosition = start;
@@ -184,6 +171,16 @@ void FDFileStream::removeBlock(unsigned long start, unsigned long length) {
     if (count == 0) break;
   }
   truncate(static_cast<long>(writePosition));
+}
+
+/// Whether a file can have the range. Beyond the end only a seek shows the file system's limit.
+bool FDFileStream::isWithinReach(unsigned long start, unsigned long length) const {
+  if (start > LONG_MAX || length > LONG_MAX - start) return false;
+  if (start + length <= extent().length) return true;
+  const long position = std::ftell(d->file);
+  const bool possible = std::fseek(d->file, static_cast<long>(start + length), SEEK_SET) == 0;
+  std::fseek(d->file, position, SEEK_SET);
+  return possible;
 }
 
 bool FDFileStream::readOnly() const {
@@ -240,6 +237,45 @@ long FDFileStream::length() {
   return end;
 }
 
+FDFileStream::Extent FDFileStream::extent() const {
+  struct stat status {};
+  if (::fstat(descriptor(), &status) != 0) return {};
+  return {static_cast<std::uint64_t>(status.st_size), static_cast<std::uint64_t>(status.st_blocks)};
+}
+
+bool FDFileStream::readAt(std::uint64_t offset, char* bytes, std::size_t size) {
+  while (size > 0) {
+    const ssize_t count = ::pread(descriptor(), bytes, size, static_cast<off_t>(offset));
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return false;
+    offset += static_cast<std::uint64_t>(count);
+    bytes += count;
+    size -= static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+std::size_t FDFileStream::writeAt(std::uint64_t offset, const char* bytes, std::size_t size) {
+  std::size_t written = 0;
+  while (written < size) {
+    const ssize_t count = ::pwrite(descriptor(), bytes + written, size - written,
+                                   static_cast<off_t>(offset + written));
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) break;
+    written += static_cast<std::size_t>(count);
+  }
+  return written;
+}
+
+bool FDFileStream::reserve(std::uint64_t size) {
+  return tagwriter::reserveRoom(descriptor(), extent().length, size);
+}
+
+void FDFileStream::releaseReserved() {
+  // A truncation to the same length. Where it fails the room stays reserved and nothing is lost.
+  (void)!::ftruncate(descriptor(), static_cast<off_t>(extent().length));
+}
+
 bool FDFileStream::connectForTruncation() {
   if (!truncation_ && request_) {
     truncation_ = request_->createTruncationConnection(tagwriter::key::kTruncateConnection);
@@ -255,8 +291,11 @@ void FDFileStream::truncate(long length) {
   }
   if (connectForTruncation()) {
     const auto error = truncation_->truncate(descriptor(), static_cast<unsigned long>(length));
-    if (error) logText("FDFileStream::truncate() -- xpc error: %s.\n", error->c_str());
+    if (!error) return;
+    logText("FDFileStream::truncate() -- xpc error: %s.\n", error->c_str());
+    tagwriter::noteLostWrite();
   } else if (::ftruncate(descriptor(), length) != 0) {
+    tagwriter::noteLostWrite();
     logText("FDFileStream::truncate() -- Coundn't truncate the file %d %s.\n", errno,
             std::strerror(errno));
   }

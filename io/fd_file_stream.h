@@ -8,6 +8,8 @@
 
 #include <tiostream.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 namespace tagwriter {
@@ -79,7 +81,28 @@ class FDFileStream : public IOStream {
   /// the player fails there is no fallback: the file keeps its length.
   void truncate(long length) override;
 
+  // For what bypasses the position and the buffer of the stream; not to be mixed with the above.
+  // Offsets and sizes are in bytes.
+
+  struct Extent {
+    std::uint64_t length;  ///< of the file; 0 if that cannot be told
+    std::uint64_t blocks;  ///< that it takes on the disk, also behind its end
+    bool operator==(const Extent&) const = default;
+  };
+  /// How large the file is.
+  Extent extent() const;
+  /// Reads exactly `size` bytes at `offset` into `bytes`; false when that fails.
+  bool readAt(std::uint64_t offset, char* bytes, std::size_t size);
+  /// Writes `size` bytes at `offset`. Returns how many were written; fewer only after a failure.
+  std::size_t writeAt(std::uint64_t offset, const char* bytes, std::size_t size);
+  /// Reserves room for `size` bytes behind the end of the file, which keeps its length. False when
+  /// there is none; true also where the file system cannot tell.
+  bool reserve(std::uint64_t size);
+  /// Gives back what is reserved behind the end, if the system lets it.
+  void releaseReserved();
+
  private:
+  bool isWithinReach(unsigned long start, unsigned long length) const;
   bool connectForTruncation();
 
   class FDFileStreamPrivate;

@@ -4,6 +4,7 @@
 #include <flacpicture.h>
 #include <xiphcomment.h>
 
+#include <cstdint>
 #include <optional>
 
 namespace tagwriter {
@@ -17,8 +18,21 @@ constexpr unsigned kMaxBlockSize = (1U << 24) - 1;
 constexpr unsigned char kLastBlockMark = 0x80;
 constexpr unsigned char kCommentBlock = 4;
 
-bool fitsBlock(const TagLib::Ogg::XiphComment* comment) {
-  return !comment || comment->render(false).size() <= kMaxBlockSize;
+/// Whether the comment is so small that there is no need to render it.
+bool isSmall(TagLib::Ogg::XiphComment& comment) {
+  constexpr std::uint64_t kMaxBytes = 4;      // of a character in UTF-8
+  constexpr std::uint64_t kPerField = 4 + 1;  // the length, and a "=" after the name
+  std::uint64_t size = kPerField + kMaxBytes * comment.vendorID().size();
+  for (const auto& [name, values] : comment.fieldListMap()) {
+    for (const TagLib::String& value : values) {
+      size += kPerField + kMaxBytes * (name.size() + value.size());
+    }
+  }
+  return comment.pictureList().isEmpty() && size <= kMaxBlockSize;
+}
+
+bool fitsBlock(TagLib::Ogg::XiphComment* comment) {
+  return !comment || isSmall(*comment) || comment->render(false).size() <= kMaxBlockSize;
 }
 
 bool fitsBlock(const TagLib::FLAC::Picture& picture) {
@@ -65,15 +79,20 @@ std::optional<unsigned> lastBlockIfComment(TagLib::Ogg::FLAC::File& file) {
   }
 }
 
+/// Writes the comment as the last metadata block.
+bool saveLastBlock(TagLib::Ogg::FLAC::File& file, unsigned packet) {
+  const ByteVector comment = file.tag()->render(false);
+  ByteVector block = ByteVector::fromUInt(comment.size());
+  block[0] = static_cast<char>(kLastBlockMark | kCommentBlock);
+  block.append(comment);
+  file.setPacket(packet, block);
+  return file.TagLib::Ogg::File::save();  // only the packets; does not render the comment again
+}
+
 template <typename Save>
 bool saveKeepingLastBlock(TagLib::Ogg::FLAC::File& file, Save save) {
   const auto last = lastBlockIfComment(file);
-  if (!save()) return false;
-  if (!last) return true;
-  ByteVector block = file.packet(*last);
-  block[0] = static_cast<char>(kLastBlockMark | kCommentBlock);
-  file.setPacket(*last, block);
-  return file.TagLib::Ogg::File::save();  // only the packets; does not render the comment again
+  return last ? saveLastBlock(file, *last) : save();
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ bool saveFile(TagLib::FLAC::File& file);
 
 /// The same for the comment of an Ogg FLAC file. Also rejects a file without a comment: TagLib
 /// would overwrite the stream's header with a new one. If the comment is the last metadata block,
-/// restores the last-block flag, which TagLib clears; without it, TagLib considers the file
+/// keeps the last-block flag, which TagLib clears; without it, TagLib considers the file
 /// damaged.
 bool saveFile(TagLib::Ogg::FLAC::File& file);
 

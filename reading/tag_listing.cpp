@@ -35,7 +35,7 @@ const char* valueOf(const TagListing& tags, std::string_view name) {
 std::optional<TagListing> readTags(int fd, const std::string& path) {
   TagLib::registerDSFFileTypeResolver();
   return withStreamToRead(duplicateFd(fd), path.c_str(),
-                          [](TagLib::FDFileStream& stream) -> std::optional<TagListing> {
+                          [](TagLib::StagedStream& stream) -> std::optional<TagListing> {
                             const TagLib::FileRef file(&stream, false);
                             if (file.isNull()) return std::nullopt;
                             TagListing listing;

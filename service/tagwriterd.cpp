@@ -69,11 +69,16 @@ int parseCommandLine(int argc, char** argv) {
 }
 
 /// A closed socket or a file size limit must cause an error, not kill the process. SIGTTOU: logging
-/// must not stop a background job.
-void ignoreWriteSignals() {
+/// must not stop a background job. SIGPROF must kill (io/cpu_limit.h), whatever was inherited.
+void setUpSignals() {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGTTOU, SIG_IGN);
+  std::signal(SIGPROF, SIG_DFL);
+  sigset_t cpuLimit;
+  sigemptyset(&cpuLimit);
+  sigaddset(&cpuLimit, SIGPROF);
+  ::sigprocmask(SIG_UNBLOCK, &cpuLimit, nullptr);
 }
 
 }  // namespace
@@ -87,7 +92,7 @@ int main(int argc, char** argv) {
     return kExitUsage;
   }
 
-  ignoreWriteSignals();
+  setUpSignals();
   setUpOnce();
   const int r = dbus::serveWrites(UniqueFd(fd), [](const Dictionary& request) {
     const std::uint64_t lostBefore = lostWrites();

@@ -11,13 +11,13 @@
 
 namespace tagwriter {
 
-using TagLib::FDFileStream;
 using TagLib::FileRef;
+using TagLib::StagedStream;
 
 bool writeCoreField(const CoreField& field, const char* key, UniqueFd fd, const FieldChange& change,
                     const Dictionary& request) {
   const char* path = change.path;
-  return withStream(std::move(fd), path, request, [&](FDFileStream& stream) {
+  return withStream(std::move(fd), path, request, [&](StagedStream& stream) {
     FileRef file(&stream, false, TagLib::AudioProperties::Average);
     if (file.isNull()) {
       logLine("Failed to write %s tag to file. TagLib could not read the file at %s", key,
@@ -32,7 +32,7 @@ bool writeCoreField(const CoreField& field, const char* key, UniqueFd fd, const 
 std::optional<StoredField> readCoreField(const CoreField& field, UniqueFd fd, const char* path) {
   TagLib::registerDSFFileTypeResolver();
   return withStreamToRead(std::move(fd), path,
-                          [&](FDFileStream& stream) -> std::optional<StoredField> {
+                          [&](StagedStream& stream) -> std::optional<StoredField> {
                             const FileRef file(&stream, false);
                             if (file.isNull() || !file.tag()) return std::nullopt;
                             return field.get(*file.tag());

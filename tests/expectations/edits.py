@@ -120,5 +120,12 @@ class EditTest(ScratchTest):
         self.assertEqual(os.stat(path).st_mtime, LONG_AGO)
         self.assertEqual(contents(path) == before, True, "the file has changed")
 
+    def assert_edit(self, path, call):
+        """The call returns true, and somebody writes to the file only if that changes it."""
+        before = contents(path)
+        os.utime(path, (LONG_AGO, LONG_AGO))
+        self.assertTrue(call())
+        self.assertEqual(os.stat(path).st_mtime == LONG_AGO, contents(path) == before)
+
     def assert_contents(self, path, expected, extension=None):
         self.assertEqual(tag_contents(path, extension), expected)

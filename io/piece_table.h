@@ -1,0 +1,87 @@
+// A file as it shall be: a list of ranges of the file as it is, of new bytes and of zeros.
+//
+// Replacing, inserting and removing are operations on the list; no byte is moved. The ranges of the
+// file stay in their order, because bytes are only ever put between them or taken out.
+#pragma once
+
+#include <tbytevector.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <list>
+#include <memory_resource>
+
+#include "io/new_bytes.h"
+
+namespace tagwriter {
+
+/// A part of the file as it shall be.
+struct Piece {
+  enum class Kind { kFile, kNew, kZeros };
+
+  Kind kind;
+  std::uint64_t length;      ///< in bytes, never 0
+  std::uint64_t offset = 0;  ///< kFile: where the range starts in the file as it is
+  NewBytes::Kept kept = {};  ///< kNew
+};
+
+/// The list of pieces. Operations near the previous one are cheap, whatever the number of pieces.
+class PieceTable {
+ public:
+  /// The file of `fileLength` bytes as it is.
+  explicit PieceTable(std::uint64_t fileLength);
+
+  /// The length of the file as it shall be.
+  std::uint64_t length() const { return length_; }
+
+  /// Puts the bytes of `data` from `from` to `to` in place of the `replaced` bytes at `start`. What
+  /// lies between the end and a `start` beyond it becomes zeros; of a range that reaches beyond the
+  /// end only what there is is replaced.
+  void replace(std::uint64_t start, std::uint64_t replaced, const TagLib::ByteVector& data,
+               unsigned from, unsigned to);
+
+  /// Truncates to `length` bytes, or extends with zeros.
+  void resize(std::uint64_t length);
+
+  /// Calls visit(piece, skip, count) for each part of the `count` bytes at `start`, in order: the
+  /// part is `count` bytes long and starts `skip` bytes into the piece. The range must lie within
+  /// the length.
+  template <typename Visitor>
+  void visit(std::uint64_t start, std::uint64_t count, const Visitor& visitor) {
+    if (count == 0) return;
+    moveTo(start);
+    auto piece = piece_;
+    std::uint64_t skip = start - pieceStart_;
+    for (; count > 0; ++piece, skip = 0) {
+      const std::uint64_t part = std::min(count, piece->length - skip);
+      visitor(*piece, skip, part);
+      count -= part;
+    }
+  }
+
+  const std::pmr::list<Piece>& pieces() const { return pieces_; }
+
+  /// How much memory the plan takes, in bytes; what has been replaced again counts, too.
+  std::uint64_t memory() const { return newBytes_.memory() + pieces_.size() * kPerPiece; }
+
+ private:
+  using Position = std::pmr::list<Piece>::iterator;
+
+  static constexpr std::uint64_t kPerPiece = sizeof(Piece) + 2 * sizeof(void*);
+
+  void moveTo(std::uint64_t offset);
+  Position split(std::uint64_t offset);
+  void append(const Piece& piece);
+  bool overwrite(std::uint64_t start, const char* bytes, unsigned count);
+  void put(Position next, std::uint64_t start, const Piece& piece);
+
+  NewBytes newBytes_;
+  std::pmr::unsynchronized_pool_resource pool_;
+  std::pmr::list<Piece> pieces_{&pool_};
+  std::uint64_t length_;
+  // The cursor: a piece, or the end of the list, and the offset at which it starts.
+  Position piece_;
+  std::uint64_t pieceStart_ = 0;
+};
+
+}  // namespace tagwriter
