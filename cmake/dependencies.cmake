@@ -24,6 +24,20 @@ endif()
 pkg_check_modules(SYSTEMD QUIET IMPORTED_TARGET GLOBAL libsystemd>=252)
 require_package(SYSTEMD_FOUND libsystemd-dev "libsystemd 252 or later (sd-bus)")
 
+# TagLib allocates hundreds of small objects for each edit; see docs/PERFORMANCE.md.
+find_package(mimalloc CONFIG QUIET)
+require_package(mimalloc_FOUND libmimalloc-dev "mimalloc")
+# How long freed memory stays with the process; mimalloc 2.1 renamed it.
+include(CheckSourceCompiles)
+set(CMAKE_REQUIRED_LIBRARIES mimalloc)
+check_source_compiles(CXX "#include <mimalloc.h>\nint main() { return mi_option_purge_delay; }"
+                      MIMALLOC_HAS_PURGE_DELAY)
+unset(CMAKE_REQUIRED_LIBRARIES)
+set(MIMALLOC_DELAY mi_option_decommit_delay)
+if(MIMALLOC_HAS_PURGE_DELAY)
+  set(MIMALLOC_DELAY mi_option_purge_delay)
+endif()
+
 find_package(CLI11 CONFIG QUIET)
 require_package(CLI11_FOUND libcli11-dev "CLI11")
 

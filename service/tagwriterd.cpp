@@ -11,6 +11,7 @@
 
 #include "base/unique_fd.h"
 #include "io/lost_writes.h"
+#include "service/allocator.h"
 #include "service/request_handler.h"
 #include "transport/dbus/peer_connection.h"
 #include "transport/dbus/write_server.h"
@@ -92,6 +93,7 @@ int main(int argc, char** argv) {
     return kExitUsage;
   }
 
+  setUpAllocator();
   setUpSignals();
   setUpOnce();
   const int r = dbus::serveWrites(UniqueFd(fd), [](const Dictionary& request) {

@@ -55,7 +55,8 @@ class PackageTest(StagingTest):
              "Tag writer maintainers <maintainers@tagwriter.invalid>"])
         self.assertRegex(field["Description"], r"\A[^\n]{20,79}\n [^\n]+\n")
         self.assertEqual(set(re.findall(r"(?:^|, )([a-z0-9.+-]+)", field["Depends"])),
-                         {"libc6", "libgcc-s1", "libstdc++6", "libsystemd0", "libtag1v5"})
+                         {"libc6", "libgcc-s1", "libmimalloc2.0", "libstdc++6", "libsystemd0",
+                          "libtag1v5"})
         self.assertEqual((self.control / "triggers").read_text(), "activate-noawait ldconfig\n")
         self.assertEqual((self.control / "shlibs").read_text().strip(),
                          f"libtagwriter 0 tagwriter (>= {VERSION})")

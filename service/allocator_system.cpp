@@ -1,0 +1,7 @@
+#include "service/allocator.h"
+
+namespace tagwriter {
+
+void setUpAllocator() {}
+
+}  // namespace tagwriter
