@@ -149,6 +149,11 @@ class Service:
         links = (f"/proc/{self._process.pid}/fd/{fd}" for fd in self.descriptors())
         return sum(os.path.samestat(os.stat(link), file) for link in links)
 
+    def peak_memory(self):
+        """The most memory that it had at a time, in bytes."""
+        with open(f"/proc/{self._process.pid}/status", encoding="ascii") as status:
+            return next(int(line.split()[1]) << 10 for line in status if line.startswith("VmHWM:"))
+
     def running(self):
         """Whether the process has not exited."""
         return self._process.poll() is None
