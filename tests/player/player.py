@@ -8,6 +8,7 @@ Service starts tagwriterd on one end of a socketpair. Player connects to the oth
 requests. Neither waits for anything longer than DEADLINE seconds.
 """
 
+import contextlib
 import concurrent.futures
 import os
 import socket
@@ -145,9 +146,11 @@ class Service:
 
     def descriptors_of(self, path):
         """How many of them are open on the file at `path`."""
-        file = os.stat(path)
-        links = (f"/proc/{self._process.pid}/fd/{fd}" for fd in self.descriptors())
-        return sum(os.path.samestat(os.stat(link), file) for link in links)
+        file, count = os.stat(path), 0
+        for fd in self.descriptors():
+            with contextlib.suppress(FileNotFoundError):  # closed meanwhile
+                count += os.path.samestat(os.stat(f"/proc/{self._process.pid}/fd/{fd}"), file)
+        return count
 
     def peak_memory(self):
         """The most memory that it had at a time, in bytes."""
@@ -217,9 +220,12 @@ class Connection:
         self.connection.flush_sync(None)
 
     def disconnect(self):
-        """Closes the connection."""
-        if not self.connection.is_closed():
+        """Closes the connection, which the service may do at the same time."""
+        try:
             self.connection.close_sync(None)
+        except GLib.Error as problem:
+            if not problem.matches(Gio.io_error_quark(), Gio.IOErrorEnum.CLOSED):
+                raise
 
 
 class Player(Connection):
