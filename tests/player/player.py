@@ -8,8 +8,8 @@ Service starts tagwriterd on one end of a socketpair. Player connects to the oth
 requests. Neither waits for anything longer than DEADLINE seconds.
 """
 
-import contextlib
 import concurrent.futures
+import contextlib
 import os
 import socket
 import subprocess
