@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "base/platform_log.h"
+
 namespace tagwriter {
 namespace {
 
@@ -25,15 +27,6 @@ std::string formatted(const char* format, std::va_list arguments) {
   return text;
 }
 
-void deliver(const std::string& text) {
-  if (const LogSink& sink = currentSink()) {
-    sink(text);
-  } else {
-    // One call, so that lines of several threads or processes are not interleaved.
-    std::fwrite(text.data(), 1, text.size(), stderr);
-  }
-}
-
 }  // namespace
 
 LogSink setLogSink(LogSink sink) {
@@ -43,9 +36,13 @@ LogSink setLogSink(LogSink sink) {
 void logLine(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  const std::string text = formatted(format, arguments) + "\n";
+  const std::string line = formatted(format, arguments);
   va_end(arguments);
-  deliver(text);
+  if (const LogSink& sink = currentSink()) {
+    sink(line + "\n");
+  } else {
+    writeToPlatformLog(line);
+  }
 }
 
 void logText(const char* format, ...) {
@@ -53,7 +50,11 @@ void logText(const char* format, ...) {
   va_start(arguments, format);
   const std::string text = formatted(format, arguments);
   va_end(arguments);
-  deliver(text);
+  if (const LogSink& sink = currentSink()) {
+    sink(text);
+  } else {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+  }
 }
 
 }  // namespace tagwriter

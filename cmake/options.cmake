@@ -11,7 +11,7 @@ target_compile_options(tagwriter_options INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
   $<$<CONFIG:Release>:-fstack-protector-strong>)
 target_compile_definitions(tagwriter_options INTERFACE $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
-target_link_options(tagwriter_options INTERFACE $<$<CONFIG:Release>:-Wl,-z,relro,-z,now>)
+target_link_options(tagwriter_options INTERFACE $<$<CONFIG:Release>:${TAGWRITER_LINK_HARDENING}>)
 if(TAGWRITER_SANITIZE)
   target_compile_options(tagwriter_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)

@@ -11,7 +11,7 @@
 
 #include "base/unique_fd.h"
 #include "io/lost_writes.h"
-#include "service/allocator.h"
+#include "service/linux/allocator.h"
 #include "service/request_handler.h"
 #include "transport/dbus/peer_connection.h"
 #include "transport/dbus/write_server.h"

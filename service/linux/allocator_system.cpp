@@ -1,4 +1,4 @@
-#include "service/allocator.h"
+#include "service/linux/allocator.h"
 
 namespace tagwriter {
 

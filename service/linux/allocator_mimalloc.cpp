@@ -1,6 +1,6 @@
 #include <mimalloc.h>
 
-#include "service/allocator.h"
+#include "service/linux/allocator.h"
 
 namespace tagwriter {
 
