@@ -8,7 +8,7 @@ target_include_directories(tagwriter_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(tagwriter_options INTERFACE
   -Wall -Wextra -Wpedantic -Werror
   # GCC 12 wrongly reports an overlapping copy in std::string's operator+ (GCC bug 105651).
-  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>
   $<$<CONFIG:Release>:-fstack-protector-strong>)
 target_compile_definitions(tagwriter_options INTERFACE $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
 target_link_options(tagwriter_options INTERFACE $<$<CONFIG:Release>:${TAGWRITER_LINK_HARDENING}>)
