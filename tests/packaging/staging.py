@@ -57,6 +57,7 @@ def installed_files():
     """The files of an installation. CONFIG stands for the build configuration."""
     cmake, documents = f"{LIBDIR}/cmake/tagwriter", "share/doc/tagwriter"
     player_cpp = f"{documents}/examples/player_cpp"
+    player_xpc = f"{documents}/examples/player_xpc"
     files = f"""
         bin/tagwriter include/tagwriter/fields.h include/tagwriter/tag_writer.h
         libexec/tagwriter/tagwriter-bus libexec/tagwriter/tagwriterd
@@ -73,7 +74,8 @@ def installed_files():
         share/man/man1/tagwriter.1 share/man/man3/tagwriter.3
         share/man/man8/tagwriter-bus.8 share/man/man8/tagwriterd.8
         {documents}/README.md {documents}/examples/player_python/player.py
-        {player_cpp}/CMakeLists.txt {player_cpp}/player.cpp""".split()
+        {player_cpp}/CMakeLists.txt {player_cpp}/player.cpp
+        {player_xpc}/CMakeLists.txt {player_xpc}/player.cpp""".split()
     files += [f"{documents}/docs/{page.name}" for page in (SOURCE / "docs").glob("*.md")]
     return sorted(files)
 
