@@ -2,6 +2,8 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -16,14 +18,9 @@ LogSink& currentSink() {
 }
 
 std::string formatted(const char* format, std::va_list arguments) {
-  std::va_list measuring;
-  va_copy(measuring, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, measuring);
-  va_end(measuring);
-  if (length < 0) return format;
-  std::string text(static_cast<std::size_t>(length) + 1, '\0');
-  std::vsnprintf(text.data(), text.size(), format, arguments);
-  text.pop_back();
+  char* text = nullptr;
+  if (::vasprintf(&text, format, arguments) < 0) return format;
+  const std::unique_ptr<char, void (*)(void*)> owner(text, std::free);
   return text;
 }
 
