@@ -1,9 +1,6 @@
 #include <dispatch/dispatch.h>
 
-#include <cstdarg>
-#include <cstdio>
 #include <mutex>
-#include <utility>
 
 #include "tests/transport/xpc/runtime/runtime.h"
 
@@ -19,7 +16,6 @@ namespace {
 
 std::mutex listMutex;
 std::vector<dispatch_queue_t> allQueues;
-std::vector<std::string> systemLog;
 
 }  // namespace
 
@@ -42,16 +38,6 @@ void dispatch_release(dispatch_queue_t queue) {
   delete queue;
 }
 
-extern "C" void syslog(int /*priority*/, const char* format, ...) {
-  char line[1024];
-  std::va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(line, sizeof line, format, arguments);
-  va_end(arguments);
-  const std::lock_guard lock(listMutex);
-  systemLog.emplace_back(line);
-}
-
 namespace tagwriter::test::runtime {
 
 std::vector<QueueRecord> queues() {
@@ -59,11 +45,6 @@ std::vector<QueueRecord> queues() {
   std::vector<QueueRecord> records;
   for (const auto* queue : allQueues) records.push_back({queue->label, queue->itemsRun});
   return records;
-}
-
-std::vector<std::string> takeSystemLog() {
-  const std::lock_guard lock(listMutex);
-  return std::exchange(systemLog, {});
 }
 
 }  // namespace tagwriter::test::runtime
