@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <list>
-#include <memory_resource>
 
 #include "io/new_bytes.h"
 
@@ -59,13 +58,13 @@ class PieceTable {
     }
   }
 
-  const std::pmr::list<Piece>& pieces() const { return pieces_; }
+  const std::list<Piece>& pieces() const { return pieces_; }
 
   /// How much memory the plan takes, in bytes; what has been replaced again counts, too.
   std::uint64_t memory() const { return newBytes_.memory() + pieces_.size() * kPerPiece; }
 
  private:
-  using Position = std::pmr::list<Piece>::iterator;
+  using Position = std::list<Piece>::iterator;
 
   static constexpr std::uint64_t kPerPiece = sizeof(Piece) + 2 * sizeof(void*);
 
@@ -76,8 +75,7 @@ class PieceTable {
   void put(Position next, std::uint64_t start, const Piece& piece);
 
   NewBytes newBytes_;
-  std::pmr::unsynchronized_pool_resource pool_;
-  std::pmr::list<Piece> pieces_{&pool_};
+  std::list<Piece> pieces_;
   std::uint64_t length_;
   // The cursor: a piece, or the end of the list, and the offset at which it starts.
   Position piece_;
