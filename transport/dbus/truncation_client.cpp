@@ -1,5 +1,6 @@
 #include "transport/dbus/truncation_client.h"
 
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -14,23 +15,26 @@
 namespace tagwriter::dbus {
 namespace {
 
-constexpr std::chrono::seconds kTimeLimit(10);
-
 class TruncationClient final : public TruncationConnection {
  public:
-  explicit TruncationClient(UniqueFd socket) : socket_(std::move(socket)) {}
+  TruncationClient(UniqueFd socket, SilentPlayers& players, const char* player)
+      : socket_(std::move(socket)), players_(players), player_(player) {}
 
   std::optional<std::string> truncate(int fd, std::uint64_t size) override {
     if (broken_) return broken_;
-    const Deadline deadline = Deadline::in(kTimeLimit);
-    if (!bus_) {
-      const int r = joinPeer(std::move(socket_), deadline, bus_);
-      if (r < 0) return broken_ = std::strerror(-r);
-    }
-    return call(fd, size, deadline);
+    const Deadline deadline = Deadline::in(players_.limitFor(player_));
+    const int r = bus_ ? 0 : joinPeer(std::move(socket_), deadline, bus_);
+    std::optional<std::string> error = r < 0 ? breakWith(r) : call(fd, size, deadline);
+    if (!error) players_.remove(player_);
+    return error;
   }
 
  private:
+  std::string breakWith(int r) {
+    if (r == -ETIMEDOUT) players_.add(player_);
+    return broken_.emplace(std::strerror(-r));
+  }
+
   std::optional<std::string> call(int fd, std::uint64_t size, const Deadline& deadline) {
     ValueDictionary request;
     request.set(key::kFd, BorrowedFd{fd});
@@ -44,9 +48,7 @@ class TruncationClient final : public TruncationConnection {
     if ((r = appendDictionary(raw, request)) < 0) return std::strerror(-r);
 
     MessageHandle reply;
-    if ((r = callAndWait(bus_.get(), raw, deadline, reply)) < 0) {
-      return broken_ = std::strerror(-r);
-    }
+    if ((r = callAndWait(bus_.get(), raw, deadline, reply)) < 0) return breakWith(r);
     if (const sd_bus_error* error = sd_bus_message_get_error(reply.get())) {
       std::string description = error->message ? error->message : error->name;
       if (sd_bus_is_open(bus_.get()) <= 0) broken_ = description;
@@ -60,17 +62,20 @@ class TruncationClient final : public TruncationConnection {
   }
 
   UniqueFd socket_;
+  SilentPlayers& players_;
+  const char* player_;
   BusHandle bus_;
   std::optional<std::string> broken_;
 };
 
 }  // namespace
 
-std::unique_ptr<TruncationConnection> connectForTruncation(int endpoint) {
+std::unique_ptr<TruncationConnection> connectForTruncation(int endpoint, SilentPlayers& players,
+                                                           const char* player) {
   if (!isPeerSocket(endpoint)) return nullptr;
   UniqueFd socket = duplicateFd(endpoint);
   if (!socket) return nullptr;
-  return std::make_unique<TruncationClient>(std::move(socket));
+  return std::make_unique<TruncationClient>(std::move(socket), players, player);
 }
 
 }  // namespace tagwriter::dbus

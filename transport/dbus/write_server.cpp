@@ -13,8 +13,12 @@
 namespace tagwriter::dbus {
 namespace {
 
-int answerWrite(sd_bus_message* call, sd_bus_error* error, const RequestHandler& handler) {
-  ValueDictionary request(connectForTruncation);
+int answerWrite(sd_bus_message* call, sd_bus_error* error, const RequestHandler& handler,
+                SilentPlayers& players) {
+  // The front on the bus forwards each call with its sender.
+  ValueDictionary request([&players, player = sd_bus_message_get_sender(call)](int endpoint) {
+    return connectForTruncation(endpoint, players, player);
+  });
   if (readDictionary(call, request) < 0) {
     return sd_bus_error_set(error, SD_BUS_ERROR_INVALID_ARGS, "The request does not decode");
   }
@@ -39,9 +43,10 @@ int answerWrite(sd_bus_message* call, sd_bus_error* error, const RequestHandler&
 }  // namespace
 
 int serveWrites(UniqueFd socket, const RequestHandler& handler) {
+  SilentPlayers players;
   return servePeer(std::move(socket), {kWriteObject, kWriteInterface, kWriteMethod,
-                                       [&handler](sd_bus_message* call, sd_bus_error* error) {
-                                         return answerWrite(call, error, handler);
+                                       [&](sd_bus_message* call, sd_bus_error* error) {
+                                         return answerWrite(call, error, handler, players);
                                        }});
 }
 
