@@ -1,6 +1,5 @@
 #include "bus/front.h"
 
-#include <poll.h>
 #include <sys/signalfd.h>
 
 #include <algorithm>
@@ -13,37 +12,23 @@
 #include <utility>
 
 #include "transport/dbus/names.h"
-#include "transport/dbus/peer_connection.h"
 
 namespace tagwriter::dbus {
 namespace {
 
-constexpr std::chrono::seconds kWorkerStartLimit(30);
+/// A session that ends does not wait long for a worker that makes no progress.
+constexpr std::chrono::seconds kPatienceWhenQuitting(4);
 /// Each queued call holds two descriptors, and a process may have as few as 1024; it may also hold
 /// a cover of several megabytes. The bus daemon has room for more.
 constexpr std::size_t kMaxQueued = 64;
 constexpr char kBusDaemon[] = "org.freedesktop.DBus";
 constexpr std::uint32_t kNameExists = 3;  ///< RequestName's reply when another process owns it
-constexpr char kLocalInterface[] = "org.freedesktop.DBus.Local";
-
-/// Whether `message` is the reply to `call`, which was forwarded with the caller's serial number.
-bool isReplyTo(sd_bus_message* message, sd_bus_message* call) {
-  std::uint64_t replySerial = 0;
-  std::uint64_t serial = 0;
-  return call && sd_bus_message_get_reply_cookie(message, &replySerial) >= 0 &&
-         sd_bus_message_get_cookie(call, &serial) >= 0 && replySerial == serial;
-}
-
-/// Whether the other end has hung up, even if the event loop has not noticed yet.
-bool hasHungUp(sd_bus* connection) {
-  pollfd socket = {sd_bus_get_fd(connection), POLLIN, 0};
-  return ::poll(&socket, 1, 0) > 0 && (socket.revents & (POLLHUP | POLLERR));
-}
 
 }  // namespace
 
-Front::Front(std::string workerProgram, std::chrono::microseconds idleLimit)
-    : workerProgram_(std::move(workerProgram)), idleLimit_(idleLimit) {}
+Front::Front(std::string workerProgram, std::chrono::seconds idleLimit,
+             std::chrono::seconds patience)
+    : workerProgram_(std::move(workerProgram)), idleLimit_(idleLimit), patience_(patience) {}
 
 Front::~Front() = default;
 
@@ -77,9 +62,7 @@ int Front::prepare() {
   r = sd_event_add_time_relative(event, &source, CLOCK_MONOTONIC, idle, 0, onIdle, this);
   if (r < 0) return r;
   idleTimer_.reset(source);
-  if ((r = sd_event_add_defer(event, &source, onWorkerGone, this)) < 0) return r;
-  workerGoneSource_.reset(source);
-  return sd_event_source_set_enabled(source, SD_EVENT_OFF);
+  return 0;
 }
 
 int Front::connectToBus() {
@@ -142,24 +125,6 @@ void Front::nameAcquired() {
   if (quitting_) sd_event_source_set_time_relative(idleTimer_.get(), 0);
 }
 
-int Front::startWorker(std::string& error) {
-  UniqueFd socket;
-  auto process = WorkerProcess::start(workerProgram_, socket, error);
-  if (!process) return -ENOENT;
-  BusHandle connection;
-  int r = joinPeer(std::move(socket), Deadline::in(kWorkerStartLimit), connection);
-  if (r >= 0) r = sd_bus_add_filter(connection.get(), nullptr, onWorkerMessage, this);
-  if (r >= 0) r = sd_bus_attach_event(connection.get(), event_.get(), SD_EVENT_PRIORITY_NORMAL);
-  if (r < 0) {
-    error = std::strerror(-r);
-    connection.reset();
-    process->kill();  // it may not exit otherwise, and it has no work to lose
-    return r;
-  }
-  worker_.emplace(Worker{std::move(*process), std::move(connection)});
-  return 0;
-}
-
 int Front::onWrite(sd_bus_message* call, void* front, sd_bus_error*) noexcept {
   static_cast<Front*>(front)->enqueue(call);
   return 1;
@@ -177,11 +142,7 @@ void Front::forwardNext() {
   while (ownsName_ && !current_ && !queue_.empty() && sd_bus_is_open(bus_.get()) > 0) {
     current_ = std::move(queue_.front());
     queue_.pop_front();
-    if (worker_ && hasHungUp(worker_->connection.get())) worker_.reset();
-    std::string error;
-    int r = worker_ ? 0 : startWorker(error);
-    if (r >= 0) r = forward(current_.get());
-    if (r < 0) failCurrent(error.empty() ? std::strerror(-r) : error);
+    forwardCurrent();
   }
   restartIdleTimer();
   updateReading();
@@ -201,23 +162,18 @@ void Front::updateReading() {
   }
 }
 
-int Front::forward(sd_bus_message* call) {
-  return sd_bus_send(worker_->connection.get(), call, nullptr);
-}
-
-int Front::onWorkerMessage(sd_bus_message* message, void* front, sd_bus_error*) noexcept {
-  static_cast<Front*>(front)->handleWorkerMessage(message);
-  return 0;
-}
-
-void Front::handleWorkerMessage(sd_bus_message* message) {
-  if (sd_bus_message_is_signal(message, kLocalInterface, "Disconnected") > 0) {
-    // Deferred: the connection must not be destroyed inside its own callback.
-    sd_event_source_set_enabled(workerGoneSource_.get(), SD_EVENT_ONESHOT);
-    return;
+void Front::forwardCurrent() {
+  std::string error;
+  if (!worker_) worker_ = Worker::start(workerProgram_, event_.get(), *this, patience_, error);
+  if (worker_) {
+    worker_->process(current_.get());
+  } else {
+    failCurrent(error);
   }
-  if (!isReplyTo(message, current_.get())) return;
-  sd_bus_send(bus_.get(), message, nullptr);
+}
+
+void Front::workerReplied(sd_bus_message* reply) {
+  sd_bus_send(bus_.get(), reply, nullptr);
   current_.reset();
   forwardNext();
   exitWhenIdle();
@@ -229,14 +185,14 @@ void Front::failCurrent(const std::string& reason) {
   current_.reset();
 }
 
-int Front::onWorkerGone(sd_event_source*, void* front) noexcept {
-  static_cast<Front*>(front)->workerGone();
-  return 0;
-}
-
-void Front::workerGone() {
+void Front::workerFailed(WorkerEnd end, const std::string& reason) {
   worker_.reset();
-  if (current_) failCurrent("it ended before it answered");
+  if (current_ && end != WorkerEnd::kLeft) failCurrent(reason);
+  if (quitting_ && end == WorkerEnd::kStalled && std::exchange(stalledWhileQuitting_, true)) {
+    sd_event_exit(event_.get(), 0);  // the bus replies with NoReply to the callers that wait
+    return;
+  }
+  if (current_) forwardCurrent();
   forwardNext();
   exitWhenIdle();
 }
@@ -263,6 +219,10 @@ int Front::onSignal(sd_event_source*, const signalfd_siginfo*, void* front) noex
 }
 
 void Front::quit() {
+  if (!quitting_) {
+    patience_ = std::min<std::chrono::milliseconds>(patience_, kPatienceWhenQuitting);
+    if (worker_) worker_->setPatience(patience_);
+  }
   quitting_ = true;
   exitWhenIdle();
 }

@@ -8,57 +8,41 @@
 // The queue here is bounded; further calls wait in the bus daemon, which has room for them.
 #pragma once
 
-#include <systemd/sd-event.h>
-
 #include <chrono>
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <optional>
 #include <string>
 
+#include "bus/event_handles.h"
+#include "bus/worker.h"
 #include "transport/dbus/handles.h"
-#include "transport/dbus/worker_process.h"
 
 namespace tagwriter::dbus {
 
-struct EventUnref {
-  void operator()(sd_event* event) const { sd_event_unref(event); }
-  void operator()(sd_event_source* source) const { sd_event_source_unref(source); }
-};
-using EventHandle = std::unique_ptr<sd_event, EventUnref>;
-using EventSourceHandle = std::unique_ptr<sd_event_source, EventUnref>;
-
 /// Serves Write on the session bus until it has been idle for a while or receives SIGTERM.
-class Front {
+class Front final : private WorkerUser {
  public:
   /// `workerProgram` is the path of tagwriterd. It is started on the first request, and restarted
-  /// on the next request after it has died. `idleLimit` is how long to wait for a request before
-  /// exit.
-  Front(std::string workerProgram, std::chrono::microseconds idleLimit);
-  ~Front();
+  /// on the next request after it has died. It is killed if it has a request but makes no progress
+  /// for `patience`. `idleLimit` is how long to wait for a request before exit.
+  Front(std::string workerProgram, std::chrono::seconds idleLimit, std::chrono::seconds patience);
+  ~Front() override;
   Front(const Front&) = delete;
   Front& operator=(const Front&) = delete;
 
   /// Connects to the session bus, acquires the name and serves. Blocks SIGTERM and SIGINT, which
-  /// make it exit as idling does: requests that have reached it are processed first. Returns 0, or
-  /// a negative errno if there is no bus, the name is taken or the bus disconnects.
+  /// make it exit as idling does: requests that have reached it are processed first, but a worker
+  /// that makes no progress is killed after 4 seconds, and if that happens again, the front exits
+  /// at once. Returns 0, or a negative errno if there is no bus, the name is taken or the bus
+  /// disconnects.
   int run();
 
  private:
-  struct Worker {
-    // Destroyed in reverse order: closing the connection makes the process exit, then we wait for
-    // it.
-    WorkerProcess process;
-    BusHandle connection;
-  };
-
   // Event loop callbacks; each forwards to a member function.
   static int onWrite(sd_bus_message* call, void* front, sd_bus_error* error) noexcept;
   static int onRequestNameReply(sd_bus_message* reply, void* front, sd_bus_error* error) noexcept;
   static int onNameAcquired(sd_bus_message* signal, void* front, sd_bus_error* error) noexcept;
-  static int onWorkerMessage(sd_bus_message* message, void* front, sd_bus_error* error) noexcept;
-  static int onWorkerGone(sd_event_source* source, void* front) noexcept;
   static int onIdle(sd_event_source* source, std::uint64_t now, void* front) noexcept;
   static int onSignal(sd_event_source* source, const signalfd_siginfo* info, void* front) noexcept;
 
@@ -67,15 +51,15 @@ class Front {
   int requestName(std::uint64_t flags);
   void requestNameReplied(sd_bus_message* reply);
   void nameAcquired();
-  int startWorker(std::string& error);
+
+  void workerReplied(sd_bus_message* reply) override;
+  void workerFailed(WorkerEnd end, const std::string& reason) override;
 
   void enqueue(sd_bus_message* call);
   void forwardNext();
-  int forward(sd_bus_message* call);
+  void forwardCurrent();
   void updateReading();
-  void handleWorkerMessage(sd_bus_message* message);
   void failCurrent(const std::string& reason);
-  void workerGone();
 
   bool busy() const { return current_ || !queue_.empty(); }
   void restartIdleTimer();
@@ -84,16 +68,17 @@ class Front {
 
   std::string workerProgram_;
   std::chrono::microseconds idleLimit_;
+  std::chrono::milliseconds patience_;  ///< with a worker that makes no progress
   EventHandle event_;
   BusHandle bus_;
   EventSourceHandle idleTimer_;
-  EventSourceHandle workerGoneSource_;
-  std::optional<Worker> worker_;
+  std::unique_ptr<Worker> worker_;
   MessageHandle current_;            ///< the call that the worker is processing
   std::deque<MessageHandle> queue_;  ///< the calls waiting for it
   bool ownsName_ = false;            ///< nothing is forwarded without it
   bool reading_ = false;             ///< whether the event loop reads from the bus
   bool quitting_ = false;
+  bool stalledWhileQuitting_ = false;
 };
 
 }  // namespace tagwriter::dbus

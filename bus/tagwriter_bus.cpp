@@ -14,50 +14,60 @@ namespace {
 
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
-constexpr std::chrono::seconds kDefaultIdleLimit(30);
+
+struct Options {
+  std::chrono::seconds idleLimit{30};
+  std::chrono::seconds workerTimeout{30};
+};
 
 constexpr char kHelp[] =
-    "Usage: tagwriter-bus [--idle=SECONDS]\n"
+    "Usage: tagwriter-bus [--idle=SECONDS] [--worker-timeout=SECONDS]\n"
     "\n"
     "Serves org.tagwriter.TagWriter on the session bus and forwards requests to a\n"
     "tagwriterd worker. Started by D-Bus activation, not by hand.\n"
     "\n"
     "Options:\n"
-    "  --idle=SECONDS  exit after this time without a request (default: 30)\n"
-    "  -h, --help      print this help\n";
+    "  --idle=SECONDS            exit after this time without a request (default: 30)\n"
+    "  --worker-timeout=SECONDS  replace a worker that makes no progress with a request\n"
+    "                            for this time (default: 30)\n"
+    "  -h, --help                print this help\n";
 
-/// Parses a number of seconds. Exits with a message if it is not a positive whole number.
-std::chrono::seconds parseSeconds(const char* text) {
+/// Parses the number of seconds given with `name`. Exits with a message if it is not a positive
+/// whole number.
+std::chrono::seconds parseSeconds(const char* name, const char* text) {
   int seconds = 0;
   const char* end = text + std::strlen(text);
   const auto [rest, error] = std::from_chars(text, end, seconds);
   if (error == std::errc() && rest == end && seconds > 0) return std::chrono::seconds(seconds);
-  std::fprintf(stderr, "tagwriter-bus: --idle needs a positive number of seconds, not '%s'\n",
+  std::fprintf(stderr, "tagwriter-bus: --%s needs a positive number of seconds, not '%s'\n", name,
                text);
   std::exit(kExitUsage);
 }
 
-/// Returns the time limit given with --idle. Exits on --help and on a usage error.
-std::chrono::seconds parseCommandLine(int argc, char** argv) {
+/// Exits on --help and on a usage error.
+Options parseCommandLine(int argc, char** argv) {
   static constexpr option kOptions[] = {
       {"idle", required_argument, nullptr, 'i'},
+      {"worker-timeout", required_argument, nullptr, 'w'},
       {"help", no_argument, nullptr, 'h'},
       {},
   };
-  std::chrono::seconds idleLimit = kDefaultIdleLimit;
-  for (int letter; (letter = ::getopt_long(argc, argv, "h", kOptions, nullptr)) != -1;) {
+  Options options;
+  int index = 0;
+  for (int letter; (letter = ::getopt_long(argc, argv, "h", kOptions, &index)) != -1;) {
     if (letter == '?') std::exit(kExitUsage);  // getopt_long has printed the reason
     if (letter == 'h') {
       std::fputs(kHelp, stdout);
       std::exit(0);
     }
-    idleLimit = parseSeconds(optarg);
+    auto& limit = letter == 'i' ? options.idleLimit : options.workerTimeout;
+    limit = parseSeconds(kOptions[index].name, optarg);
   }
   if (optind < argc) {
     std::fprintf(stderr, "tagwriter-bus: unexpected argument '%s'\n", argv[optind]);
     std::exit(kExitUsage);
   }
-  return idleLimit;
+  return options;
 }
 
 /// Raises the descriptor limit of this process, and of the worker it starts, to the hard limit.
@@ -75,7 +85,7 @@ void raiseDescriptorLimit() {
 int main(int argc, char** argv) {
   using namespace tagwriter;
 
-  const std::chrono::seconds idleLimit = parseCommandLine(argc, argv);
+  const Options options = parseCommandLine(argc, argv);
   const std::string worker = dbus::findWorkerProgram();
   if (worker.empty()) {
     std::fputs(
@@ -85,7 +95,7 @@ int main(int argc, char** argv) {
     return kExitFailed;
   }
   raiseDescriptorLimit();
-  const int r = dbus::Front(worker, idleLimit).run();
+  const int r = dbus::Front(worker, options.idleLimit, options.workerTimeout).run();
   if (r < 0) {
     std::fprintf(stderr, "tagwriter-bus: %s\n", std::strerror(-r));
     return kExitFailed;

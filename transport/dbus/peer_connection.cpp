@@ -61,17 +61,23 @@ std::uint64_t Deadline::microsecondsLeft() const {
   return left > 0 ? static_cast<std::uint64_t>(left) : 0;
 }
 
-int joinPeer(UniqueFd socket, const Deadline& deadline, BusHandle& bus) {
+int startJoining(UniqueFd socket, BusHandle& bus) {
   sd_bus* raw = nullptr;
   int r = sd_bus_new(&raw);
   if (r < 0) return r;
-  BusHandle joined(raw);
+  bus.reset(raw);
   if ((r = sd_bus_set_fd(raw, socket.get(), socket.get())) < 0) return r;
   (void)socket.release();  // now owned by the connection
   if ((r = sd_bus_negotiate_fds(raw, 1)) < 0) return r;
-  if ((r = sd_bus_start(raw)) < 0) return r;
-  if ((r = waitUntilReady(raw, deadline)) < 0) return r;
-  if ((r = ping(raw, deadline)) < 0) return r;
+  return std::min(sd_bus_start(raw), 0);
+}
+
+int joinPeer(UniqueFd socket, const Deadline& deadline, BusHandle& bus) {
+  BusHandle joined;
+  int r = startJoining(std::move(socket), joined);
+  if (r < 0) return r;
+  if ((r = waitUntilReady(joined.get(), deadline)) < 0) return r;
+  if ((r = ping(joined.get(), deadline)) < 0) return r;
   bus = std::move(joined);
   return 0;
 }

@@ -37,6 +37,11 @@ class Deadline {
   std::optional<Clock::time_point> end_;
 };
 
+/// Starts to connect as the client on `socket`, which it takes over, and does not wait. Sets `bus`
+/// to a connection on which no message with a descriptor may be sent before a Ping has been
+/// answered: see joinPeer. Returns 0 or a negative errno.
+int startJoining(UniqueFd socket, BusHandle& bus);
+
 /// Connects as the client on `socket`, which it takes over: handshake, then one Ping, because the
 /// first message on a new connection must not carry a descriptor (it could arrive together with the
 /// end of the handshake and break it). Sets `bus` and returns 0, or returns a negative errno

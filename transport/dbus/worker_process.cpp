@@ -2,8 +2,10 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +16,7 @@
 #include <utility>
 
 #include "transport/dbus/peer_connection.h"
+#include "transport/dbus/stall_clock.h"
 
 extern char** environ;
 
@@ -24,6 +27,12 @@ namespace fs = std::filesystem;
 
 constexpr char kProgram[] = "tagwriterd";
 constexpr int kWorkerFd = 3;
+
+/// A process that has been hung up on exits within milliseconds of its last request.
+constexpr std::chrono::seconds kExitLimit(4);
+/// What a killed process may need to be gone.
+constexpr std::chrono::milliseconds kKillLimit(500);
+constexpr std::chrono::milliseconds kLookAgain(50);
 
 /// What the new process inherits: the standard streams and its socket as descriptor kWorkerFd.
 class SpawnPlan {
@@ -125,16 +134,30 @@ std::optional<WorkerProcess> WorkerProcess::start(const std::string& program, Un
   return WorkerProcess(pid);
 }
 
+WorkerProcess::WorkerProcess(pid_t pid)
+    : pid_(pid), handle_(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0))) {}
+
 WorkerProcess::WorkerProcess(WorkerProcess&& other) noexcept
-    : pid_(std::exchange(other.pid_, -1)) {}
+    : pid_(std::exchange(other.pid_, -1)), handle_(std::move(other.handle_)) {}
 
 void WorkerProcess::kill() const {
   if (pid_ > 0) ::kill(pid_, SIGKILL);
 }
 
+bool WorkerProcess::exitsWithin(std::chrono::milliseconds limit) const {
+  pollfd process = {handle_.get(), POLLIN, 0};
+  ::poll(&process, 1, static_cast<int>(limit.count()));  // without a handle, it only waits
+  return ::waitpid(pid_, nullptr, WNOHANG) != 0;
+}
+
 WorkerProcess::~WorkerProcess() {
   if (pid_ <= 0) return;
-  while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
+  StallClock clock(pid_);
+  while (!exitsWithin(kLookAgain)) {
+    if (clock.stalledFor() < kExitLimit) continue;
+    kill();
+    exitsWithin(kKillLimit);
+    return;
   }
 }
 

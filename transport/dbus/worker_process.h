@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -24,7 +25,9 @@ class WorkerProcess {
 
   WorkerProcess(WorkerProcess&& other) noexcept;
   WorkerProcess& operator=(WorkerProcess&&) = delete;
-  /// Waits for the process to exit: close its socket first.
+  /// Waits for the process to exit: close its socket first. A process that makes no progress for 4
+  /// seconds is killed. One that cannot be killed, because it is stuck in the kernel, is left to
+  /// itself.
   ~WorkerProcess();
 
   /// Sends SIGKILL, for a process that may not exit otherwise.
@@ -34,8 +37,11 @@ class WorkerProcess {
   pid_t pid() const { return pid_; }
 
  private:
-  explicit WorkerProcess(pid_t pid) : pid_(pid) {}
+  explicit WorkerProcess(pid_t pid);
+  bool exitsWithin(std::chrono::milliseconds limit) const;
+
   pid_t pid_;
+  UniqueFd handle_;  ///< readable once the process has exited; empty if the system has no pidfds
 };
 
 }  // namespace tagwriter::dbus
