@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "bus/confine_front.h"
 #include "bus/front.h"
 
 namespace {
@@ -95,7 +96,8 @@ int main(int argc, char** argv) {
     return kExitFailed;
   }
   raiseDescriptorLimit();
-  const int r = dbus::Front(worker, options.idleLimit, options.workerTimeout).run();
+  int r = dbus::confineFront(worker);
+  if (r >= 0) r = dbus::Front(worker, options.idleLimit, options.workerTimeout).run();
   if (r < 0) {
     std::fprintf(stderr, "tagwriter-bus: %s\n", std::strerror(-r));
     return kExitFailed;

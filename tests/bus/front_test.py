@@ -1,9 +1,12 @@
 """The front on the session bus: activation, calls, exit codes, and workers that fail."""
 
+import ctypes
 import os
+import shutil
 import signal
 import subprocess
 import unittest
+from pathlib import Path
 
 from processes import DEADLINE, Process, children_of, wait_for
 from session import BUS_NAME, DAEMON, FRONT, Gio, GLib
@@ -11,6 +14,7 @@ from bus_support import (
     NO_REPLY, STAND_IN, BusTest, HeldRequest, RemoteError, change, result, text)
 from player import raw_bytes, write_call
 
+LANDLOCK_CREATE_RULESET = 444  # the number of the system call
 VICTIM = "org.tagwriter.Victim"
 
 
@@ -172,8 +176,8 @@ class WorkerTest(BusTest):
             self.assertTrue(result(future.result(DEADLINE)))
         self.assertEqual((self.title(path), caller.front().pid), ("After 2", front.pid))
 
-    def start(self, how):
-        environment = {"STAND_IN": how, "VICTIM": VICTIM}
+    def start(self, how, **environment):
+        environment |= {"STAND_IN": how, "VICTIM": VICTIM}
         self.bus = self.start_bus((self.front_with(STAND_IN),), environment)
         self.caller = self.bus.caller()
 
@@ -197,6 +201,18 @@ class WorkerTest(BusTest):
         with self.assertRaises(RemoteError):  # the bus would have started it
             self.caller.ask_daemon("StartServiceByName", GLib.Variant("(su)", (VICTIM, 0)))
         self.assertTrue(started.exists())
+
+    def test_inherits_the_confinement_of_the_front(self):
+        version = ctypes.CDLL(None).syscall(LANDLOCK_CREATE_RULESET, None, 0, 1)
+        if version < 6:  # the first with all that is tested here
+            self.skipTest(f"this kernel has version {version} of Landlock")
+        private = Path(shutil.copy("/bin/true", self.directory / "private"))
+        self.start("strays", PRIVATE=str(private), PROCESS=str(os.getpid()))
+        reply = self.caller.write_later({}).result(DEADLINE).unpack()[0]
+        self.assertEqual([what for what, permitted in reply.items() if permitted],
+                         ["read_system_files"])
+        status = Path(f"/proc/{self.caller.front().pid}/status").read_text()
+        self.assertIn("NoNewPrivs:\t1", status)
 
 
 if __name__ == "__main__":
