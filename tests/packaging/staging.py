@@ -66,7 +66,8 @@ def installed_files():
         {cmake}/tagwriterConfig.cmake {cmake}/tagwriterConfigVersion.cmake
         {cmake}/tagwriterTargets.cmake {cmake}/tagwriterTargets-CONFIG.cmake
         {cmake}/tagwriterStaticTargets.cmake {cmake}/tagwriterStaticTargets-CONFIG.cmake
-        lib/systemd/user/tagwriter.service share/dbus-1/services/org.tagwriter.TagWriter.service
+        lib/systemd/user/tagwriter.service lib/systemd/user-generators/tagwriter-namespaces
+        share/dbus-1/services/org.tagwriter.TagWriter.service
         share/dbus-1/interfaces/org.tagwriter.TagWriter1.xml
         share/dbus-1/interfaces/org.tagwriter.Truncation1.xml
         share/bash-completion/completions/tagwriter share/zsh/site-functions/_tagwriter
