@@ -23,6 +23,11 @@ Outcome outcomeOf(const dbus::CallError& failure) {
   return {Status::kNoAnswer, failure.message};
 }
 
+bool isUndelivered(const std::variant<Answer, dbus::CallError>& reply) {
+  const auto* failure = std::get_if<dbus::CallError>(&reply);
+  return failure && failure->kind == dbus::CallError::Kind::kNotDelivered;
+}
+
 }  // namespace
 
 std::unique_ptr<TagWriter::Connection> TagWriter::Connection::embedded(std::string workerProgram) {
@@ -61,17 +66,23 @@ bool TagWriter::Connection::connect(std::string& error) {
   return client_ != nullptr;
 }
 
-Outcome TagWriter::Connection::send(int fd, const std::string& path, ValueDictionary request) {
+std::variant<Answer, dbus::CallError> TagWriter::Connection::sendOnce(
+    const ValueDictionary& request) {
   std::string error;
-  if (!connect(error)) return {Status::kServiceUnavailable, error};
+  if (!connect(error)) return dbus::CallError{dbus::CallError::Kind::kNotDelivered, error};
+  return client_->write(request);
+}
 
+Outcome TagWriter::Connection::send(int fd, const std::string& path, ValueDictionary request) {
   const dbus::TruncationServer truncations;
   request.set(key::kFd, BorrowedFd{fd});
   request.set(key::kPath, ByteString{path});
   if (truncations.endpoint() >= 0) {
     request.set(key::kTruncateConnection, BorrowedFd{truncations.endpoint()});
   }
-  const auto reply = client_->write(request);
+  auto reply = sendOnce(request);
+  // A worker that has taken its last request may not have exited yet.
+  if (!onBus_ && client_ && isUndelivered(reply)) reply = sendOnce(request);
   if (const auto* failure = std::get_if<dbus::CallError>(&reply)) return outcomeOf(*failure);
   const auto& answer = std::get<Answer>(reply);
   if (truncations.failed()) return {Status::kIncomplete, "the file could not be truncated"};

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <variant>
 
 #include "client/tag_writer.h"
 #include "protocol/value_dictionary.h"
@@ -29,6 +30,7 @@ class TagWriter::Connection {
       : workerProgram_(std::move(workerProgram)), onBus_(onBus) {}
 
   bool connect(std::string& error);
+  std::variant<Answer, dbus::CallError> sendOnce(const ValueDictionary& request);
   bool startWorker(std::string& error);
 
   std::string workerProgram_;

@@ -8,7 +8,9 @@ namespace tagwriter::dbus {
 
 /// Sends `call` and waits for the reply until `deadline`. Unlike with sd_bus_call, a handled signal
 /// does not end the wait. Returns 0 and sets `reply`, which may be an error message; or a negative
-/// errno when there is no reply: -ETIMEDOUT when the deadline has passed.
-int callAndWait(sd_bus* bus, sd_bus_message* call, const Deadline& deadline, MessageHandle& reply);
+/// errno when there is no reply: -ETIMEDOUT when the deadline has passed. `isSent`, if given, tells
+/// whether the call was sent as a whole: if not, the other end cannot have processed it.
+int callAndWait(sd_bus* bus, sd_bus_message* call, const Deadline& deadline, MessageHandle& reply,
+                bool* isSent = nullptr);
 
 }  // namespace tagwriter::dbus

@@ -53,6 +53,11 @@ int process(sd_bus* bus) {
 
 }  // namespace
 
+void prepareToServe() {
+  sd_id128_t machine;
+  sd_id128_get_machine(&machine);  // sd-bus answers GetMachineId with it, and keeps it
+}
+
 int servePeer(UniqueFd socket, const ServedMethod& method) {
   int r = waitForFirstByte(socket.get());
   if (r < 0) return r;

@@ -19,6 +19,10 @@ struct ServedMethod {
   std::function<int(sd_bus_message* call, sd_bus_error* error)> handler;
 };
 
+/// Reads what a peer may ask any process for: a process that is about to lose the right to open
+/// files calls this first, on the thread that serves.
+void prepareToServe();
+
 /// Serves `method` on `socket`, which it takes over, until the peer hangs up, one call at a time.
 /// Waits for the peer's first byte without a time limit. Returns 0 when the peer has hung up, and a
 /// negative errno when the connection failed, for instance on bytes that are not D-Bus.

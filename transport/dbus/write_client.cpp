@@ -71,9 +71,10 @@ std::variant<Answer, CallError> WriteClient::write(const ValueDictionary& reques
     return localError(r == -EINVAL ? Kind::kNotEncodable : Kind::kNotDelivered, r);
   }
   MessageHandle reply;
-  if ((r = callAndWait(bus_.get(), raw, Deadline::never(), reply)) < 0) {
-    return localError(Kind::kNoAnswer, r);
-  }
+  bool isSent = false;
+  r = callAndWait(bus_.get(), raw, Deadline::never(), reply, &isSent);
+  if (!isSent) return localError(Kind::kNotDelivered, r < 0 ? r : -ECONNRESET);
+  if (r < 0) return localError(Kind::kNoAnswer, r);
   if (const sd_bus_error* error = sd_bus_message_get_error(reply.get())) return remoteError(*error);
   ValueDictionary answer;
   if ((r = readDictionary(reply.get(), answer)) < 0) return localError(Kind::kNoAnswer, r);

@@ -1,5 +1,7 @@
 #include "transport/dbus/write_server.h"
 
+#include <sys/socket.h>
+
 #include <utility>
 
 #include "protocol/keys.h"
@@ -37,7 +39,11 @@ int answerWrite(sd_bus_message* call, sd_bus_error* error, const RequestHandler&
   if (r < 0) return r;
   const MessageHandle message(raw);
   if ((r = appendDictionary(raw, reply)) < 0) return r;
-  return sd_bus_message_send(raw);
+  sd_bus* bus = sd_bus_message_get_bus(call);
+  if (answer.isLast) ::shutdown(sd_bus_get_fd(bus), SHUT_RD);
+  r = sd_bus_message_send(raw);
+  // The connection ends once all requests are read, whether or not the replies are sent.
+  return r >= 0 && answer.isLast ? sd_bus_flush(bus) : r;
 }
 
 }  // namespace
