@@ -70,6 +70,7 @@ bool mustKeepPictures(const ValueDictionary& request) {
 struct WireSize {
   static constexpr std::uint64_t kOverhead = 32;
   std::uint64_t operator()(const std::string& text) const { return text.size() + kOverhead; }
+  std::uint64_t operator()(BorrowedText text) const { return std::strlen(text.text) + kOverhead; }
   std::uint64_t operator()(const ByteString& text) const { return text.bytes.size() + kOverhead; }
   std::uint64_t operator()(ValueDictionary::Data data) const { return data.size() + kOverhead; }
   std::uint64_t operator()(const std::shared_ptr<const ValueDictionary>& dictionary) const {

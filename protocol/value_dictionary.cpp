@@ -29,6 +29,7 @@ const T* ValueDictionary::find(const char* key) const {
 
 const char* ValueDictionary::getString(const char* key) const {
   if (const auto* string = find<std::string>(key)) return string->c_str();
+  if (const auto* string = find<BorrowedText>(key)) return string->text;
   if (const auto* string = find<ByteString>(key)) return string->bytes.c_str();
   return nullptr;
 }

@@ -17,17 +17,24 @@ struct ByteString {
   std::string bytes;
 };
 
+/// A string of a message that outlives the dictionary: it may be many megabytes.
+struct BorrowedText {
+  const char* text;
+};
+
 /// A descriptor that the caller keeps open while the dictionary lives.
 struct BorrowedFd {
   int fd;
 };
 
-/// A dictionary of values in memory. It borrows data and descriptors and owns everything else.
+/// A dictionary of values in memory. It owns everything except for what is called borrowed, and
+/// data.
 class ValueDictionary final : public Dictionary {
  public:
   using Data = std::span<const std::byte>;
-  using Value = std::variant<std::string, ByteString, std::int64_t, std::uint64_t, double, bool,
-                             Data, BorrowedFd, std::shared_ptr<const ValueDictionary>>;
+  using Value =
+      std::variant<std::string, BorrowedText, ByteString, std::int64_t, std::uint64_t, double, bool,
+                   Data, BorrowedFd, std::shared_ptr<const ValueDictionary>>;
   /// Creates a truncation connection from an endpoint's descriptor, which it only borrows; returns
   /// null on failure.
   using TruncationConnector = std::function<std::unique_ptr<TruncationConnection>(int endpoint)>;

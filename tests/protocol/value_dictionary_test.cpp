@@ -35,6 +35,7 @@ TEST(ValueDictionary, GivesEachValueToItsOwnGetterOnly) {
   nested.set("inner", "value");
   const std::pair<ValueDictionary::Value, std::string> values[] = {
       {std::string("text"), "string text"},
+      {BorrowedText{"borrowed"}, "string borrowed"},
       {ByteString{"\xff.mp3"}, "string \xff.mp3"},
       {std::int64_t{-5}, "int64 -5"},
       {std::uint64_t{5}, "uint64 5"},

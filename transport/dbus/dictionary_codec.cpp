@@ -36,7 +36,7 @@ int readValue(sd_bus_message* message, std::string_view contents, std::string_vi
   int r = 0;
   if (contents == "s") {
     const char* string = nullptr;
-    if ((r = readBasic(message, SD_BUS_TYPE_STRING, string)) >= 0) value = std::string(string);
+    if ((r = readBasic(message, SD_BUS_TYPE_STRING, string)) >= 0) value = BorrowedText{string};
   } else if (contents == "ay") {
     std::span<const std::byte> bytes;
     if ((r = readBytes(message, bytes)) < 0) return r;
@@ -108,7 +108,10 @@ struct VariantAppender {
   int operator()(const std::string& string) const {
     // The text would end at the zero byte.
     if (string.find('\0') != std::string::npos) return -EINVAL;
-    return sd_bus_message_append(message, "v", "s", string.c_str());
+    return (*this)(BorrowedText{string.c_str()});
+  }
+  int operator()(BorrowedText string) const {
+    return sd_bus_message_append(message, "v", "s", string.text);
   }
   int operator()(const ByteString& string) const {
     return appendBytes(string.bytes.data(), string.bytes.size());
