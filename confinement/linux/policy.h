@@ -14,7 +14,8 @@
 
 namespace tagwriter::confinement {
 
-/// Address space in bytes. The largest request, a text of nearly 64 MiB, needs less than half.
+/// Address space in bytes: twice what TagLib takes to write a text of 60 MiB, nearly the longest that
+/// fits into a message.
 inline constexpr unsigned long kMaxAddressSpace = 2UL << 30;
 
 // Newer than some headers.

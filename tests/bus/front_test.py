@@ -176,6 +176,12 @@ class WorkerTest(BusTest):
             self.assertTrue(result(future.result(DEADLINE)))
         self.assertEqual((self.title(path), caller.front().pid), ("After 2", front.pid))
 
+    def test_that_takes_no_further_request_is_replaced_and_none_is_lost(self):
+        front = self.front_with(Path(FRONT).parent / "client_stand_in_worker")
+        caller = self.start_bus((front,), {"DAMAGE": "leave"}).caller()
+        futures = [caller.write_later({}) for _ in range(200)]
+        self.assertTrue(all(result(future.result(DEADLINE)) for future in futures))
+
     def start(self, how, **environment):
         environment |= {"STAND_IN": how, "VICTIM": VICTIM}
         self.bus = self.start_bus((self.front_with(STAND_IN),), environment)

@@ -1,4 +1,5 @@
-// A worker that always answers true. The environment variable DAMAGE says what it does to the file.
+// A worker that always answers true. The environment variable DAMAGE says what it does to the file;
+// "leave": nothing, but each answer is its last.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -17,6 +18,6 @@ int main(int argc, char** argv) {
     const UniqueFd file = request.duplicateDescriptor(key::kFd);
     if (damage == "truncate") return Answer{::ftruncate(file.get(), 0) == 0};
     if (damage == "overwrite") return Answer{::pwrite(file.get(), "no audio", 8, 0) == 8};
-    return Answer{true};
+    return Answer{true, false, damage == "leave"};
   });
 }

@@ -84,6 +84,14 @@ TEST_F(Worker, ThatDiesIsReplaced) {
   }
 }
 
+TEST_F(Worker, ThatTakesNoFurtherRequestIsReplaced) {
+  ::setenv("DAMAGE", "leave", 1);
+  TagWriter writer(TAGWRITER_STAND_IN);
+  // It may or may not have exited when the next request is sent.
+  for (int i = 0; i < 100; ++i) EXPECT_STATUS(Status::kWritten, setTitle(writer));
+  ::unsetenv("DAMAGE");
+}
+
 TEST_F(Worker, IsNotDisturbedByThePlayersSignals) {
   static std::atomic<int> signals;
   static std::atomic<int> elsewhere;

@@ -118,14 +118,15 @@ def reply_values(body):
 
 class Service:
     """A private tagwriterd. `socket` is the player's end of its socketpair. `prepare` is a shell
-    command that runs in its process before it starts."""
+    command that runs in its process before it starts, with these options."""
 
-    def __init__(self, prepare=""):
+    def __init__(self, prepare="", options=()):
         self.socket, theirs = socket.socketpair()
         self._log = tempfile.TemporaryFile()
         with theirs:
             self._process = subprocess.Popen(
-                ["sh", "-c", f'{prepare}\nexec "$@"', "sh", TAGWRITERD, f"--fd={theirs.fileno()}"],
+                ["sh", "-c", f'{prepare}\nexec "$@"', "sh", TAGWRITERD, f"--fd={theirs.fileno()}",
+                 *options],
                 pass_fds=[theirs.fileno()],
                 stdin=subprocess.DEVNULL, stderr=self._log)
 
@@ -134,6 +135,11 @@ class Service:
 
     def __exit__(self, *_):
         self.close()
+
+    @property
+    def pid(self):
+        """Of the process."""
+        return self._process.pid
 
     def log(self):
         """The service's standard error so far."""
@@ -231,8 +237,8 @@ class Connection:
 class Player(Connection):
     """A service with a connection to it."""
 
-    def __init__(self, prepare=""):
-        self.service = Service(prepare)
+    def __init__(self, prepare="", options=()):
+        self.service = Service(prepare, options)
         ours = Gio.Socket.new_from_fd(self.service.socket.detach())
         super().__init__(Gio.DBusConnection.new_sync(
             ours.connection_factory_create_connection(), None,

@@ -1,12 +1,14 @@
 """The service as a process: its command line, its environment, its exit codes and its end."""
 
+import os
+import signal
 import socket
 import subprocess
 import unittest
 
 from player import DEADLINE, TAGWRITERD, GLib, change, raw_bytes, text
 from support import SANITIZER_REPORTS, ScratchTest, contents
-from wire import HANDSHAKE, ping_blob, shake_hands, write_blob
+from wire import HANDSHAKE, ping_blob, receive_until, shake_hands, write_blob
 
 
 class CommandLine(ScratchTest):
@@ -110,6 +112,52 @@ class HangUp(ScratchTest):
             request = write_blob(change("title", text("New"), path), fds=[file])
             self.after(request, fds=[file.fileno()])
         self.assertNotEqual(contents(path), before)
+
+
+class FewDescriptors(ScratchTest):
+    """Each of these requests leaves a descriptor open, until fewer than 64 are left."""
+
+    def start(self, limit=80):
+        self.service = self.start_service(f"ulimit -n {limit}")
+        shake_hands(self.service.socket)
+        self.file = open(self.copy("mp3_plain.mp3"), "rb+")
+        self.addCleanup(self.file.close)
+
+    def send(self, serial):
+        request = write_blob({"fd": GLib.Variant("h", 0)}, serial, [self.file])
+        socket.send_fds(self.service.socket, [request], [self.file.fileno()])
+
+    def test_the_last_reply_is_sent_and_the_next_request_is_not_taken(self):
+        self.start()
+        for serial in range(1, 80):
+            try:
+                self.send(serial)
+            except BrokenPipeError:
+                break
+            reply, = receive_until(self.service.socket, serial).values()
+            self.assertEqual(reply.get_body().unpack(), ({"result": False},))
+        self.assertGreater(serial, 2)
+        self.assertLess(serial, 80 - 64)
+        self.assertEqual((self.service.wait(), self.service.log()), (0, ""))
+
+    def test_a_long_last_reply_is_sent_as_a_whole(self):
+        self.start(limit=66)
+        path = "x" * (20 << 20)
+        self.service.socket.sendall(write_blob({"path": text(path)}))
+        reply = receive_until(self.service.socket, 1)[1]
+        self.assertEqual(len(reply.get_body().unpack()[0]["path"]), len(path))
+        self.assertEqual((self.service.wait(), self.service.log()), (0, ""))
+
+    def test_what_was_sent_before_is_answered(self):
+        self.start()
+        os.kill(self.service.pid, signal.SIGSTOP)
+        for serial in range(1, 31):
+            self.send(serial)
+        os.kill(self.service.pid, signal.SIGCONT)
+        replies = receive_until(self.service.socket, 31)
+        self.assertEqual({serial: reply.get_body().unpack() for serial, reply in replies.items()},
+                         {serial: ({"result": False},) for serial in range(1, 31)})
+        self.assertEqual((self.service.wait(), self.service.log()), (0, ""))
 
 
 if __name__ == "__main__":

@@ -58,15 +58,15 @@ class ScratchTest(unittest.TestCase):
         for report in SANITIZER_REPORTS:
             self.assertNotIn(report, log)
 
-    def start_service(self):
+    def start_service(self, prepare=""):
         """A service without a connection, closed at the end of the test."""
-        service = Service()
+        service = Service(prepare)
         self.addCleanup(service.close)
         return service
 
-    def start_player(self, prepare=""):
+    def start_player(self, prepare="", options=()):
         """A service with a connection, closed at the end of the test."""
-        player = Player(prepare)
+        player = Player(prepare, options)
         self.addCleanup(player.close)
         return player
 

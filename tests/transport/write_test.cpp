@@ -3,9 +3,13 @@
 
 #include <pthread.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <optional>
 #include <thread>
+#include <vector>
 
 #include "protocol/keys.h"
 #include "transport/dbus/peer_connection.h"
@@ -14,6 +18,11 @@
 
 namespace tagwriter::test {
 namespace {
+
+std::optional<dbus::CallError::Kind> kindOf(const std::variant<Answer, dbus::CallError>& answer) {
+  const auto* error = std::get_if<dbus::CallError>(&answer);
+  return error ? std::optional(error->kind) : std::nullopt;
+}
 
 /// A service on its own thread, with a player connected to it.
 class Write : public testing::Test {
@@ -103,12 +112,42 @@ TEST_F(Write, RefusesTextThatWouldArriveChanged) {
     track.set("title", text);
     ValueDictionary request;
     request.set(key::kTrack, std::move(track));
-    const auto answer = client_->write(request);
-    ASSERT_TRUE(std::holds_alternative<dbus::CallError>(answer));
-    EXPECT_EQ(std::get<dbus::CallError>(answer).kind, dbus::CallError::Kind::kNotEncodable);
+    EXPECT_EQ(kindOf(client_->write(request)), dbus::CallError::Kind::kNotEncodable);
   }
   EXPECT_TRUE(write(ValueDictionary()).result) << "the connection is still usable";
   EXPECT_EQ(calls, 1);
+}
+
+TEST_F(Write, TellsARequestThatTheServiceDidNotTake) {
+  int calls = 0;
+  serve([&](const Dictionary&) { return ++calls, Answer{true, false, true}; });
+  EXPECT_TRUE(write(ValueDictionary()).result);
+  EXPECT_EQ(kindOf(client_->write(ValueDictionary())), dbus::CallError::Kind::kNotDelivered);
+  client_.reset();
+  thread_.join();
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(WriteClient, TellsARequestOfWhichTheServiceReadOnlyAPart) {
+  dbus::SocketPair sockets = dbus::makeSocketPair();
+  // The service's part of the handshake, and the reply to the ping.
+  constexpr char kReplies[] =
+      "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n"
+      "l\2\1\1\0\0\0\0\1\0\0\0\10\0\0\0\5\1u\0\1\0\0";  // and the zero byte at the end
+  ASSERT_EQ(::write(sockets.theirs.get(), kReplies, sizeof kReplies), sizeof kReplies);
+  std::string error;
+  const auto client =
+      dbus::WriteClient::join(std::move(sockets.ours), std::chrono::seconds(30), error);
+  ASSERT_NE(client, nullptr) << error;
+  std::thread service([socket = std::move(sockets.theirs)] {
+    std::vector<char> part(1 << 20);
+    ::recv(socket.get(), part.data(), part.size(), MSG_WAITALL);
+  });
+  const std::vector<std::byte> image(std::size_t{50} << 20);
+  ValueDictionary request;
+  request.set(key::kArtwork, ValueDictionary::Data(image));
+  EXPECT_EQ(kindOf(client->write(request)), dbus::CallError::Kind::kNotDelivered);
+  service.join();
 }
 
 TEST_F(Write, IsNotInterruptedBySignals) {

@@ -41,9 +41,10 @@ int answerWrite(sd_bus_message* call, sd_bus_error* error, const RequestHandler&
   if ((r = appendDictionary(raw, reply)) < 0) return r;
   sd_bus* bus = sd_bus_message_get_bus(call);
   if (answer.isLast) ::shutdown(sd_bus_get_fd(bus), SHUT_RD);
-  r = sd_bus_message_send(raw);
+  if ((r = sd_bus_message_send(raw)) < 0) return r;
   // The connection ends once all requests are read, whether or not the replies are sent.
-  return r >= 0 && answer.isLast ? sd_bus_flush(bus) : r;
+  if (answer.isLast && (r = sd_bus_flush(bus)) < 0) return r;
+  return 1;
 }
 
 }  // namespace
