@@ -11,8 +11,9 @@ enum class FileAccess {
 
 /// Confines this process, for good: it can use the descriptors that it has and those that it
 /// receives over its sockets, and opens, connects, starts and signals nothing. A process that tries
-/// is killed. It must have only one thread, and be set up: parts of the system that were not used
-/// before may fail. Memory is limited, and there are no core dumps.
+/// is killed, except that opening a file by its path fails with EACCES. It must have only one
+/// thread, and be set up: parts of the system that were not used before may fail. Memory is
+/// limited, and there are no core dumps.
 ///
 /// Logs one line if the system cannot do all of this. Returns false, with errno set, if it cannot
 /// confine a process at all; part of it may be in effect then.

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <linux/futex.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -14,15 +15,16 @@
 
 namespace tagwriter::confinement {
 
-/// Address space in bytes: twice what TagLib takes to write a text of 60 MiB, nearly the longest that
-/// fits into a message.
+/// Address space in bytes: twice what TagLib takes to write a text of 60 MiB, nearly the longest
+/// that fits into a message.
 inline constexpr unsigned long kMaxAddressSpace = 2UL << 30;
 
 // Newer than some headers.
-inline constexpr unsigned kPeerPidFd = 77;  // SO_PEERPIDFD
+inline constexpr unsigned kPeerPidFd = 77;           // SO_PEERPIDFD
+inline constexpr unsigned kNameMemory = 0x53564d41;  // PR_SET_VMA
 
-/// What any confined process keeps. Where C libraries differ in the call that they use for a
-/// function, all of these calls are here. There is no newfstatat, because it takes a path: see
+/// What any confined process keeps. Where libraries differ in the call that they use for a
+/// purpose, all of these calls are here. There is no newfstatat, because it takes a path: see
 /// fstat in confine.cpp.
 inline constexpr Rule kForEveryProcess[] = {
     // Messages and descriptors of the player.
@@ -50,14 +52,18 @@ inline constexpr Rule kForEveryProcess[] = {
     allow(SYS_pread64),
     allow(SYS_setitimer, isOneOf(0, ITIMER_PROF)),  // a limit of CPU time
 
+    // Libraries look for files that they can do without.
+    refuse(SYS_openat),
+
     // Memory: private and never executable.
     allow(SYS_brk),
-    allow(SYS_mmap, hasNoneOf(2, PROT_EXEC), hasAllOf(3, MAP_PRIVATE | MAP_ANONYMOUS),
-          hasNoneOf(3, MAP_SHARED)),
+    allow(SYS_mmap, hasNoneOf(2, PROT_EXEC), hasAllOf(3, MAP_ANONYMOUS), hasNoneOf(3, MAP_SHARED)),
     allow(SYS_mprotect, hasNoneOf(2, PROT_EXEC)),
     allow(SYS_mremap),
     allow(SYS_munmap),
     allow(SYS_madvise),
+    allow(SYS_getcpu),  // on machines with several memory nodes
+    allow(SYS_prctl, isOneOf(0, kNameMemory)),
 
     // The log: standard error only.
     allow(SYS_write, isOneOf(0, STDERR_FILENO)),
@@ -79,9 +85,9 @@ inline constexpr Rule kForEveryProcess[] = {
 
 /// What one that edits files keeps besides.
 inline constexpr Rule kForEditing[] = {
-    allow(SYS_pwrite64),
-    allow(SYS_fallocate, isOneOf(1, FALLOC_FL_KEEP_SIZE)),
+    allow(SYS_pwrite64), allow(SYS_fallocate, isOneOf(1, FALLOC_FL_KEEP_SIZE)),
     allow(SYS_ftruncate),
+    allow(SYS_prlimit64, isOneOf(0, 0), isOneOf(1, RLIMIT_FSIZE), isOneOf(2, 0)),  // reads it
 };
 
 }  // namespace tagwriter::confinement

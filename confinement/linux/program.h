@@ -7,6 +7,7 @@
 
 #include <array>
 #include <bit>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -65,7 +66,7 @@ class Program {
     const std::size_t start = size_;
     add(BPF_JMP | BPF_JEQ | BPF_K, rule.call);
     for (const Condition& condition : std::span(rule.conditions).first(rule.count)) add(condition);
-    add(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+    add(BPF_RET | BPF_K, rule.isAllowed ? SECCOMP_RET_ALLOW : SECCOMP_RET_ERRNO | EACCES);
     code_.at(start).jf = static_cast<std::uint8_t>(size_ - start - 1);  // to the next rule
   }
 

@@ -1,4 +1,4 @@
-// The language of a policy: system calls that are allowed, and conditions on their arguments.
+// The language of a policy: system calls, and conditions on their arguments.
 #pragma once
 
 #include <array>
@@ -17,11 +17,12 @@ struct Condition {
   std::size_t count = 0;                      ///< of the values
 };
 
-/// An allowed system call. All of its conditions must hold.
+/// What becomes of a system call, if all conditions hold.
 struct Rule {
   std::uint32_t call = 0;
   std::array<Condition, 3> conditions = {};
   std::size_t count = 0;  ///< of the conditions
+  bool isAllowed = true;  ///< otherwise the call fails with EACCES
 };
 
 template <typename... Values>
@@ -47,6 +48,10 @@ constexpr Condition isOwnProcess(unsigned argument) {
 template <typename... Conditions>
 constexpr Rule allow(long call, Conditions... conditions) {
   return {static_cast<std::uint32_t>(call), {conditions...}, sizeof...(conditions)};
+}
+
+constexpr Rule refuse(long call) {
+  return {static_cast<std::uint32_t>(call), {}, 0, false};
 }
 
 }  // namespace tagwriter::confinement

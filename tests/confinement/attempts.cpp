@@ -213,6 +213,11 @@ constexpr Attempt kReading[] = {
 constexpr Attempt kEditing[] = {
     {"write to the file", [](H h) -> long { return ::pwrite(h.file, "x", 1, 0); }},
     {"truncate the file", [](H h) -> long { return ::ftruncate(h.file, 1); }},
+    {"read the limit of file sizes",
+     [](H) -> long {
+       rlimit limit;
+       return ::getrlimit(RLIMIT_FSIZE, &limit);
+     }},
     {"reserve room", [](H h) -> long { return ::fallocate(h.file, FALLOC_FL_KEEP_SIZE, 1, 1); }},
 };
 
