@@ -20,9 +20,9 @@ struct Condition {
 /// What becomes of a system call, if all conditions hold.
 struct Rule {
   std::uint32_t call = 0;
+  bool isAllowed = true;  ///< otherwise the call fails with EACCES
   std::array<Condition, 3> conditions = {};
   std::size_t count = 0;  ///< of the conditions
-  bool isAllowed = true;  ///< otherwise the call fails with EACCES
 };
 
 template <typename... Values>
@@ -47,11 +47,11 @@ constexpr Condition isOwnProcess(unsigned argument) {
 
 template <typename... Conditions>
 constexpr Rule allow(long call, Conditions... conditions) {
-  return {static_cast<std::uint32_t>(call), {conditions...}, sizeof...(conditions)};
+  return {static_cast<std::uint32_t>(call), true, {conditions...}, sizeof...(conditions)};
 }
 
 constexpr Rule refuse(long call) {
-  return {static_cast<std::uint32_t>(call), {}, 0, false};
+  return {static_cast<std::uint32_t>(call), false, {}, 0};
 }
 
 }  // namespace tagwriter::confinement

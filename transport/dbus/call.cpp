@@ -7,7 +7,7 @@ namespace tagwriter::dbus {
 namespace {
 
 struct PendingCall {
-  sd_bus* bus;
+  sd_bus* bus = nullptr;
   MessageHandle& reply;
   bool isSent = false;
 };

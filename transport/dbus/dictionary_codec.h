@@ -19,8 +19,8 @@ inline constexpr int kMaxNesting = 8;
 
 /// Reads the a{sv} at the read position of `message` into `dictionary`. Texts, data and descriptors
 /// still belong to the message, which must outlive the dictionary. Values of other types are
-/// skipped; the last value of a duplicate key wins, even if its type makes it skipped. Returns 0, or
-/// a negative errno when the message is malformed.
+/// skipped; the last value of a duplicate key wins, even if its type makes it skipped. Returns 0,
+/// or a negative errno when the message is malformed.
 int readDictionary(sd_bus_message* message, ValueDictionary& dictionary);
 
 /// Appends `dictionary` to `message` as a{sv}. Returns 0 or a negative errno: -EINVAL when a text
