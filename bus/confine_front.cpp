@@ -8,40 +8,15 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdint>
 #include <cstdlib>
 
 #include <sstream>
 
 #include "base/unique_fd.h"
+#include "confinement/linux/landlock.h"
 
 namespace tagwriter::dbus {
 namespace {
-
-// What the headers of older systems lack.
-constexpr std::uint64_t kFsRefer = 1 << 13;
-constexpr std::uint64_t kFsTruncate = 1 << 14;
-constexpr std::uint64_t kFsIoctlDev = 1 << 15;
-constexpr std::uint64_t kNetBindTcp = 1 << 0;
-constexpr std::uint64_t kNetConnectTcp = 1 << 1;
-constexpr std::uint64_t kScopeAbstractSocket = 1 << 0;
-constexpr std::uint64_t kScopeSignal = 1 << 1;
-struct RulesetAttributes {
-  std::uint64_t files;
-  std::uint64_t network;
-  std::uint64_t scopes;
-};
-
-/// All that version `version` of Landlock can forbid. What it does not know must be 0.
-RulesetAttributes everythingOf(long version) {
-  RulesetAttributes rights{(LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1, 0, 0};
-  if (version >= 2) rights.files |= kFsRefer;
-  if (version >= 3) rights.files |= kFsTruncate;
-  if (version >= 4) rights.network = kNetBindTcp | kNetConnectTcp;
-  if (version >= 5) rights.files |= kFsIoctlDev;
-  if (version >= 6) rights.scopes = kScopeAbstractSocket | kScopeSignal;
-  return rights;
-}
 
 /// Lets programs below `path` be started and files be read. A missing path needs no rule.
 int allow(int ruleset, const char* path) {
@@ -80,16 +55,11 @@ int allowStartOf(int ruleset, const std::string& program) {
 
 int confineFront(const std::string& workerProgram) {
   if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return -errno;
-  const long version =
-      ::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
-  if (version < 1) return 0;
-  const RulesetAttributes rights = everythingOf(version);
-  const UniqueFd ruleset(
-      static_cast<int>(::syscall(SYS_landlock_create_ruleset, &rights, sizeof(rights), 0)));
-  if (!ruleset) return -errno;
+  const UniqueFd ruleset = confinement::createLandlockRuleset();
+  if (!ruleset) return errno == ENOSYS || errno == EOPNOTSUPP ? 0 : -errno;
   const int r = allowStartOf(ruleset.get(), workerProgram);
   if (r < 0) return r;
-  return ::syscall(SYS_landlock_restrict_self, ruleset.get(), 0) < 0 ? -errno : 0;
+  return confinement::restrictTo(ruleset) ? 0 : -errno;
 }
 
 }  // namespace tagwriter::dbus

@@ -50,7 +50,8 @@ bool confine(FileAccess access) {
   // which 0 does not.
   setLimit(RLIMIT_CORE, 1);
   if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return false;
-  if (!confinement::giveUpLandlockRights()) {
+  const UniqueFd ruleset = confinement::createLandlockRuleset();
+  if (!ruleset || !confinement::restrictTo(ruleset)) {
     logLine("%s: this kernel has no Landlock (%s); system calls are filtered nevertheless",
             program_invocation_short_name, std::strerror(errno));
   }

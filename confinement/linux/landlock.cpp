@@ -5,8 +5,6 @@
 
 #include <cstdint>
 
-#include "base/unique_fd.h"
-
 namespace tagwriter::confinement {
 namespace {
 
@@ -34,13 +32,15 @@ Ruleset everythingIn(long version) {
 
 }  // namespace
 
-bool giveUpLandlockRights() {
+UniqueFd createLandlockRuleset() {
   const long version = ::syscall(SYS_landlock_create_ruleset, nullptr, 0, kReturnVersion);
-  if (version < 0) return false;
+  if (version < 0) return {};
   const Ruleset all = everythingIn(version);
-  const UniqueFd ruleset(
-      static_cast<int>(::syscall(SYS_landlock_create_ruleset, &all, sizeof all, 0)));
-  return ruleset && ::syscall(SYS_landlock_restrict_self, ruleset.get(), 0) == 0;
+  return UniqueFd(static_cast<int>(::syscall(SYS_landlock_create_ruleset, &all, sizeof all, 0)));
+}
+
+bool restrictTo(const UniqueFd& ruleset) {
+  return ::syscall(SYS_landlock_restrict_self, ruleset.get(), 0) == 0;
 }
 
 }  // namespace tagwriter::confinement

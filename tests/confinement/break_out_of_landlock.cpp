@@ -78,7 +78,8 @@ bool doNothing() {
   return true;
 }
 bool giveUp() {
-  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && confinement::giveUpLandlockRights();
+  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+         confinement::restrictTo(confinement::createLandlockRuleset());
 }
 
 }  // namespace
