@@ -35,8 +35,9 @@ const char* ValueDictionary::getString(const char* key) const {
 }
 
 std::int64_t ValueDictionary::getInt64(const char* key) const {
-  const auto* value = find<std::int64_t>(key);
-  return value ? *value : 0;
+  if (const auto* value = find<std::int64_t>(key)) return *value;
+  const auto* value = find<std::uint64_t>(key);
+  return value && std::in_range<std::int64_t>(*value) ? static_cast<std::int64_t>(*value) : 0;
 }
 
 std::optional<std::uint64_t> ValueDictionary::getUint64(const char* key) const {

@@ -14,12 +14,12 @@ INVALID_ARGS = "org.freedesktop.DBus.Error.InvalidArgs"
 
 # Values that are neither s, x, ay, a{sv} nor h.
 WRONG_TYPES = [TRUE, *(GLib.Variant(*pair) for pair in (
-    ("t", 1), ("i", 1), ("u", 0), ("d", 1.5), ("o", "/a"), ("g", "s"), ("as", ["title"]),
+    ("d", 1.5), ("o", "/a"), ("g", "s"), ("as", ["title"]),
     ("(s)", ["title"]), ("v", text("title")), ("a{ss}", {"title": "New"})))]
 
 # Types that the service does not know.
 UNKNOWN_TYPES = [GLib.Variant(*pair) for pair in (
-    ("y", 1), ("n", -1), ("q", 1), ("o", "/a"), ("g", "a{sv}"), ("as", []), ("a{us}", {1: "b"}),
+    ("o", "/a"), ("g", "a{sv}"), ("as", []), ("a{us}", {1: "b"}),
     ("(isd)", (1, "a", 2.0)), ("aay", [b"a"]), ("av", [number(1), text("a")]),
     ("a{sa{sv}}", {"a": {"b": text("c")}}), ("ah", [0, 0]), ("a" * 32 + "y", []))]
 
@@ -109,6 +109,15 @@ class Values(RequestTest):
                 ("compilation", TRUE, "COMPILATION", "1")]:
             self.assertTrue(self.write_field(field, value, self.path))
             self.assertEqual(self.tags()[item], [expected])
+
+    def test_integers_are_taken_in_every_type(self):
+        for kind, value in (("y", 255), ("n", -2), ("q", 65535), ("i", -3), ("u", 2**31 - 1),
+                            ("x", -2**31), ("t", 70000)):
+            with self.subTest(type=kind):
+                self.assertTrue(self.write_field("bpm", GLib.Variant(kind, value), self.path))
+                self.assertEqual(self.tags()["TEMPO"], [str(value)])
+        self.assertTrue(self.write_field("bpm", GLib.Variant("t", 2**63), self.path))
+        self.assertNotIn("TEMPO", self.tags())
 
     def test_of_other_types_count_as_missing_and_clear_the_field(self):
         for field, item, good, others in [

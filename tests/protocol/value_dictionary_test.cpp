@@ -30,7 +30,7 @@ std::string answers(const ValueDictionary& dictionary, const char* key) {
   return text;
 }
 
-TEST(ValueDictionary, GivesEachValueToItsOwnGetterOnly) {
+TEST(ValueDictionary, GivesEachValueToItsGetters) {
   ValueDictionary nested;
   nested.set("inner", "value");
   const std::pair<ValueDictionary::Value, std::string> values[] = {
@@ -38,7 +38,8 @@ TEST(ValueDictionary, GivesEachValueToItsOwnGetterOnly) {
       {BorrowedText{"borrowed"}, "string borrowed"},
       {ByteString{"\xff.mp3"}, "string \xff.mp3"},
       {std::int64_t{-5}, "int64 -5"},
-      {std::uint64_t{5}, "uint64 5"},
+      {std::uint64_t{5}, "int64 5uint64 5"},
+      {std::uint64_t{1} << 63, "uint64 9223372036854775808"},
       {2.5, "double 2.500000"},
       {true, "bool"},
       {ValueDictionary::Data(kBytes), "data 3"},

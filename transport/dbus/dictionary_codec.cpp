@@ -27,6 +27,38 @@ int readBytes(sd_bus_message* message, std::span<const std::byte>& bytes) {
   return r;
 }
 
+/// Reads one integer of the D-Bus type `type`; `Wire` is the C type for it.
+template <typename Wire>
+int readInteger(sd_bus_message* message, char type, std::optional<ValueDictionary::Value>& value) {
+  Wire number = 0;
+  const int r = readBasic(message, type, number);
+  if (r >= 0) value = static_cast<std::int64_t>(number);
+  return r;
+}
+
+/// Reads one integer, of any type that always fits into int64: bindings choose the type by the
+/// number, or by the type that their language has.
+int readInteger(sd_bus_message* message, char type, std::optional<ValueDictionary::Value>& value) {
+  switch (type) {
+    case SD_BUS_TYPE_BYTE:
+      return readInteger<std::uint8_t>(message, type, value);
+    case SD_BUS_TYPE_INT16:
+      return readInteger<std::int16_t>(message, type, value);
+    case SD_BUS_TYPE_UINT16:
+      return readInteger<std::uint16_t>(message, type, value);
+    case SD_BUS_TYPE_INT32:
+      return readInteger<std::int32_t>(message, type, value);
+    case SD_BUS_TYPE_UINT32:
+      return readInteger<std::uint32_t>(message, type, value);
+    default:
+      return readInteger<std::int64_t>(message, type, value);
+  }
+}
+
+bool isInteger(std::string_view contents) {
+  return contents.size() == 1 && std::string_view("ynqiux").find(contents[0]) != contents.npos;
+}
+
 int readDictionaryAt(sd_bus_message* message, ValueDictionary& dictionary, int level);
 
 /// Reads the contents of a variant with the signature `contents`, at the nesting `level`. Leaves
@@ -45,9 +77,8 @@ int readValue(sd_bus_message* message, std::string_view contents, std::string_vi
     } else {
       value = bytes;
     }
-  } else if (contents == "x") {
-    std::int64_t number = 0;
-    if ((r = readBasic(message, SD_BUS_TYPE_INT64, number)) >= 0) value = number;
+  } else if (isInteger(contents)) {
+    r = readInteger(message, contents[0], value);
   } else if (contents == "t") {
     std::uint64_t number = 0;
     if ((r = readBasic(message, SD_BUS_TYPE_UINT64, number)) >= 0) value = number;

@@ -3,7 +3,9 @@
 //   wire          dictionary
 //   s             std::string
 //   ay            Data, borrowed from the message; ByteString under the key "path"
-//   x t d b       int64, uint64, double, bool
+//   y n q i u x   int64
+//   t             uint64, which getInt64 reads too
+//   d b           double, bool
 //   h             BorrowedFd, borrowed from the message
 //   a{sv}         ValueDictionary
 #pragma once
