@@ -1,4 +1,4 @@
-// Reads of a file in a few large blocks instead of many small ones.
+// Reads a file in a few large blocks instead of many small ones.
 #pragma once
 
 #include <array>
@@ -9,7 +9,8 @@
 
 namespace tagwriter {
 
-/// Keeps the blocks of the file that were read last. The file must not change meanwhile.
+/// Keeps the blocks of the file that were used last. What has been overwritten in the file must not
+/// be read any more.
 class BlockCache {
  public:
   /// `file` is borrowed; `length` is its length in bytes.

@@ -23,7 +23,7 @@ using Page = std::array<char, kPageSize>;
 /// A piece that is not in the file yet, or not where it belongs.
 struct Change {
   const Piece* piece;
-  std::uint64_t start;  ///< in the file as it shall be
+  std::uint64_t start;  ///< in the new file
 
   std::uint64_t end() const { return start + piece->length; }
   bool moves() const { return piece->kind == Kind::kFile; }
@@ -35,7 +35,7 @@ struct Change {
 struct Stretch {
   std::uint64_t start;
   std::uint64_t end;
-  bool towardsEnd;  ///< starts with what moves towards the end; holds nothing that moves otherwise
+  bool towardsEnd;  ///< starts with what moves towards the end; nothing in it moves the other way
 };
 
 /// Whether this process may write up to `end`, whether or not that makes a file longer.
@@ -80,7 +80,7 @@ class Commit {
     }
   }
 
-  /// Whether anything moves, or new bytes are others than those in the file.
+  /// Whether anything moves, or new bytes differ from those in the file.
   bool differs() {
     return std::any_of(changes_.begin(), changes_.end(), [this](const Change& change) {
       if (change.moves()) return true;
@@ -95,8 +95,9 @@ class Commit {
     });
   }
 
-  /// Writes what lies behind the old end, which is no source of anything that moves. Within one
-  /// page that is left to overwrite(): the room is there, and one write happens or does not.
+  /// Writes what lies beyond the old end; no byte of the old file is overwritten there. If all
+  /// changes are in one page, overwrite() does it: the room is there, and a single write succeeds
+  /// or fails as a whole.
   bool grow() {
     const bool needsRoom = oldLength() == 0 || pageOf(oldLength() - 1) != pageOf(newLength_ - 1);
     if (!needsRoom && isOnePart() && pageOf(changes_.front().start) == pageOf(newLength_ - 1)) {
@@ -125,12 +126,13 @@ class Commit {
                                                    }) == stretches_.end();
   }
 
-  /// The end of what is left to write of it.
+  /// The end of the part that is not written yet.
   std::uint64_t endOf(const Stretch& stretch) const { return std::min(stretch.end, written_); }
 
-  // New bytes may be written along with their stretch. What moves towards the end comes before any
-  // new byte of its stretch, so all that lies before the stretch comes from before it. In the other
-  // direction, what moves lands before its source, and what moves towards the end is done.
+  // New bytes can be written along with their stretch. A stretch towards the end starts with bytes
+  // that move, so everything before the stretch comes from before it, and nothing that is
+  // overwritten is needed any more. In the other direction, bytes land before their source, and
+  // everything that moves towards the end has been written.
 
   bool moveTowardsEnd() {
     return std::all_of(stretches_.rbegin(), stretches_.rend(), [this](const Stretch& stretch) {
@@ -184,8 +186,8 @@ class Commit {
     return written == count;
   }
 
-  /// The `count` bytes at `start` as they shall be, all of which are in changes; valid until the
-  /// next call. Null when they cannot be read.
+  /// The `count` new bytes at `start`, all of which are in changes; valid until the next call. Null
+  /// when they cannot be read.
   const char* blockAt(std::uint64_t start, std::uint64_t count) {
     const std::uint64_t end = start + count;
     const auto first =
@@ -202,8 +204,8 @@ class Commit {
     return block_.data();
   }
 
-  /// Reads what moves within the block. Pieces that move alike are read at once, with the bytes
-  /// between them, which become new ones.
+  /// Reads the parts of the block that move. Pieces that move by the same distance are read at
+  /// once, with the bytes between them, which copyNew() replaces.
   bool readMoved(std::span<const Change> changes, std::uint64_t start, std::uint64_t end) {
     for (auto change = changes.begin(); change != changes.end();) {
       if (!change->moves()) {
@@ -241,8 +243,8 @@ class Commit {
   BlockCache& source_;  // never asked for what has been overwritten
   FDFileStream& file_;
   std::vector<char> block_;
-  std::uint64_t written_ = UINT64_MAX;  ///< from there on everything is written
-  bool overwrote_ = false;              ///< a byte of the old file
+  std::uint64_t written_ = UINT64_MAX;  ///< everything from here on is written
+  bool overwrote_ = false;              ///< whether a byte of the old file is overwritten
 };
 
 }  // namespace

@@ -1,13 +1,13 @@
-// An end to work that would never end.
+// Limits the CPU time of work that might never end.
 #pragma once
 
 namespace tagwriter {
 
-/// While it lives, the process may use so much CPU time and no more: the system then ends it with
-/// SIGPROF. Only one may live at a time in a process.
+/// Limits the CPU time of the process while it lives: beyond the limit, the system sends SIGPROF,
+/// which must be neither ignored nor blocked and ends the process. Only one may live at a time.
 class CpuLimit {
  public:
-  /// `seconds` counts from now, in all threads together.
+  /// `seconds` of CPU time, counted from now, of all threads together.
   explicit CpuLimit(long seconds);
   ~CpuLimit();
   CpuLimit(const CpuLimit&) = delete;

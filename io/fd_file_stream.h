@@ -1,9 +1,10 @@
 // A TagLib stream over a file that the player has opened.
 //
-// Every TagLib file class reads and rewrites the file through this stream. It works like TagLib's
-// own FileStream (same buffer sizes, same way of moving the rest of a file), with three
-// differences: it uses a descriptor instead of a path, it reports errors on standard error, and it
-// asks the player to truncate the file if the request has a truncation endpoint.
+// In the service, TagLib sees it only through StagedStream, which reads and writes it with the
+// calls at the end of the class. Used alone, it works like TagLib's own FileStream (same buffer
+// sizes, same way of moving the rest of a file), with three differences: it uses a descriptor
+// instead of a path, it reports errors on standard error, and it asks the player to truncate the
+// file if the request has a truncation endpoint.
 #pragma once
 
 #include <tiostream.h>
@@ -19,9 +20,9 @@ class TruncationConnection;
 
 namespace TagLib {
 
-/// A stream over an open descriptor. No operation throws or returns an error: TagLib sees a failed
-/// read as a short one, and failed writes are counted (io/lost_writes.h). If the stream could not
-/// be opened, no operation does anything.
+/// A stream over an open descriptor. No operation of IOStream throws or returns an error: TagLib
+/// sees a failed read as a short one, and failures are counted (io/lost_writes.h) if the stream is
+/// open for update. If the stream could not be opened, no operation does anything.
 class FDFileStream : public IOStream {
  public:
   /// Opens `fd` for update, or for reading if it is not writable or `openReadOnly` is set. Starts
@@ -81,24 +82,24 @@ class FDFileStream : public IOStream {
   /// the player fails there is no fallback: the file keeps its length.
   void truncate(long length) override;
 
-  // For what bypasses the position and the buffer of the stream; not to be mixed with the above.
-  // Offsets and sizes are in bytes.
+  // These bypass the position and the buffer of the stream, and must not be mixed with reads,
+  // writes and seeks. Offsets and sizes are in bytes. Failures are returned, not counted.
 
   struct Extent {
-    std::uint64_t length;  ///< of the file; 0 if that cannot be told
-    std::uint64_t blocks;  ///< that it takes on the disk, also behind its end
+    std::uint64_t length;  ///< of the file, in bytes; 0 if unknown
+    std::uint64_t blocks;  ///< of 512 bytes on the disk, including those beyond the end
     bool operator==(const Extent&) const = default;
   };
-  /// How large the file is.
+  /// The size of the file.
   Extent extent() const;
   /// Reads exactly `size` bytes at `offset` into `bytes`; false when that fails.
   bool readAt(std::uint64_t offset, char* bytes, std::size_t size);
   /// Writes `size` bytes at `offset`. Returns how many were written; fewer only after a failure.
   std::size_t writeAt(std::uint64_t offset, const char* bytes, std::size_t size);
-  /// Reserves room for `size` bytes behind the end of the file, which keeps its length. False when
-  /// there is none; true also where the file system cannot tell.
+  /// Reserves room for `size` bytes beyond the end of the file, which keeps its length. False if
+  /// that fails; true also if the file system cannot reserve room.
   bool reserve(std::uint64_t size);
-  /// Gives back what is reserved behind the end, if the system lets it.
+  /// Releases what is reserved beyond the end, if the system allows it.
   void releaseReserved();
 
  private:

@@ -1,12 +1,12 @@
-// Counts failed writes, because TagLib's streams cannot report them.
+// Counts failures that may have left a file damaged, because TagLib's streams cannot report them.
 #pragma once
 
 #include <cstdint>
 
 namespace tagwriter {
 
-/// How many times since the start of the process a stream that is open for update failed to write
-/// or read: because of a full disk, a quota, a file size limit or a bad sector.
+/// How many such failures there have been since the start of the process: a read or write that
+/// failed after part of a file had been overwritten, a truncation, or closing a file.
 std::uint64_t lostWrites();
 
 /// Counts one more. May be called from several threads.

@@ -9,20 +9,22 @@
 
 namespace tagwriter {
 
-/// Keeps bytes where they are for its own life. Small ones lie together: each in a block of the
-/// heap of its own would leave holes between them, and an Ogg file has tens of thousands.
+/// Keeps bytes at a fixed address as long as it lives. Small amounts are stored together: a
+/// separate heap block for each would leave holes, and an edit of an Ogg file has tens of
+/// thousands.
 class NewBytes {
  public:
   struct Kept {
     const char* bytes = nullptr;
-    bool isShared = false;  ///< with a vector, so they must not be changed
+    bool isShared = false;  ///< with a ByteVector, so they must not be changed
   };
 
-  /// Keeps the bytes of `data` from `start` to `end`, in memory shared with `data` if they are many
-  /// and most of it. Others are copied behind those copied last, as long as there is room.
+  /// Keeps the bytes of `data` from `start` up to `end`, which is not included. Shares the memory
+  /// of `data` if they are many and more than half of it. Otherwise copies them, directly after the
+  /// bytes that were copied last if there is room.
   Kept keep(const TagLib::ByteVector& data, unsigned start, unsigned end);
 
-  /// How much memory that takes, in bytes.
+  /// How much memory all kept bytes take, in bytes.
   std::uint64_t memory() const { return memory_; }
 
  private:
@@ -31,7 +33,7 @@ class NewBytes {
 
   std::forward_list<TagLib::ByteVector> shared_;
   std::forward_list<std::unique_ptr<char[]>> blocks_;
-  char* free_ = nullptr;  ///< what is left of the first block
+  char* free_ = nullptr;  ///< the unused part of the first block
   unsigned left_ = 0;
   std::uint64_t memory_ = 0;
 };

@@ -1,4 +1,4 @@
-// Detects the codec in an Ogg file whose extension does not tell.
+// Detects the codec in an Ogg file whose extension does not determine it.
 #pragma once
 
 namespace tagwriter {

@@ -82,7 +82,7 @@ void PieceTable::replace(std::uint64_t start, std::uint64_t replaced, const Byte
   if (count > 0) put(next, start, {Kind::kNew, count, 0, newBytes_.keep(data, from, to)});
 }
 
-/// Overwrites new bytes by as many others, if they are in one piece.
+/// Overwrites new bytes in place, if they are all in one piece.
 bool PieceTable::overwrite(std::uint64_t start, const char* bytes, unsigned count) {
   if (count == 0) return true;
   moveTo(start);
@@ -95,8 +95,8 @@ bool PieceTable::overwrite(std::uint64_t start, const char* bytes, unsigned coun
   return true;
 }
 
-/// Puts new bytes in front of `next`, the piece at `start`. They join those before them if they lie
-/// behind them in memory too, so that a few bytes written many times in a row are one piece.
+/// Inserts new bytes before `next`, the piece at `start`. They join the piece before them if they
+/// directly follow it in memory too, so that many short writes in a row become one piece.
 void PieceTable::put(Position next, std::uint64_t start, const Piece& piece) {
   length_ += piece.length;
   if (next != pieces_.begin()) {

@@ -1,7 +1,7 @@
-// A file as it shall be: a list of ranges of the file as it is, of new bytes and of zeros.
+// A plan for a file: a list of ranges of the old file, new bytes and zeros.
 //
 // Replacing, inserting and removing are operations on the list; no byte is moved. The ranges of the
-// file stay in their order, because bytes are only ever put between them or taken out.
+// old file stay in order, because bytes are only ever inserted between them or removed.
 #pragma once
 
 #include <tbytevector.h>
@@ -14,28 +14,28 @@
 
 namespace tagwriter {
 
-/// A part of the file as it shall be.
+/// A part of the new file.
 struct Piece {
   enum class Kind { kFile, kNew, kZeros };
 
   Kind kind;
   std::uint64_t length;      ///< in bytes, never 0
-  std::uint64_t offset = 0;  ///< kFile: where the range starts in the file as it is
+  std::uint64_t offset = 0;  ///< kFile: where the range starts in the old file
   NewBytes::Kept kept = {};  ///< kNew
 };
 
 /// The list of pieces. Operations near the previous one are cheap, whatever the number of pieces.
 class PieceTable {
  public:
-  /// The file of `fileLength` bytes as it is.
+  /// A plan that leaves a file of `fileLength` bytes unchanged.
   explicit PieceTable(std::uint64_t fileLength);
 
-  /// The length of the file as it shall be.
+  /// The length of the new file in bytes.
   std::uint64_t length() const { return length_; }
 
-  /// Puts the bytes of `data` from `from` to `to` in place of the `replaced` bytes at `start`. What
-  /// lies between the end and a `start` beyond it becomes zeros; of a range that reaches beyond the
-  /// end only what there is is replaced.
+  /// Replaces the `replaced` bytes at `start` with the bytes of `data` from `from` up to `to`,
+  /// which is not included. If `start` is beyond the end, the gap is filled with zeros. If the
+  /// range reaches beyond the end, only its existing part is replaced.
   void replace(std::uint64_t start, std::uint64_t replaced, const TagLib::ByteVector& data,
                unsigned from, unsigned to);
 
@@ -60,7 +60,7 @@ class PieceTable {
 
   const std::list<Piece>& pieces() const { return pieces_; }
 
-  /// How much memory the plan takes, in bytes; what has been replaced again counts, too.
+  /// How much memory the plan takes, in bytes, including new bytes that were replaced again.
   std::uint64_t memory() const { return newBytes_.memory() + pieces_.size() * kPerPiece; }
 
  private:

@@ -27,8 +27,8 @@ unsigned startOfDifference(const char* a, const char* b, unsigned i, unsigned co
   return i;
 }
 
-/// The end of the difference that starts at `i`. Short stretches of equal bytes belong to it: a new
-/// piece costs more than they do.
+/// The end of the difference that starts at `i`. Short runs of equal bytes count as part of it: a
+/// new piece costs more than they do.
 unsigned endOfDifference(const char* a, const char* b, unsigned i, unsigned count) {
   constexpr unsigned kWorthAPiece = 32;
   for (unsigned end = i + 1;;) {
@@ -149,8 +149,8 @@ bool StagedStream::isWithinReach(std::uint64_t start, std::uint64_t replaced, st
   return !refused_;
 }
 
-/// Replaces the range in the plan, without what is the same already. Returns false, and does
-/// nothing, when the plan is refused.
+/// Replaces the range in the plan, except for bytes that are already the same. Returns false when
+/// the plan is refused.
 bool StagedStream::change(std::uint64_t start, std::uint64_t replaced, const ByteVector& data) {
   if (!isWithinReach(start, replaced, data.size())) return false;
   if (replaced > data.size() && start > plan_.length()) plan_.resize(start);
@@ -165,7 +165,8 @@ bool StagedStream::change(std::uint64_t start, std::uint64_t replaced, const Byt
   }
   return !refused_;
 }
-/// Overwrites the range at `start`, all of which is there, where it differs from `data`.
+
+/// Overwrites the existing range at `start` where it differs from `data`.
 void StagedStream::overwrite(std::uint64_t start, const ByteVector& data) {
   Chunk old;
   for (unsigned done = 0; done < data.size(); done += kChunkSize) {

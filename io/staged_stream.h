@@ -14,15 +14,14 @@
 
 namespace TagLib {
 
-/// A stream over a file that keeps all changes to itself. No operation throws or reports failure. A
-/// plan that cannot be carried out is refused as soon as that shows, and every later operation does
-/// nothing: a read that fails, a range that no file can have, a file or a plan that would grow
-/// without measure.
+/// A stream over a file that keeps all changes in memory. No operation throws or reports failure.
+/// The plan is refused if a read fails, a range is beyond what a file can hold, or the file or the
+/// plan would exceed its limit. After that, reads return nothing and changes have no effect.
 class StagedStream final : public IOStream {
  public:
-  /// `file` is borrowed and must not be used otherwise for the life of this object. The plan may
-  /// not let the file grow by more than `maxGrowth` bytes, nor take more memory than that and the
-  /// largest tag that a file can have.
+  /// `file` is borrowed and must not be used directly while this object lives. The plan is refused
+  /// if the file would grow by more than `maxGrowth` bytes, or if the plan takes more memory than
+  /// that plus the size of the largest possible tag.
   StagedStream(FDFileStream& file, std::uint64_t maxGrowth);
 
   FileName name() const override { return file_.name(); }
@@ -43,9 +42,9 @@ class StagedStream final : public IOStream {
   /// Whether the plan cannot be carried out.
   bool refused() const { return refused_; }
 
-  /// Puts the plan into the file. Returns whether the file is as planned; false when the plan was
-  /// refused or there is no room for it, and then the file is as it was. What is lost after that
-  /// point is counted (io/lost_writes.h). To be called once, at the end.
+  /// Carries out the plan. Returns false, and the file is as it was, if the plan was refused or
+  /// commitPlan() (io/commit.h) returns false. After true, the file is as planned unless a failure
+  /// was counted (io/lost_writes.h). To be called once, at the end.
   bool commit();
 
  private:
@@ -64,7 +63,7 @@ class StagedStream final : public IOStream {
   tagwriter::BlockCache cache_;
   tagwriter::PieceTable plan_;
   std::uint64_t position_ = 0;
-  bool metEnd_ = false;  ///< as of C streams: reads give nothing until a seek or clear()
+  bool metEnd_ = false;  ///< as in C streams: reads return nothing until a seek or clear()
   bool refused_ = false;
 };
 

@@ -1,4 +1,4 @@
-// From a descriptor to the stream through which TagLib reads and rewrites the file.
+// Opens a descriptor as the stream through which TagLib reads and edits the file.
 #pragma once
 
 #include <utility>
@@ -10,20 +10,20 @@
 
 namespace tagwriter {
 
-/// How much CPU time an operation may take before its process ends: some damaged files keep TagLib
-/// busy for hours.
+/// How much CPU time planning an edit may take before the process is ended: some damaged files keep
+/// TagLib busy for hours.
 inline constexpr long kMaxPlanningSeconds = 30;
 
-/// How much larger than before an edit may leave the file, in bytes: more than twice what `request`
-/// carries, and some megabytes of padding besides, is no edit but a damaged file.
+/// How many bytes an edit may add to the file: twice the size of the cover and the new text in
+/// `request`, plus some megabytes for padding. If TagLib adds more, the file is damaged.
 std::uint64_t maxGrowthFor(const Dictionary& request);
 
-/// Runs operation(stream) on a stream over `fd` that keeps all changes to itself, and puts them
-/// into the file when the operation returns true. Returns whether both succeeded: after false the
-/// file is as it was, and so it is if the operation takes too long and the process ends. `fd` is
-/// closed on every path, also when it cannot be opened as a stream. `path` (UTF-8, never opened,
-/// may be null) is the stream's name; `request` is borrowed. What the operation throws passes
-/// through.
+/// Runs operation(stream) on a stream over `fd` that keeps all changes in memory, and writes them
+/// to the file if the operation returns true. Returns whether both succeeded (for the second part
+/// see StagedStream::commit()). After false the file is as it was, and also if the operation takes
+/// too long and the process ends. `fd` is closed in any case, even if it cannot be opened as a
+/// stream. `path` (UTF-8, never opened, may be null) is the stream's name; `request` is borrowed.
+/// Exceptions of the operation pass through.
 template <typename Operation>
 bool withStream(UniqueFd fd, const char* path, const Dictionary& request,
                 const Operation& operation) {

@@ -16,8 +16,9 @@ constexpr char kIntroduction[] =
 
 What an edit in place leaves behind if a system call fails or the service is killed. Each edit below
 was made again and again, with a different fault each time: at the first read, at the second read,
-and so on to the last call. Each fault happened once and, in a second request, from then on; with a
-file system that can reserve room and with one that cannot.
+and so on to the last call. Each fault was tried as a single failure and as one that lasts; with a
+file system that can reserve room and with one that cannot; and with truncation by the service and
+by the player.
 
 An edit has four steps:
 
@@ -30,10 +31,10 @@ An edit has four steps:
 
 Only step 3 can damage a file: if a write or read fails, or the process is killed, after the first
 byte has been overwritten, the file is partly old and partly new. An edit that fits into the padding
-overwrites only the tag. A full disk is noticed in step 2. In step 3 it matters only if the file
-system needs room to overwrite, as those do that copy on write; the table has that case too. Power
-failures were not simulated. In place, they can do what a kill does, and more, because the disk may
-store the writes in another order.
+overwrites only the tag. A full disk is noticed in step 2. In step 3 it matters only where
+overwriting needs room too: on a file system that copies on write, or in a file with holes. The
+table includes that case. Power failures were not simulated. In place, they can do what a kill does,
+and more, because the disk may store the writes in another order.
 
 **Safe mode** avoids all of this: it edits a copy, and replaces the file only with a copy that is
 complete.
@@ -46,18 +47,18 @@ constexpr char kColumns[] =
 - **true**, without `incomplete`: the file is as planned.
 - **false**: the file is as before.
 - **incomplete**: `incomplete` is in the reply. Read the file again, or restore it.
-- **none**: the service died. The caller's connection breaks.
+- **none**: the service died. The caller gets an error or loses its connection.
 
 The file:
 
-- **before**: bit for bit as it was.
+- **before**: byte for byte as it was.
 - **before+**: as it was, with more bytes at its end. The audio is complete. A tag at the end of the
   file is no longer found.
-- **written**: bit for bit as planned.
+- **written**: byte for byte as planned.
 - **written+**: as planned, with old bytes at its end, because it was not truncated.
-- **damaged**: neither. The tag may be unreadable, and audio may be lost.
+- **damaged**: none of these. The tag may be unreadable, and audio may be lost.
 
-The number of requests depends on the number of calls, so it is no probability.
+The numbers depend on how many calls an edit makes. They are not probabilities.
 
 )";
 
@@ -84,11 +85,11 @@ class Document {
               << " of these without telling the caller.\n\n## By fault\n\n"
               << kColumns;
     printFaults();
-    std::cout << "\n## By edit\n\nHow many requests damaged the file, of all with a fault.\n\n";
+    std::cout << "\n## By edit\n\nHow many of the requests with a fault damaged the file.\n\n";
     printEdits();
-    std::cout << "\n## By what the service was doing\n\nHow many files were afterwards as before, "
-                 "written, damaged. *As before* and *written*\ninclude files with more bytes at "
-                 "their end.\n\n";
+    std::cout << "\n## By what the service was doing\n\nHow many files ended up as before, written "
+                 "and damaged, in this order. *As before* and *written*\ninclude files with more "
+                 "bytes at their end.\n\n";
     printStages();
   }
 

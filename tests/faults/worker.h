@@ -13,7 +13,7 @@ namespace tagwriter::test {
 
 /// What a file is after a request.
 enum class Outcome {
-  kBefore,          ///< as it was, bit for bit
+  kBefore,          ///< as it was, byte for byte
   kBeforeAndMore,   ///< as it was, with more bytes at its end
   kWritten,         ///< as planned
   kWrittenAndMore,  ///< as planned, with old bytes at its end
