@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <exception>
 #include <span>
 #include <vector>
 
@@ -18,6 +19,7 @@ using Kind = Piece::Kind;
 
 constexpr std::uint64_t kBlockSize = 1 << 20;
 constexpr std::uint64_t kPageSize = 4096;
+constexpr std::uint64_t kSmallestBlock = 512;  // that a file system allocates
 using Page = std::array<char, kPageSize>;
 
 /// A piece that is not in the file yet, or not where it belongs.
@@ -58,16 +60,24 @@ class Commit {
     }
   }
 
+  /// Returns what commitPlan does.
   bool run() {
+    try {
+      return carryOut();
+    } catch (const std::exception&) {  // out of memory
+      return overwrote_ ? lose() : undo();
+    }
+  }
+
+ private:
+  bool carryOut() {
     if (newLength_ == oldLength() && !differs()) return true;
     if (!changes_.empty() && !isWithinSizeLimit(changes_.back().end())) return false;
     if (newLength_ > oldLength() && !grow()) return undo();
     if (!overwrite()) return overwrote_ ? lose() : undo();
-    if (newLength_ < oldLength()) file_.truncate(static_cast<long>(newLength_));
-    return true;
+    return newLength_ >= oldLength() || truncate(newLength_) ? true : lose();
   }
 
- private:
   std::uint64_t oldLength() const { return oldExtent_.length; }
 
   void add(Change change, bool towardsEnd) {
@@ -99,8 +109,8 @@ class Commit {
   /// changes are in one page, overwrite() does it: the room is there, and a single write succeeds
   /// or fails as a whole.
   bool grow() {
-    const bool needsRoom = oldLength() == 0 || pageOf(oldLength() - 1) != pageOf(newLength_ - 1);
-    if (!needsRoom && isOnePart() && pageOf(changes_.front().start) == pageOf(newLength_ - 1)) {
+    const bool needsRoom = !isInOne(kSmallestBlock, oldLength() - 1, newLength_ - 1);
+    if (!needsRoom && isOnePart() && isInOne(kPageSize, changes_.front().start, newLength_ - 1)) {
       return true;
     }
     written_ = oldLength();
@@ -108,7 +118,9 @@ class Commit {
            writeForwards(oldLength(), newLength_);
   }
 
-  static std::uint64_t pageOf(std::uint64_t offset) { return offset / kPageSize; }
+  static bool isInOne(std::uint64_t size, std::uint64_t offset, std::uint64_t other) {
+    return offset / size == other / size;
+  }
 
   bool overwrite() {
     // What is in memory before it is written can be written in any order.
@@ -148,13 +160,19 @@ class Commit {
 
   /// Nothing was overwritten: only the length, and what was reserved, may have to go back.
   bool undo() {
-    const FDFileStream::Extent now = file_.extent();
-    if (now.length == oldLength()) {
-      if (now.blocks > oldExtent_.blocks) file_.releaseReserved();
+    const auto now = file_.extent();
+    if (now && now->length == oldLength()) {
+      if (now->blocks > oldExtent_.blocks) file_.releaseReserved();
       return false;
     }
-    file_.truncate(static_cast<long>(oldLength()));
-    return file_.extent().length == oldLength() ? false : lose();
+    return truncate(oldLength()) ? false : lose();
+  }
+
+  /// Returns whether the file has that length now, whatever the player says.
+  bool truncate(std::uint64_t length) {
+    file_.truncate(static_cast<long>(length));
+    const auto now = file_.extent();
+    return now && now->length == length;
   }
 
   static bool lose() {

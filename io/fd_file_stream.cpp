@@ -176,7 +176,8 @@ void FDFileStream::removeBlock(unsigned long start, unsigned long length) {
 /// Whether a file can have the range. Beyond the end only a seek shows the file system's limit.
 bool FDFileStream::isWithinReach(unsigned long start, unsigned long length) const {
   if (start > LONG_MAX || length > LONG_MAX - start) return false;
-  if (start + length <= extent().length) return true;
+  const auto now = extent();
+  if (now && start + length <= now->length) return true;
   const long position = std::ftell(d->file);
   const bool possible = std::fseek(d->file, static_cast<long>(start + length), SEEK_SET) == 0;
   std::fseek(d->file, position, SEEK_SET);
@@ -237,10 +238,11 @@ long FDFileStream::length() {
   return end;
 }
 
-FDFileStream::Extent FDFileStream::extent() const {
+std::optional<FDFileStream::Extent> FDFileStream::extent() const {
   struct stat status {};
-  if (::fstat(descriptor(), &status) != 0) return {};
-  return {static_cast<std::uint64_t>(status.st_size), static_cast<std::uint64_t>(status.st_blocks)};
+  if (::fstat(descriptor(), &status) != 0) return std::nullopt;
+  return Extent{static_cast<std::uint64_t>(status.st_size),
+                static_cast<std::uint64_t>(status.st_blocks)};
 }
 
 bool FDFileStream::readAt(std::uint64_t offset, char* bytes, std::size_t size) {
@@ -268,12 +270,15 @@ std::size_t FDFileStream::writeAt(std::uint64_t offset, const char* bytes, std::
 }
 
 bool FDFileStream::reserve(std::uint64_t size) {
-  return tagwriter::reserveRoom(descriptor(), extent().length, size);
+  const auto now = extent();
+  return now && tagwriter::reserveRoom(descriptor(), now->length, size);
 }
 
 void FDFileStream::releaseReserved() {
   // A truncation to the same length. Where it fails the room stays reserved and nothing is lost.
-  (void)!::ftruncate(descriptor(), static_cast<off_t>(extent().length));
+  if (const auto now = extent()) {
+    (void)!::ftruncate(descriptor(), static_cast<off_t>(now->length));
+  }
 }
 
 bool FDFileStream::connectForTruncation() {

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace tagwriter {
 class Dictionary;
@@ -91,7 +92,7 @@ class FDFileStream : public IOStream {
     bool operator==(const Extent&) const = default;
   };
   /// The size of the file.
-  Extent extent() const;
+  std::optional<Extent> extent() const;
   /// Reads exactly `size` bytes at `offset` into `bytes`; false when that fails.
   bool readAt(std::uint64_t offset, char* bytes, std::size_t size);
   /// Writes `size` bytes at `offset`. Returns how many were written; fewer only after a failure.

@@ -43,12 +43,17 @@ unsigned endOfDifference(const char* a, const char* b, unsigned i, unsigned coun
 }  // namespace
 
 StagedStream::StagedStream(FDFileStream& file, std::uint64_t maxGrowth)
+    : StagedStream(file, file.extent(), maxGrowth) {}
+
+StagedStream::StagedStream(FDFileStream& file, const std::optional<FDFileStream::Extent>& extent,
+                           std::uint64_t maxGrowth)
     : file_(file),
-      extent_(file.extent()),
+      extent_(extent.value_or(FDFileStream::Extent{})),
       maxLength_(extent_.length + maxGrowth),
       maxMemory_(kLargestTag + maxGrowth),
       cache_(file, extent_.length),
-      plan_(extent_.length) {}
+      plan_(extent_.length),
+      refused_(!extent) {}
 
 ByteVector StagedStream::readBlock(unsigned long length) {
   if (!isOpen()) return file_.readBlock(length);  // says so

@@ -7,6 +7,7 @@
 #include <tiostream.h>
 
 #include <cstdint>
+#include <optional>
 
 #include "io/block_cache.h"
 #include "io/fd_file_stream.h"
@@ -48,6 +49,9 @@ class StagedStream final : public IOStream {
   bool commit();
 
  private:
+  StagedStream(FDFileStream& file, const std::optional<FDFileStream::Extent>& extent,
+               std::uint64_t maxGrowth);
+
   bool isWithinReach(std::uint64_t start, std::uint64_t replaced, std::uint64_t added);
   bool change(std::uint64_t start, std::uint64_t replaced, const ByteVector& data);
   void overwrite(std::uint64_t start, const ByteVector& data);
@@ -64,7 +68,7 @@ class StagedStream final : public IOStream {
   tagwriter::PieceTable plan_;
   std::uint64_t position_ = 0;
   bool metEnd_ = false;  ///< as in C streams: reads return nothing until a seek or clear()
-  bool refused_ = false;
+  bool refused_;
 };
 
 }  // namespace TagLib

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -142,6 +143,25 @@ TEST(WithStream, TellsRefusedFromLost) {
   EXPECT_EQ(editSealed(F_SEAL_WRITE, -100), kRefused);
   EXPECT_EQ(editSealed(F_SEAL_SHRINK, 100), kWritten);
   EXPECT_EQ(editSealed(F_SEAL_SHRINK, -100), kLost);
+}
+
+TEST(WithStream, TellsAnExceptionAfterTheFirstOverwrittenByteFromOneBefore) {
+  const std::string before = patternOf(1000);
+  for (const bool overwrites : {false, true}) {
+    const StreamFile file(before);
+    const auto request =
+        requestWith([](int, std::uint64_t) { throw std::runtime_error("memory"); });
+    const std::uint64_t lost = lostWrites();
+    const bool result =
+        withStream(UniqueFd(file.open()), "name", request, [&](StagedStream& stream) {
+          if (overwrites) stream.writeBlock(vectorOf("other"));
+          stream.truncate(500);
+          return true;
+        });
+    EXPECT_EQ(result, overwrites);
+    EXPECT_EQ(lostWrites() - lost, overwrites ? 1 : 0);
+    EXPECT_EQ(file.bytes() == before, !overwrites);
+  }
 }
 
 }  // namespace
