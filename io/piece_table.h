@@ -18,8 +18,8 @@ namespace tagwriter {
 struct Piece {
   enum class Kind { kFile, kNew, kZeros };
 
-  Kind kind;
-  std::uint64_t length;      ///< in bytes, never 0
+  Kind kind = Kind::kFile;
+  std::uint64_t length = 0;  ///< in bytes, never 0
   std::uint64_t offset = 0;  ///< kFile: where the range starts in the old file
   NewBytes::Kept kept = {};  ///< kNew
 };
