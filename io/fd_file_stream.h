@@ -87,11 +87,10 @@ class FDFileStream : public IOStream {
   // writes and seeks. Offsets and sizes are in bytes. Failures are returned, not counted.
 
   struct Extent {
-    std::uint64_t length;  ///< of the file, in bytes; 0 if unknown
+    std::uint64_t length;  ///< of the file, in bytes
     std::uint64_t blocks;  ///< of 512 bytes on the disk, including those beyond the end
-    bool operator==(const Extent&) const = default;
   };
-  /// The size of the file.
+  /// The size of the file; nothing if the system cannot tell.
   std::optional<Extent> extent() const;
   /// Reads exactly `size` bytes at `offset` into `bytes`; false when that fails.
   bool readAt(std::uint64_t offset, char* bytes, std::size_t size);

@@ -10,9 +10,9 @@
 #include <string>
 
 #include "io/lost_writes.h"
-#include "tests/io/size_limit.h"
 #include "tests/io/stream_calls.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/size_limit.h"
 
 namespace tagwriter::test {
 namespace {

@@ -70,6 +70,17 @@ TEST(CpuLimitDeathTest, EndsTheProcess) {
       testing::KilledBySignal(SIGPROF), "");
 }
 
+TEST(WithStream, DoesNotTrustAPlayerThatSaysItHasTruncated) {
+  const StreamFile file(patternOf(100));
+  const auto request = requestWith([](int, std::uint64_t) {});
+  const std::uint64_t lost = lostWrites();
+  EXPECT_TRUE(withStream(UniqueFd(file.open()), "name", request, [](StagedStream& stream) {
+    stream.truncate(50);
+    return true;
+  }));
+  EXPECT_EQ(lostWrites(), lost + 1);
+}
+
 TEST(WithStream, DropsThePlanOfAnOperationThatFails) {
   const std::string before = patternOf(1000);
   const StreamFile file(before);

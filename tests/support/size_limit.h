@@ -7,7 +7,8 @@
 
 namespace tagwriter::test {
 
-/// No file of this process may become longer, for the life of the object.
+/// While it lives, no file may become longer than `size` bytes, here and in processes started
+/// meanwhile.
 class SizeLimit {
  public:
   explicit SizeLimit(rlim_t size) {

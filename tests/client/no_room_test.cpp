@@ -1,27 +1,10 @@
 // No room for what an edit adds, as on a full disk; here because of a file size limit.
-#include <sys/resource.h>
-
 #include "tests/client/client_test.h"
 #include "tests/client/file_state.h"
+#include "tests/support/size_limit.h"
 
 namespace tagwriter::test {
 namespace {
-
-/// While it lives, files cannot grow beyond `size` bytes, here and in workers started meanwhile.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t size) {
-    ::getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit limit = {size, before_.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before_); }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  rlimit before_{};
-};
 
 class NoRoom : public ClientTest, public testing::WithParamInterface<const char*> {};
 
@@ -29,7 +12,7 @@ TEST_P(NoRoom, LeavesTheFileAsItWas) {
   const std::string path = directory_.copyOf(GetParam());
   setTimes(path, {1, 0}, {1, 0});
   const FileState before = stateOf(path);
-  const FileSizeLimit limit(before.bytes.size() + 8192);
+  const SizeLimit limit(before.bytes.size() + 8192);
   const std::vector<std::byte> image(300'000, std::byte{'i'});
   const Edit cover = Edit::setCover(image, ImageType::kPNG, true);
   for (const bool safe : {true, false}) {
