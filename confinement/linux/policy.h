@@ -85,9 +85,11 @@ inline constexpr Rule kForEveryProcess[] = {
 
 /// What one that edits files keeps besides.
 inline constexpr Rule kForEditing[] = {
-    allow(SYS_pwrite64), allow(SYS_fallocate, isOneOf(1, FALLOC_FL_KEEP_SIZE)),
+    allow(SYS_pwrite64),
+    allow(SYS_fallocate, isOneOf(1, FALLOC_FL_KEEP_SIZE)),
     allow(SYS_ftruncate),
-    allow(SYS_prlimit64, isOneOf(0, 0), isOneOf(1, RLIMIT_FSIZE), isOneOf(2, 0)),  // reads it
+    // Reads that limit. Only half of the pointer is compared, so it could be set, too.
+    allow(SYS_prlimit64, isOneOf(0, 0), isOneOf(1, RLIMIT_FSIZE), isOneOf(2, 0)),
 };
 
 }  // namespace tagwriter::confinement

@@ -7,7 +7,7 @@
 
 namespace tagwriter::confinement {
 
-/// A condition on the lower 32 bits of an argument; the kernel uses no others of these arguments.
+/// A condition on the lower 32 bits of an argument. Of numbers and masks the kernel uses no others.
 struct Condition {
   enum class Kind { kIsOneOf, kHasAllOf, kHasNoneOf, kIsOwnProcess };
 
