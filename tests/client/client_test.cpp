@@ -75,6 +75,17 @@ void killChild(pid_t pid) {
   ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT), 0);
 }
 
+std::string workerForEveryone() {
+  static const TemporaryDirectory directory;
+  static const std::string worker = [] {
+    fs::permissions(directory.path(), fs::perms::others_exec, fs::perm_options::add);
+    const std::string copy = directory.path() / "tagwriterd";
+    fs::copy_file(TAGWRITER_WORKER, copy);
+    return copy;
+  }();
+  return worker;
+}
+
 int unprivileged(const TemporaryDirectory& directory, const std::function<int()>& work) {
   fs::permissions(directory.path(), fs::perms::others_exec, fs::perm_options::add);
   const pid_t child = ::fork();

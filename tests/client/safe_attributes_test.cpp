@@ -29,7 +29,7 @@ class SafeAttributes : public ClientTest {
     EXPECT_EQ(after.attributes, before.attributes);
   }
   Status safeEdit() const {
-    TagWriter writer(TAGWRITER_WORKER);
+    TagWriter writer(worker_);
     const AudioFile file = file_ ? AudioFile(file_.get(), path_) : AudioFile(path_);
     return writer.setField(file, "title", std::string("Title"), {.safe = true}).status;
   }
@@ -42,6 +42,7 @@ class SafeAttributes : public ClientTest {
     ASSERT_EQ(::chown(path_.c_str(), kNobody, group), 0);
   }
 
+  const std::string worker_ = workerForEveryone();
   std::string path_ = directory_.copyOf("flac_plain.flac");
   UniqueFd file_;
 };

@@ -43,8 +43,8 @@ TEST_P(Times, ThatCannotBeRestoredAreReported) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can make a file of somebody else";
   // Permission to write the file is not enough to set its times.
   std::filesystem::permissions(path_, std::filesystem::perms(0666));
-  const int status = unprivileged(directory_, [this] {
-    TagWriter writer(TAGWRITER_WORKER);
+  const int status = unprivileged(directory_, [this, worker = workerForEveryone()] {
+    TagWriter writer(worker);
     return static_cast<int>(writer.setField(path_, "title", std::string("T"), keep_).status);
   });
   EXPECT_EQ(static_cast<Status>(status), GetParam() ? Status::kCopyFailed : Status::kTimesNotKept);
