@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <random>
@@ -153,6 +154,16 @@ TEST(StagedStream, RefusesWhatNoFileCanBe) {
     EXPECT_FALSE(staged.stream.commit());
     EXPECT_EQ(staged.content.bytes(), before);
   }
+}
+
+TEST(StagedStream, RefusesAFileWhoseLengthCannotBeTold) {
+  const StreamFile content(patternOf(1000));
+  const int fd = content.open();
+  FDFileStream file(fd, "name", nullptr);
+  ::close(fd);
+  StagedStream stream(file, kMuch);
+  EXPECT_TRUE(stream.refused());
+  EXPECT_FALSE(stream.commit());
 }
 
 TEST(StagedStream, RefusesAPlanThatTakesTooMuchMemory) {

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 
 #include <csignal>
@@ -68,6 +69,24 @@ TEST(CpuLimitDeathTest, EndsTheProcess) {
         }
       },
       testing::KilledBySignal(SIGPROF), "");
+}
+
+TEST(WithStream, ReleasesTheRoomThatItDoesNotUse) {
+  const int fd = ::memfd_create("file", MFD_ALLOW_SEALING);
+  const UniqueFd kept(::dup(fd));
+  ASSERT_EQ(::write(fd, "old", 3), 3);
+  ASSERT_EQ(::fcntl(fd, F_ADD_SEALS, F_SEAL_WRITE), 0);  // which permits reservations
+  const auto blocks = [&kept] {
+    struct stat status {};
+    ::fstat(kept.get(), &status);
+    return status.st_blocks;
+  };
+  const auto before = blocks();
+  EXPECT_FALSE(withStream(UniqueFd(fd), "name", ValueDictionary(), [](StagedStream& stream) {
+    stream.truncate(1 << 20);
+    return true;
+  }));
+  EXPECT_EQ(blocks(), before);
 }
 
 TEST(WithStream, DoesNotTrustAPlayerThatSaysItHasTruncated) {
