@@ -11,7 +11,7 @@
 #include <mp4tag.h>
 #include <xiphcomment.h>
 
-#include "artwork/artwork_type.h"
+#include "artwork/artwork_format.h"
 
 namespace tagwriter {
 

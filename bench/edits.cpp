@@ -20,7 +20,7 @@
 #include <utility>
 #include <vector>
 
-#include "artwork/artwork_type.h"
+#include "artwork/artwork_format.h"
 #include "artwork/picture_stores.h"
 #include "base/unique_fd.h"
 #include "protocol/fields.h"

@@ -87,7 +87,7 @@ int main(int argc, char** argv) {
   using namespace tagwriter;
 
   const Options options = parseCommandLine(argc, argv);
-  const std::string worker = dbus::findWorkerProgram();
+  const std::string worker = dbus::findWorkerProgram(dbus::kWriterProgram);
   if (worker.empty()) {
     std::fputs(
         "tagwriter-bus: tagwriterd is neither next to this program nor in its libexec "

@@ -36,11 +36,11 @@ int storeCover(const CoverArguments& arguments) {
     return kExitFailed;
   }
   PlannedEdit edit = {Edit::setCover(cover, type, arguments.replace), "cover = " + arguments.cover};
-  return editFiles(arguments.options, {{"cover", [&](const AudioFile&) { return edit; }}});
+  return editFiles(arguments.options, {{"cover", [&](const AudioFile&, Reader&) { return edit; }}});
 }
 
 int clearCover(const CoverArguments& arguments) {
-  return editFiles(arguments.options, {{"cover", [](const AudioFile&) {
+  return editFiles(arguments.options, {{"cover", [](const AudioFile&, Reader&) {
                                           return PlannedEdit{Edit::clearCovers(), "clear pictures"};
                                         }}});
 }

@@ -20,6 +20,7 @@ bool endsFile(Status status) {
     case Status::kCopyFailed:
     case Status::kCopyUnreadable:
     case Status::kReplaceFailed:
+    case Status::kUnreadable:
       return true;
     default:
       return false;
@@ -55,13 +56,18 @@ class FileEditor {
     if (const Outcome opened = openForEdit(path, fd); !opened) {
       return report_.failed(path, opened.message());
     }
-    for (const NamedEdit& edit : edits_)
-      report_.planned(path, edit.name, edit.plan(path).description);
+    for (const NamedEdit& edit : edits_) {
+      const PlannedEdit planned = edit.plan(path, reader_);
+      if (!planned.problem) return report_.failed(path, planned.problem.message());
+      report_.planned(path, edit.name, planned.description);
+    }
   }
 
   void editOneByOne(const std::string& path) {
     for (const NamedEdit& edit : edits_) {
-      const Outcome outcome = writer_.write(path, edit.plan(path).edit, writeOptions());
+      const PlannedEdit planned = edit.plan(path, reader_);
+      Outcome outcome = planned.problem;
+      if (outcome) outcome = writer_.write(path, planned.edit, writeOptions());
       if (!outcome && endsFile(outcome.status)) return report_.failed(path, outcome.message());
       report_.done(path, edit.name, outcome);
     }
@@ -70,7 +76,11 @@ class FileEditor {
   /// Makes all edits on one copy, or none.
   void editTogether(const std::string& path) {
     std::vector<Edit> edits;
-    for (const NamedEdit& edit : edits_) edits.push_back(edit.plan(path).edit);
+    for (const NamedEdit& edit : edits_) {
+      const PlannedEdit planned = edit.plan(path, reader_);
+      if (!planned.problem) return report_.failed(path, planned.problem.message());
+      edits.push_back(planned.edit);
+    }
     const Outcome outcome = writer_.write(path, edits, writeOptions());
     if (outcome) {
       for (const NamedEdit& edit : edits_) report_.done(path, edit.name, outcome);
@@ -85,6 +95,7 @@ class FileEditor {
   const std::vector<NamedEdit>& edits_;
   Report& report_;
   TagWriter writer_;
+  Reader reader_;
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/arguments.h"
+#include "client/reader.h"
 #include "client/tag_writer.h"
 
 namespace tagwriter {
@@ -14,12 +15,15 @@ namespace tagwriter {
 struct PlannedEdit {
   Edit edit;
   std::string description;
+  Outcome problem =
+      {};  ///< why the file could not be read to plan the edit, which is not made then
 };
 
 /// An edit to make in every file, with its name for reports.
 struct NamedEdit {
   std::string name;
-  std::function<PlannedEdit(const AudioFile& file)> plan;  ///< may depend on the content
+  /// May depend on what `reader` finds in the file.
+  std::function<PlannedEdit(const AudioFile& file, Reader& reader)> plan;
 };
 
 /// Makes `edits` in each of `options.paths`, as the options say. Reports failures on standard error

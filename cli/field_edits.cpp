@@ -1,13 +1,14 @@
 #include "cli/field_edits.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <optional>
 #include <sstream>
 
 #include "base/unique_fd.h"
+#include "cli/disc_position.h"
 #include "protocol/fields.h"
-#include "reading/tag_listing.h"
 
 namespace tagwriter {
 namespace {
@@ -38,22 +39,32 @@ DiscChange discChangeOf(const std::vector<Change>& changes) {
   return disc;
 }
 
-/// Reads the disc number and the number of discs; zeros if the file cannot be read.
-DiscPosition discPositionIn(const AudioFile& file) {
+/// Reads the disc number and the number of discs; zeros if the file cannot be opened or is no
+/// audio, which the edit will report.
+Outcome readDiscPosition(const AudioFile& file, Reader& reader, DiscPosition& position) {
   const UniqueFd fd(::open(file.path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!fd) return {};
-  const auto tags = readTags(fd.get(), file.path());
-  return tags ? discPositionOf(*tags) : DiscPosition();
+  struct stat status {};
+  if (!fd || ::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  FileContents contents;
+  Outcome read = reader.read(fd.get(), file.path(), contents);
+  if (read && !contents.isComplete) read = {Status::kUnreadable, "its tags are too large"};
+  position = discPositionOf(contents.tags);
+  return read;
+}
+
+PlannedEdit planDisc(const DiscChange& disc, const AudioFile& file, Reader& reader) {
+  DiscPosition old;
+  Outcome problem;
+  if (!disc.number || !disc.total) problem = readDiscPosition(file, reader, old);
+  const std::int64_t number = disc.number.value_or(old.number);
+  const std::int64_t total = disc.total.value_or(old.total);
+  return {Edit::setDisc(number, total),
+          "disc = " + std::to_string(number) + " of " + std::to_string(total), std::move(problem)};
 }
 
 NamedEdit discEdit(const DiscChange& disc) {
-  return {field::kDisc, [disc](const AudioFile& file) {
-            const DiscPosition old = discPositionIn(file);
-            const std::int64_t number = disc.number.value_or(old.number);
-            const std::int64_t total = disc.total.value_or(old.total);
-            return PlannedEdit{Edit::setDisc(number, total),
-                               "disc = " + std::to_string(number) + " of " + std::to_string(total)};
-          }};
+  return {field::kDisc,
+          [disc](const AudioFile& file, Reader& reader) { return planDisc(disc, file, reader); }};
 }
 
 /// A value as the user would type it.
@@ -69,7 +80,7 @@ struct ValueText {
 };
 
 NamedEdit fieldEdit(const Change& change) {
-  return {change.key, [change](const AudioFile&) {
+  return {change.key, [change](const AudioFile&, Reader&) {
             if (!change.value) {
               return PlannedEdit{Edit::clearField(change.key), "clear " + change.key};
             }

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "io/file_type.h"
+#include "protocol/file_type.h"
 
 namespace tagwriter {
 namespace {

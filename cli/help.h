@@ -11,7 +11,9 @@ inline constexpr char kDescription[] =
     "Writes titles, track numbers, ratings, lyrics, covers and other fields into MP3, M4A, FLAC,\n"
     "Ogg, Opus, WMA, AIFF, WAV, Monkey's Audio, WavPack, Musepack and DSF files. The command "
     "opens\n"
-    "the files; the tagwriterd service edits them, and never opens a file by name itself.";
+    "the files; the tagwriterd service edits them, and tagreaderd reads them. Neither opens a "
+    "file\n"
+    "by name itself.";
 
 inline constexpr char kHelpFooter[] =
     "Examples:\n"

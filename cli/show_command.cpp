@@ -11,8 +11,7 @@
 #include "cli/json_line.h"
 #include "cli/printable.h"
 #include "cli/report.h"
-#include "reading/pictures.h"
-#include "reading/tag_listing.h"
+#include "client/reader.h"
 
 namespace tagwriter {
 namespace {
@@ -30,37 +29,34 @@ std::string indented(const std::string& value) {
 void printText(const PictureInfo& picture) {
   std::cout << "  picture: " << (picture.role.empty() ? "Cover" : picture.role) << ", "
             << (picture.mimeType.empty() ? "unknown format" : printable(picture.mimeType));
-  if (picture.dimensions) {
-    std::cout << ", " << picture.dimensions->width << "x" << picture.dimensions->height;
-  }
+  if (picture.width != 0) std::cout << ", " << picture.width << "x" << picture.height;
   std::cout << ", " << picture.size << " bytes\n";
 }
 
-void printText(const std::string& path, const TagListing& tags,
-               const std::vector<PictureInfo>& pictures) {
+void printText(const std::string& path, const FileContents& contents) {
   std::cout << printable(path) << '\n';
-  for (const auto& [name, value] : tags)
+  for (const auto& [name, value] : contents.tags)
     std::cout << "  " << printable(name) << ": " << indented(printable(value, true)) << '\n';
-  for (const PictureInfo& picture : pictures) printText(picture);
-  if (tags.empty() && pictures.empty()) std::cout << "  (no tags)\n";
+  for (const PictureInfo& picture : contents.pictures) printText(picture);
+  if (contents.tags.empty() && contents.pictures.empty()) std::cout << "  (no tags)\n";
 }
 
 nlohmann::json toJson(const PictureInfo& picture) {
   nlohmann::json object = {
       {"role", picture.role}, {"mimeType", picture.mimeType}, {"size", picture.size}};
-  if (picture.dimensions) {
-    object["width"] = picture.dimensions->width;
-    object["height"] = picture.dimensions->height;
+  if (picture.width != 0) {
+    object["width"] = picture.width;
+    object["height"] = picture.height;
   }
   return object;
 }
 
-void printAsJson(const std::string& path, const TagListing& tags,
-                 const std::vector<PictureInfo>& pictures) {
+void printAsJson(const std::string& path, const FileContents& contents) {
   nlohmann::json object = {
       {"file", path}, {"tags", nlohmann::json::object()}, {"pictures", nlohmann::json::array()}};
-  for (const auto& [name, value] : tags) object["tags"][name].push_back(value);
-  for (const PictureInfo& picture : pictures) object["pictures"].push_back(toJson(picture));
+  for (const auto& [name, value] : contents.tags) object["tags"][name].push_back(value);
+  for (const PictureInfo& picture : contents.pictures)
+    object["pictures"].push_back(toJson(picture));
   printJson(object);
 }
 
@@ -78,18 +74,21 @@ UniqueFd openForReading(const std::string& path, std::string& error) {
   return file;
 }
 
-void showFile(const std::string& path, bool json, Report& report) {
+void showFile(const std::string& path, bool json, Reader& reader, Report& report) {
   std::string error;
   const UniqueFd file = openForReading(path, error);
   if (!file) return report.failed(path, error);
-  const std::optional<TagListing> tags = readTags(file.get(), path);
-  if (!tags) return report.failed(path, "cannot be read as an audio file");
-  const std::vector<PictureInfo> pictures = readPictures(file.get(), path);
-  if (json) {
-    printAsJson(path, *tags, pictures);
-  } else {
-    printText(path, *tags, pictures);
+  FileContents contents;
+  if (const Outcome read = reader.read(file.get(), path, contents); !read) {
+    return report.failed(path, read.message());
   }
+  if (!contents.isReadable) return report.failed(path, "cannot be read as an audio file");
+  if (json) {
+    printAsJson(path, contents);
+  } else {
+    printText(path, contents);
+  }
+  if (!contents.isComplete) report.failed(path, "some of its tags are too large to be shown");
 }
 
 }  // namespace
@@ -100,7 +99,8 @@ int run(const ShowArguments& arguments) {
   const auto files =
       listFiles(options.paths, options.recursive,
                 [&](const std::string& path, const std::string& why) { report.failed(path, why); });
-  for (const std::string& path : files) showFile(path, options.json, report);
+  Reader reader;
+  for (const std::string& path : files) showFile(path, options.json, reader, report);
   return report.anyFailed() ? kExitFailed : kExitDone;
 }
 

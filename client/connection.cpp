@@ -1,6 +1,8 @@
 #include "client/connection.h"
 
-#include <chrono>
+#include <unistd.h>
+
+#include <filesystem>
 #include <utility>
 
 #include "protocol/keys.h"
@@ -8,8 +10,6 @@
 
 namespace tagwriter {
 namespace {
-
-constexpr std::chrono::seconds kStartLimit(30);
 
 Outcome outcomeOf(const dbus::CallError& failure) {
   switch (failure.kind) {
@@ -23,54 +23,37 @@ Outcome outcomeOf(const dbus::CallError& failure) {
   return {Status::kNoAnswer, failure.message};
 }
 
-bool isUndelivered(const std::variant<Answer, dbus::CallError>& reply) {
-  const auto* failure = std::get_if<dbus::CallError>(&reply);
-  return failure && failure->kind == dbus::CallError::Kind::kNotDelivered;
+/// The path of the reader in the directory of `workerProgram`; empty if it is not there.
+std::string readerNextTo(const std::string& workerProgram) {
+  if (workerProgram.empty()) return {};
+  std::string reader = std::filesystem::path(workerProgram).replace_filename(dbus::kReaderProgram);
+  return ::access(reader.c_str(), X_OK) == 0 ? reader : std::string();
 }
 
 }  // namespace
 
 std::unique_ptr<TagWriter::Connection> TagWriter::Connection::embedded(std::string workerProgram) {
-  return std::unique_ptr<Connection>(new Connection(std::move(workerProgram), false));
+  std::string reader = readerNextTo(workerProgram);
+  return std::unique_ptr<Connection>(
+      new Connection(std::move(workerProgram), std::move(reader), false));
 }
 
 std::unique_ptr<TagWriter::Connection> TagWriter::Connection::onSessionBus() {
-  return std::unique_ptr<Connection>(new Connection({}, true));
+  return std::unique_ptr<Connection>(new Connection({}, {}, true));
 }
 
-bool TagWriter::Connection::startWorker(std::string& error) {
-  const std::string program = workerProgram_.empty() ? dbus::findWorkerProgram() : workerProgram_;
-  if (program.empty()) {
-    error = "tagwriterd is neither next to this program nor in its libexec directory";
-    return false;
-  }
-  UniqueFd socket;
-  auto worker = dbus::WorkerProcess::start(program, socket, error);
-  if (!worker) return false;
-  client_ = dbus::WriteClient::join(std::move(socket), kStartLimit, error);
-  if (!client_) {
-    worker->kill();  // it may not exit when its socket closes
-    return false;
-  }
-  worker_.emplace(std::move(*worker));
-  return true;
+bool TagWriter::Connection::connectToBus(std::string& error) {
+  if (bus_ && bus_->connected()) return true;
+  bus_ = dbus::ServiceClient::openSessionBus(error);
+  if (!bus_) error.insert(0, "session bus: ");
+  return bus_ != nullptr;
 }
 
-bool TagWriter::Connection::connect(std::string& error) {
-  if (client_ && client_->connected()) return true;
-  client_.reset();
-  worker_.reset();
-  if (!onBus_) return startWorker(error);
-  client_ = dbus::WriteClient::openSessionBus(error);
-  if (!client_) error.insert(0, "session bus: ");
-  return client_ != nullptr;
-}
-
-std::variant<Answer, dbus::CallError> TagWriter::Connection::sendOnce(
-    const ValueDictionary& request) {
+std::variant<Answer, dbus::CallError> TagWriter::Connection::call(const ValueDictionary& request) {
+  if (!onBus_) return worker_.call(&dbus::ServiceClient::write, request);
   std::string error;
-  if (!connect(error)) return dbus::CallError{dbus::CallError::Kind::kNotDelivered, error};
-  return client_->write(request);
+  if (!connectToBus(error)) return dbus::CallError{dbus::CallError::Kind::kNotDelivered, error};
+  return bus_->write(request);
 }
 
 Outcome TagWriter::Connection::send(int fd, const std::string& path, ValueDictionary request) {
@@ -80,9 +63,7 @@ Outcome TagWriter::Connection::send(int fd, const std::string& path, ValueDictio
   if (truncations.endpoint() >= 0) {
     request.set(key::kTruncateConnection, BorrowedFd{truncations.endpoint()});
   }
-  auto reply = sendOnce(request);
-  // A worker that has taken its last request may not have exited yet.
-  if (!onBus_ && client_ && isUndelivered(reply)) reply = sendOnce(request);
+  const auto reply = call(request);
   if (const auto* failure = std::get_if<dbus::CallError>(&reply)) return outcomeOf(*failure);
   const auto& answer = std::get<Answer>(reply);
   if (truncations.failed()) return {Status::kIncomplete, "the file could not be truncated"};

@@ -1,14 +1,14 @@
-// The connection to the service: a private worker process, or the session bus.
+// The connection to the service, a private worker process or the session bus; and a reader.
 #pragma once
 
 #include <memory>
 #include <string>
 #include <variant>
 
+#include "client/private_worker.h"
+#include "client/reader.h"
 #include "client/tag_writer.h"
 #include "protocol/value_dictionary.h"
-#include "transport/dbus/worker_process.h"
-#include "transport/dbus/write_client.h"
 
 namespace tagwriter {
 
@@ -16,6 +16,7 @@ namespace tagwriter {
 class TagWriter::Connection {
  public:
   /// Starts `workerProgram` as the worker; if empty, searches for tagwriterd (findWorkerProgram).
+  /// The reader is next to it, or is searched for in the same way.
   static std::unique_ptr<Connection> embedded(std::string workerProgram);
   /// Uses the service on the session bus.
   static std::unique_ptr<Connection> onSessionBus();
@@ -25,19 +26,23 @@ class TagWriter::Connection {
   /// kIncomplete, kNoAnswer, kInvalidText or kServiceUnavailable.
   Outcome send(int fd, const std::string& path, ValueDictionary request);
 
+  /// Reads files for checks. Always a private process, also on the bus: it needs no right that this
+  /// process does not have, and the service on the bus has other work.
+  Reader& reader() { return reader_; }
+
  private:
-  explicit Connection(std::string workerProgram, bool onBus)
-      : workerProgram_(std::move(workerProgram)), onBus_(onBus) {}
+  Connection(std::string workerProgram, std::string readerProgram, bool onBus)
+      : onBus_(onBus),
+        worker_(dbus::kWriterProgram, std::move(workerProgram)),
+        reader_(std::move(readerProgram)) {}
 
-  bool connect(std::string& error);
-  std::variant<Answer, dbus::CallError> sendOnce(const ValueDictionary& request);
-  bool startWorker(std::string& error);
+  bool connectToBus(std::string& error);
+  std::variant<Answer, dbus::CallError> call(const ValueDictionary& request);
 
-  std::string workerProgram_;
   bool onBus_;
-  // The order matters: the connection closes first, then the worker is waited for.
-  std::optional<dbus::WorkerProcess> worker_;
-  std::unique_ptr<dbus::WriteClient> client_;
+  std::unique_ptr<dbus::ServiceClient> bus_;
+  PrivateWorker worker_;
+  Reader reader_;
 };
 
 }  // namespace tagwriter

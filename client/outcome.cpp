@@ -42,6 +42,8 @@ const char* textOf(Status status) {
       return "cannot replace the file with the edited copy";
     case Status::kTimesNotKept:
       return "written, but the modification time could not be restored";
+    case Status::kUnreadable:
+      return "cannot be read";
   }
   return "";
 }

@@ -6,9 +6,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "io/file_type.h"
+#include "protocol/file_type.h"
 #include "protocol/keys.h"
-#include "reading/pictures.h"
 
 namespace tagwriter {
 namespace {
@@ -62,10 +61,6 @@ Outcome checkKind(int fd) {
   return {};
 }
 
-bool mustKeepPictures(const ValueDictionary& request) {
-  return request.values().contains(key::kArtwork) && !request.getBool(key::kReplaceArtwork);
-}
-
 /// Returns the size of one value in bytes, including its signature and padding.
 struct WireSize {
   static constexpr std::uint64_t kOverhead = 32;
@@ -75,6 +70,11 @@ struct WireSize {
   std::uint64_t operator()(ValueDictionary::Data data) const { return data.size() + kOverhead; }
   std::uint64_t operator()(const std::shared_ptr<const ValueDictionary>& dictionary) const {
     return wireSizeOf(*dictionary) + kOverhead;
+  }
+  std::uint64_t operator()(const std::shared_ptr<const ValueDictionary::List>& list) const {
+    std::uint64_t size = kOverhead;
+    for (const ValueDictionary& item : *list) size += wireSizeOf(item) + kOverhead;
+    return size;
   }
   template <typename Number>
   std::uint64_t operator()(const Number&) const {
@@ -103,8 +103,11 @@ Outcome checkRequest(int fd, const std::string& path, const ValueDictionary& req
   if (::fstat(fd, &status) != 0) return failed(Status::kNotFound, errno);
   const auto fileSize = static_cast<std::uint64_t>(status.st_size);
   if (has32BitSizes(path) && fileSize + size > kMax32Bit) return {Status::kFileTooLarge};
-  if (mustKeepPictures(request) && !readPictures(fd, path).empty()) return {Status::kHasPicture};
   return {};
+}
+
+bool mustKeepPictures(const ValueDictionary& request) {
+  return request.values().contains(key::kArtwork) && !request.getBool(key::kReplaceArtwork);
 }
 
 std::uint64_t wireSizeOf(const ValueDictionary& request) {

@@ -16,9 +16,11 @@ Outcome openForEdit(const AudioFile& file, UniqueFd& fd);
 /// - kRequestTooLarge: it would reach 64 MiB on the wire (D-Bus specification, maximum length of an
 ///   array); the session bus would disconnect us.
 /// - kFileTooLarge: a WAV or AIFF file would exceed the 32-bit sizes in its headers.
-/// - kHasPicture: the file has a picture and the request must not replace it. The service does not
-///   check this for every format.
 Outcome checkRequest(int fd, const std::string& path, const ValueDictionary& request);
+
+/// Whether `request` sets a cover and must not replace a picture. The service does not check for
+/// one in every format.
+bool mustKeepPictures(const ValueDictionary& request);
 
 /// Returns an upper bound for the size of `request` on the wire, in bytes.
 std::uint64_t wireSizeOf(const ValueDictionary& request);

@@ -9,8 +9,7 @@
 #include "client/connection.h"
 #include "client/preflight.h"
 #include "client/safe_copy.h"
-#include "reading/image_info.h"
-#include "reading/tag_listing.h"
+#include "protocol/artwork_type.h"
 
 namespace tagwriter {
 namespace {
@@ -71,7 +70,7 @@ Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
 Outcome TagWriter::send(int fd, const std::string& path, std::span<const Edit> edits) {
   for (std::size_t i = 0; i < edits.size(); ++i) {
     Outcome outcome = edits[i].problem_;
-    if (outcome) outcome = checkRequest(fd, path, *edits[i].request_);
+    if (outcome) outcome = check(fd, path, *edits[i].request_);
     if (outcome) outcome = connection_->send(fd, path, *edits[i].request_);
     if (!outcome) {
       outcome.edit = i;
@@ -81,19 +80,36 @@ Outcome TagWriter::send(int fd, const std::string& path, std::span<const Edit> e
   return {};
 }
 
+Outcome TagWriter::check(int fd, const std::string& path, const ValueDictionary& request) {
+  Outcome outcome = checkRequest(fd, path, request);
+  if (!outcome || !mustKeepPictures(request)) return outcome;
+  FileContents contents;
+  outcome = connection_->reader().read(fd, path, contents);
+  // An incomplete list may lack the picture.
+  const bool hasNone = contents.pictures.empty() && contents.isComplete;
+  return outcome && !hasNone ? Outcome{Status::kHasPicture} : outcome;
+}
+
+Outcome TagWriter::checkCopy(int copy, const std::string& path) {
+  FileContents contents;
+  const Outcome outcome = connection_->reader().read(copy, path, contents);
+  if (outcome.status == Status::kUnreadable) return {Status::kCopyUnreadable, outcome.detail};
+  return outcome && !contents.isReadable ? Outcome{Status::kCopyUnreadable} : outcome;
+}
+
 Outcome TagWriter::writeSafely(int fd, const std::string& path, std::span<const Edit> edits,
                                bool keepTimes) {
   const TimestampGuard times(fd);
   SafeCopy copy;
   if (Outcome made = copy.make(fd, path); !made) return made;
   if (Outcome written = send(copy.fd(), path, edits); !written) return written;
-  if (!readTags(copy.fd(), path)) return {Status::kCopyUnreadable};
+  if (Outcome readable = checkCopy(copy.fd(), path); !readable) return readable;
   if (keepTimes && !times.restore(copy.fd())) return {Status::kCopyFailed, std::strerror(errno)};
   return copy.replaceOriginal(fd);
 }
 
 ImageType detectImageType(std::span<const std::byte> image) {
-  const auto type = imageTypeOf(image);
+  const auto type = artworkTypeOf(image);
   return type ? static_cast<ImageType>(*type) : ImageType::kOther;
 }
 

@@ -6,7 +6,15 @@
 //
 // The service answers only true or false. To report the cause of a failure, this library checks
 // files and values before it sends a request, with a status for each problem. readField reads a
-// value back afterwards. This header needs only the standard library.
+// value back afterwards.
+//
+// The player's process parses no audio file: the service, tagwriterd, does that when it writes, and
+// a second private process, tagreaderd, when something is read. It is started when it is needed for
+// the first time: by readField, before a cover that is to replace nothing, and in safe mode, which
+// checks the edited copy. It gets descriptors for reading only. If it dies, the outcome is
+// kUnreadable or kCopyUnreadable, and the next request starts a new one.
+//
+// This header needs only the standard library.
 #pragma once
 
 #if __cplusplus < 202002L
@@ -55,6 +63,7 @@ enum class Status {
   kCopyUnreadable,      ///< safe mode: the edited copy is unreadable; the file is unchanged
   kReplaceFailed,       ///< safe mode: cannot replace the file with the copy; it is unchanged
   kTimesNotKept,        ///< in place: written, but the modification time could not be restored
+  kUnreadable,          ///< the file, which is unchanged, could not be read; nothing was sent
 };
 
 /// The status of a request, with details.
@@ -147,9 +156,10 @@ class TAGWRITER_API TagWriter {
  public:
   /// Uses a private worker process, started at the first request and restarted if it dies.
   /// `workerProgram` is the path of tagwriterd; if empty, it is searched for next to the running
-  /// program and in the libexec directory of the installation.
+  /// program and in the libexec directory of the installation. The reader is the tagreaderd next to
+  /// `workerProgram`, or else it is searched for in the same way.
   explicit TagWriter(std::string workerProgram = {});
-  /// Uses the service on the session bus, which starts it on demand.
+  /// Uses the service on the session bus, which starts it on demand. The reader is private.
   static TagWriter onSessionBus();
 
   TagWriter(TagWriter&&) noexcept;
@@ -179,15 +189,43 @@ class TAGWRITER_API TagWriter {
   explicit TagWriter(std::unique_ptr<Connection> connection);
 
   Outcome send(int fd, const std::string& path, std::span<const Edit> edits);
+  Outcome check(int fd, const std::string& path, const ValueDictionary& request);
+  Outcome checkCopy(int copy, const std::string& path);
   Outcome writeSafely(int fd, const std::string& path, std::span<const Edit> edits, bool keepTimes);
 
   std::unique_ptr<Connection> connection_;
 };
 
-/// Reads a field from where the service writes it in the format of the file, to check what was
-/// really stored. The value has the type of the field; a rating has the precision of the format.
-/// Returns nullopt if the field is absent, the format does not support it, or the file cannot be
-/// read.
+class Reader;
+
+/// Reads fields. An object may be used from several threads, but only from one at a time. A
+/// moved-from object can only be assigned to or destroyed. Nothing here throws anything but
+/// std::bad_alloc.
+class TAGWRITER_API TagReader {
+ public:
+  /// Uses a private reader process, started at the first request and restarted if it dies.
+  /// `readerProgram` is the path of tagreaderd; if empty, it is searched for like tagwriterd.
+  explicit TagReader(std::string readerProgram = {});
+  TagReader(TagReader&&) noexcept;
+  TagReader& operator=(TagReader&&) noexcept;
+  ~TagReader();
+
+  /// Reads a field from where the service writes it in the format of the file, to check what was
+  /// really stored. The value has the type of the field; a rating has the precision of the format.
+  /// The file need not be writable. Returns nullopt if the field is absent, the format does not
+  /// support it, or the file cannot be read.
+  /// If `outcome` is not null, it is set to what happened: a success if the file was read, even if
+  /// it does not have the field, or kUnknownField, kNotFound, kNotRegularFile, kUnreadable or
+  /// kServiceUnavailable.
+  std::optional<TrackValue> readField(const AudioFile& file, std::string_view key,
+                                      Outcome* outcome = nullptr);
+
+ private:
+  std::unique_ptr<Reader> reader_;
+};
+
+/// Reads one field with a TagReader of its own, which starts and ends a process: to read several,
+/// keep a TagReader.
 TAGWRITER_API std::optional<TrackValue> readField(const AudioFile& file, std::string_view key);
 
 }  // namespace tagwriter

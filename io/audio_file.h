@@ -23,9 +23,9 @@
 
 #include "dsf/dsf_file.h"
 #include "io/fd_file_stream.h"
-#include "io/file_type.h"
 #include "io/ogg_codec.h"
 #include "io/with_stream.h"
+#include "protocol/file_type.h"
 
 namespace tagwriter {
 

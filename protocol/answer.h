@@ -6,7 +6,6 @@ namespace tagwriter {
 struct Answer {
   bool result = false;      ///< the change was made and the save reported success
   bool incomplete = false;  ///< some bytes could not be written; independent of the result
-  bool isLast = false;      ///< the service takes no further request; not sent to the player
 };
 
 }  // namespace tagwriter

@@ -6,6 +6,13 @@
 //   one track field kChangedTag, and kTrack with the track's values under the field keys
 // The reply repeats kPath and has kResult, and kIncomplete if bytes were lost. The truncation
 // request, from the service to the player, has kFd and kTruncateSize.
+//
+// A request to the reader has the open file and its path. Its reply has kReadable, kAudio and the
+// contents:
+//   everything      kTags, kTrack, kPictures
+//   one field       with kField in the request: kTrack
+//   one picture     with kPicture, and kOffset, in the request: kSize, kData
+// and kIncomplete if something was too large for it.
 #pragma once
 
 namespace tagwriter::key {
@@ -22,5 +29,27 @@ inline constexpr char kTruncateConnection[] = "truncateconnection";
 inline constexpr char kTruncateSize[] = "truncatesize";
 inline constexpr char kResult[] = "result";
 inline constexpr char kIncomplete[] = "incomplete";
+
+inline constexpr char kField[] = "field";
+inline constexpr char kPicture[] = "picture";
+inline constexpr char kOffset[] = "offset";
+inline constexpr char kReadable[] = "readable";
+inline constexpr char kAudio[] = "audio";
+inline constexpr char kTags[] = "tags";
+inline constexpr char kPictures[] = "pictures";
+inline constexpr char kData[] = "data";
+
+// In an entry of kTags.
+inline constexpr char kName[] = "name";
+inline constexpr char kValue[] = "value";
+
+// In an entry of kPictures, beside kArtworkType.
+inline constexpr char kType[] = "type";
+inline constexpr char kRole[] = "role";
+inline constexpr char kMimeType[] = "mimetype";
+inline constexpr char kDescription[] = "description";
+inline constexpr char kSize[] = "size";
+inline constexpr char kWidth[] = "width";
+inline constexpr char kHeight[] = "height";
 
 }  // namespace tagwriter::key

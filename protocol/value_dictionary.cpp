@@ -17,6 +17,10 @@ void ValueDictionary::set(std::string key, ValueDictionary value) {
   set(std::move(key), std::make_shared<const ValueDictionary>(std::move(value)));
 }
 
+void ValueDictionary::set(std::string key, List values) {
+  set(std::move(key), std::make_shared<const List>(std::move(values)));
+}
+
 void ValueDictionary::remove(const std::string& key) {
   values_.erase(key);
 }
@@ -60,9 +64,14 @@ std::optional<ValueDictionary::Data> ValueDictionary::getData(const char* key) c
   return data ? std::optional(*data) : std::nullopt;
 }
 
-const Dictionary* ValueDictionary::getDictionary(const char* key) const {
+const ValueDictionary* ValueDictionary::getDictionary(const char* key) const {
   const auto* dictionary = find<std::shared_ptr<const ValueDictionary>>(key);
   return dictionary ? dictionary->get() : nullptr;
+}
+
+std::span<const ValueDictionary> ValueDictionary::getList(const char* key) const {
+  const auto* list = find<std::shared_ptr<const List>>(key);
+  return list ? std::span(**list) : std::span<const ValueDictionary>();
 }
 
 UniqueFd ValueDictionary::duplicateDescriptor(const char* key) const {

@@ -6,6 +6,7 @@
 #include <map>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "protocol/dictionary.h"
 
@@ -32,9 +33,10 @@ struct BorrowedFd {
 class ValueDictionary final : public Dictionary {
  public:
   using Data = std::span<const std::byte>;
-  using Value =
-      std::variant<std::string, BorrowedText, ByteString, std::int64_t, std::uint64_t, double, bool,
-                   Data, BorrowedFd, std::shared_ptr<const ValueDictionary>>;
+  using List = std::vector<ValueDictionary>;
+  using Value = std::variant<std::string, BorrowedText, ByteString, std::int64_t, std::uint64_t,
+                             double, bool, Data, BorrowedFd, std::shared_ptr<const ValueDictionary>,
+                             std::shared_ptr<const List>>;
   /// Creates a truncation connection from an endpoint's descriptor, which it only borrows; returns
   /// null on failure.
   using TruncationConnector = std::function<std::unique_ptr<TruncationConnection>(int endpoint)>;
@@ -48,6 +50,8 @@ class ValueDictionary final : public Dictionary {
   void set(std::string key, Value value);
   /// Sets `key` to a dictionary, replacing any earlier value.
   void set(std::string key, ValueDictionary value);
+  /// Sets `key` to a list of dictionaries, replacing any earlier value.
+  void set(std::string key, List values);
   /// Removes `key` and its value.
   void remove(const std::string& key);
 
@@ -61,7 +65,9 @@ class ValueDictionary final : public Dictionary {
   double getDouble(const char* key) const override;
   bool getBool(const char* key) const override;
   std::optional<Data> getData(const char* key) const override;
-  const Dictionary* getDictionary(const char* key) const override;
+  const ValueDictionary* getDictionary(const char* key) const override;
+  /// The dictionaries in the list under `key`; none if there is no list.
+  std::span<const ValueDictionary> getList(const char* key) const;
   UniqueFd duplicateDescriptor(const char* key) const override;
   std::unique_ptr<TruncationConnection> createTruncationConnection(const char* key) const override;
 

@@ -1,32 +1,13 @@
 #include "reading/image_info.h"
 
 #include <cstdint>
-#include <string_view>
+
+#include "protocol/artwork_type.h"
 
 namespace tagwriter {
 namespace {
 
-using namespace std::string_view_literals;
 using Bytes = std::span<const std::byte>;
-
-struct Signature {
-  std::string_view start;
-  ArtworkType type;
-};
-
-constexpr Signature kSignatures[] = {
-    {"\x89PNG\r\n\x1a\n"sv, kArtworkPNG},
-    {"\xff\xd8\xff"sv, kArtworkJPEG},
-    {"II*\0"sv, kArtworkTIFF},
-    {"MM\0*"sv, kArtworkTIFF},
-    {"GIF87a"sv, kArtworkGIF},
-    {"GIF89a"sv, kArtworkGIF},
-    {"BM"sv, kArtworkBMP},
-};
-
-std::string_view asText(Bytes bytes) {
-  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
 
 /// The unsigned number of `width` bytes at `offset`; 0 if it is beyond the end.
 std::uint32_t number(Bytes image, std::size_t offset, std::size_t width, bool bigEndian) {
@@ -82,15 +63,8 @@ Dimensions readDimensions(ArtworkType type, Bytes image) {
 
 }  // namespace
 
-std::optional<ArtworkType> imageTypeOf(Bytes image) {
-  for (const Signature& signature : kSignatures) {
-    if (asText(image).starts_with(signature.start)) return signature.type;
-  }
-  return std::nullopt;
-}
-
 std::optional<Dimensions> dimensionsOf(Bytes image) {
-  const auto type = imageTypeOf(image);
+  const auto type = artworkTypeOf(image);
   if (!type) return std::nullopt;
   const Dimensions dimensions = readDimensions(*type, image);
   if (dimensions.width == 0 || dimensions.height == 0) return std::nullopt;

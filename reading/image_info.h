@@ -1,11 +1,9 @@
-// Detects the format and the dimensions of an image.
+// The dimensions of an image, from its header.
 #pragma once
 
 #include <cstddef>
 #include <optional>
 #include <span>
-
-#include "artwork/artwork_type.h"
 
 namespace tagwriter {
 
@@ -14,9 +12,6 @@ struct Dimensions {
   unsigned width;
   unsigned height;
 };
-
-/// The format of an image by its signature; nullopt if it is none of the five.
-std::optional<ArtworkType> imageTypeOf(std::span<const std::byte> image);
 
 /// The dimensions of a PNG (W3C PNG, IHDR), GIF (GIF89a, logical screen), BMP (BITMAPINFOHEADER) or
 /// JPEG (ISO 10918-1, SOF) image. Nullopt for a TIFF, an unknown format or a truncated image.

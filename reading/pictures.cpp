@@ -1,18 +1,12 @@
 #include "reading/pictures.h"
 
-#include <apetag.h>
 #include <asfpicture.h>
 #include <attachedpictureframe.h>
-#include <flacpicture.h>
-#include <id3v2tag.h>
-#include <mp4tag.h>
-#include <xiphcomment.h>
 
 #include <iterator>
+#include <span>
 
-#include "base/unique_fd.h"
-#include "io/audio_file.h"
-#include "io/own_tag.h"
+#include "artwork/artwork_format.h"
 
 namespace tagwriter {
 namespace {
@@ -41,110 +35,101 @@ constexpr const char* kRoles[] = {"Other",
                                   "Illustration",
                                   "Band Logo",
                                   "Publisher Logo"};
+constexpr int kOtherType = 0;
 
 std::string roleOf(int type) {
-  return type >= 0 && type < static_cast<int>(std::size(kRoles)) ? kRoles[type] : kRoles[0];
+  return type >= 0 && type < static_cast<int>(std::size(kRoles)) ? kRoles[type]
+                                                                 : kRoles[kOtherType];
 }
 
-PictureInfo describe(const ByteVector& image, std::string mimeType, std::string role) {
-  const auto bytes = std::as_bytes(std::span(image.data(), static_cast<std::size_t>(image.size())));
-  if (mimeType.empty()) {
-    if (const auto type = imageTypeOf(bytes)) mimeType = artworkFormatOf(*type).mimeType;
+/// The type of the APE item "Cover Art (`name`)".
+int typeOf(const TagLib::String& name) {
+  const TagLib::String names[] = {name.upper(), name.upper() + " COVER"};
+  for (int type = 0; type < static_cast<int>(std::size(kRoles)); ++type) {
+    const TagLib::String role = TagLib::String(kRoles[type]).upper();
+    if (role == names[0] || role == names[1]) return type;
   }
-  return {std::move(role), std::move(mimeType), bytes.size(), dimensionsOf(bytes)};
+  return kOtherType;
 }
 
-/// Lists the pictures in the file's own tag, and the picture blocks of a FLAC file.
-class PictureList {
- public:
-  explicit PictureList(std::vector<PictureInfo>& pictures) : pictures_(pictures) {}
+std::optional<ArtworkType> formatOf(const ByteVector& image) {
+  return artworkTypeOf(std::as_bytes(std::span(image.data(), image.size())));
+}
 
-  template <typename File>
-  bool operator()(File& file) const {
-    return add(ownTag(file, IfMissing::kNull));
-  }
-  bool operator()(TagLib::FLAC::File& file) const {
-    add(file.pictureList());
-    return add(ownTag(file, IfMissing::kNull));
-  }
+std::string mimeTypeOf(const ByteVector& image) {
+  const auto format = formatOf(image);
+  return format ? artworkFormatOf(*format).mimeType : "";
+}
 
- private:
-  bool add(TagLib::ID3v2::Tag* tag) const {
-    if (!tag) return false;
-    for (TagLib::ID3v2::Frame* frame : tag->frameList("APIC")) {
-      const auto* picture = dynamic_cast<TagLib::ID3v2::AttachedPictureFrame*>(frame);
-      if (!picture) continue;
-      add(picture->picture(), picture->mimeType(), roleOf(picture->type()));
-    }
-    return true;
-  }
+/// A picture without anything but its bytes.
+Picture bare(const ByteVector& image) {
+  return {std::nullopt, {}, mimeTypeOf(image), {}, image};
+}
 
-  bool add(TagLib::MP4::Tag* tag) const {
-    if (!tag) return false;
-    for (const auto& cover : tag->item("covr").toCoverArtList()) add(cover.data());
-    return true;
-  }
-
-  bool add(TagLib::Ogg::XiphComment* comment) const {
-    if (comment) add(comment->pictureList());
-    return comment != nullptr;
-  }
-
-  void add(const TagLib::List<TagLib::FLAC::Picture*>& pictures) const {
-    for (TagLib::FLAC::Picture* picture : pictures) {
-      add(picture->data(), picture->mimeType(), roleOf(picture->type()));
-    }
-  }
-
-  /// An attribute holds either the picture structure of the format, or only the bytes of an image.
-  bool add(TagLib::ASF::Tag* tag) const {
-    if (!tag) return false;
-    for (const auto& attribute : tag->attribute("WM/Picture")) {
-      const TagLib::ASF::Picture picture = attribute.toPicture();
-      const ByteVector bytes = attribute.toByteVector();
-      if (!isImage(bytes) && picture.isValid()) {
-        add(picture.picture(), picture.mimeType(), roleOf(picture.type()));
-      } else {
-        add(bytes);
-      }
-    }
-    return true;
-  }
-
-  /// Items called "Cover Art (...)" hold a file name, a zero byte and the image.
-  bool add(TagLib::APE::Tag* tag) const {
-    if (!tag) return false;
-    for (const auto& [key, item] : tag->itemListMap()) {
-      if (!key.startsWith("COVER ART (") || item.type() != TagLib::APE::Item::Binary) continue;
-      const ByteVector value = item.binaryData();
-      const int end = value.find('\0');
-      if (end < 0) continue;
-      const std::string name = item.key().to8Bit(true);
-      constexpr std::size_t kPrefix = sizeof "Cover Art (" - 1;
-      add(value.mid(static_cast<unsigned>(end) + 1), {},
-          name.substr(kPrefix, name.size() - kPrefix - 1) + " Cover");
-    }
-    return true;
-  }
-
-  static bool isImage(const ByteVector& bytes) {
-    return imageTypeOf(std::as_bytes(std::span(bytes.data(), bytes.size()))).has_value();
-  }
-
-  void add(const ByteVector& image, const TagLib::String& mimeType = {},
-           std::string role = {}) const {
-    pictures_.push_back(describe(image, mimeType.to8Bit(true), std::move(role)));
-  }
-
-  std::vector<PictureInfo>& pictures_;
-};
+Picture described(int type, const TagLib::String& mimeType, const TagLib::String& description,
+                  const ByteVector& image) {
+  return {type, roleOf(type), mimeType.isEmpty() ? mimeTypeOf(image) : mimeType.to8Bit(true),
+          description.to8Bit(true), image};
+}
 
 }  // namespace
 
-std::vector<PictureInfo> readPictures(int fd, const std::string& path) {
-  std::vector<PictureInfo> pictures;
-  withAudioFileToRead(duplicateFd(fd), path.c_str(), PictureList(pictures));
-  return pictures;
+void addPictures(TagLib::ID3v2::Tag& tag, Pictures& pictures) {
+  for (TagLib::ID3v2::Frame* frame : tag.frameList("APIC")) {
+    const auto* picture = dynamic_cast<TagLib::ID3v2::AttachedPictureFrame*>(frame);
+    if (!picture) continue;
+    pictures.push_back(described(picture->type(), picture->mimeType(), picture->description(),
+                                 picture->picture()));
+  }
+}
+
+void addPictures(TagLib::MP4::Tag& tag, Pictures& pictures) {
+  for (const auto& cover : tag.item("covr").toCoverArtList()) {
+    pictures.push_back(bare(cover.data()));
+  }
+}
+
+void addPictures(TagLib::Ogg::XiphComment& comment, Pictures& pictures) {
+  addPictures(comment.pictureList(), pictures);
+}
+
+/// An attribute holds either the picture structure of the format, or only the bytes of an image.
+void addPictures(TagLib::ASF::Tag& tag, Pictures& pictures) {
+  for (const auto& attribute : tag.attribute("WM/Picture")) {
+    const TagLib::ASF::Picture picture = attribute.toPicture();
+    const ByteVector bytes = attribute.toByteVector();
+    if (!formatOf(bytes) && picture.isValid()) {
+      pictures.push_back(
+          described(picture.type(), picture.mimeType(), picture.description(), picture.picture()));
+    } else {
+      pictures.push_back(bare(bytes));
+    }
+  }
+}
+
+/// Items called "Cover Art (...)" hold a file name, a zero byte and the image.
+void addPictures(TagLib::APE::Tag& tag, Pictures& pictures) {
+  constexpr unsigned kPrefix = sizeof "Cover Art (" - 1;
+  for (const auto& [key, item] : tag.itemListMap()) {
+    if (!key.startsWith("COVER ART (") || item.type() != TagLib::APE::Item::Binary) continue;
+    const ByteVector value = item.binaryData();
+    const int end = value.find('\0');
+    if (end < 0) continue;
+    const std::string name = item.key().to8Bit(true);
+    const std::string inBrackets = name.substr(kPrefix, name.size() - kPrefix - 1);
+    const ByteVector fileName = value.mid(0, static_cast<unsigned>(end));
+    const ByteVector image = value.mid(static_cast<unsigned>(end) + 1);
+    const TagLib::String role(inBrackets, TagLib::String::UTF8);
+    pictures.push_back({typeOf(role), inBrackets + " Cover", mimeTypeOf(image),
+                        TagLib::String(fileName, TagLib::String::UTF8).to8Bit(true), image});
+  }
+}
+
+void addPictures(const TagLib::List<TagLib::FLAC::Picture*>& blocks, Pictures& pictures) {
+  for (TagLib::FLAC::Picture* picture : blocks) {
+    pictures.push_back(
+        described(picture->type(), picture->mimeType(), picture->description(), picture->data()));
+  }
 }
 
 }  // namespace tagwriter

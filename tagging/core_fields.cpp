@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "dsf/dsf_file_type_resolver.h"
 #include "io/save.h"
 #include "io/with_stream.h"
 
@@ -27,16 +26,6 @@ bool writeCoreField(const CoreField& field, const char* key, UniqueFd fd, const 
     if (TagLib::Tag* tag = file.tag()) field.set(*tag, change);
     return saveReference(file);
   });
-}
-
-std::optional<StoredField> readCoreField(const CoreField& field, UniqueFd fd, const char* path) {
-  TagLib::registerDSFFileTypeResolver();
-  return withStreamToRead(std::move(fd), path,
-                          [&](StagedStream& stream) -> std::optional<StoredField> {
-                            const FileRef file(&stream, false);
-                            if (file.isNull() || !file.tag()) return std::nullopt;
-                            return field.get(*file.tag());
-                          });
 }
 
 }  // namespace tagwriter

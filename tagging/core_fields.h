@@ -66,8 +66,4 @@ inline constexpr CoreField kYear = {[](Tag& tag, const FieldChange& change) {
 bool writeCoreField(const CoreField& field, const char* key, UniqueFd fd, const FieldChange& change,
                     const Dictionary& request);
 
-/// Reads `field` from the file `fd`, which is always closed; `path` is never opened. Returns
-/// nullopt if the field is not in the file or TagLib cannot read the file.
-std::optional<StoredField> readCoreField(const CoreField& field, UniqueFd fd, const char* path);
-
 }  // namespace tagwriter

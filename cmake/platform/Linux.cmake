@@ -2,7 +2,8 @@
 set(TAGWRITER_PLATFORM linux)  # each directory's own sources for this platform are in there
 set(TAGWRITER_PLATFORM_LOG linux/platform_log.cpp)
 set(TAGWRITER_TRANSPORT dbus)
-set(TAGWRITER_DIRECTORIES confinement bus client cli docs bench)
+set(TAGWRITER_SERVICE_DIRECTORIES confinement reading)
+set(TAGWRITER_DIRECTORIES bus client cli docs bench)
 set(TAGWRITER_PACKAGING packaging)
 set(TAGWRITER_TESTS tests)
 set(TAGWRITER_LINK_HARDENING -Wl,-z,relro,-z,now)

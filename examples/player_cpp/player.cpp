@@ -41,6 +41,8 @@ int main(int argc, char** argv) {
   // it, and restarts it if it dies. Calls block until the file is written, so a graphical player
   // makes them on a background thread.
   TagWriter writer = onBus ? TagWriter::onSessionBus() : TagWriter();
+  // The same goes for the reader, which is private also on the bus.
+  tagwriter::TagReader reader;
 
   // The same edits serve for all files. The image is only borrowed: it must outlive the edit.
   const Edit edits[] = {
@@ -58,7 +60,7 @@ int main(int argc, char** argv) {
       continue;
     }
     // Success means that the service saved the file; reading it back is the proof.
-    const bool found = tagwriter::readField(path, field::kTitle) == TrackValue(title);
+    const bool found = reader.readField(path, field::kTitle) == TrackValue(title);
     std::cout << path << ": " << (found ? "written" : "written, but the title differs") << '\n';
     allWritten = allWritten && found;
   }

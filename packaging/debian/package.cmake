@@ -12,8 +12,8 @@ set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 and never opens a file by its name. The service runs as a private process of
 the player, or on the session bus, started on demand.
 
-This package contains the service, the library with which players use it, and
-the tagwriter command.")
+This package contains the service, a second one that reads, the library with
+which players use them, and the tagwriter command.")
 
 # Programs find the service below the prefix, and the files that start it contain the prefix. So
 # cpack must install to /usr with DESTDIR, not to a staging directory as the prefix.
@@ -27,7 +27,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Only players on the bus need a bus. The development packages are for the static library.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "default-dbus-session-bus | dbus-session-bus")
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "pkg-config, libtag1-dev, libsystemd-dev")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "pkg-config, libsystemd-dev")
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/triggers)

@@ -8,7 +8,7 @@ from pathlib import Path
 
 import mutagen
 
-from cli_support import DATA, SANITIZER_REPORTS, TAGWRITER, CommandTest, tagwriter
+from cli_support import BIN, DATA, SANITIZER_REPORTS, TAGWRITER, CommandTest, tagwriter
 from session import FRONT, SessionBus
 
 COVER = DATA / "cover_red.png"
@@ -20,6 +20,7 @@ class BusTest(CommandTest):
         super().setUp()
         # No service is next to this program, so only the one on the bus can write.
         self.program = Path(shutil.copy(TAGWRITER, self.aside))
+        (self.aside / "tagreaderd").symlink_to(BIN / "tagreaderd")
 
     def start_bus(self, front=(FRONT,)):
         bus = SessionBus(tempfile.mkdtemp(prefix="bus-", dir=self.aside), front)

@@ -101,8 +101,8 @@ class CommandTest(unittest.TestCase):
 
 
 class HeldService:
-    """A copy of the command, `program`, with a service that waits until it is let go: the command
-    waits at its first file."""
+    """A copy of the command, `program`, with the reader and a service that waits until it is let
+    go: the command waits at its first file."""
 
     def __init__(self, test):
         directory = Path(tempfile.mkdtemp(prefix="held-", dir=test.aside))
@@ -112,6 +112,7 @@ class HeldService:
         os.mkfifo(directory / "gate")
         # Open at both ends, so that opening it never blocks.
         self._gate = os.open(directory / "gate", os.O_RDWR)
+        (directory / "tagreaderd").symlink_to(BIN / "tagreaderd")
         service = directory / "tagwriterd"
         service.write_text(f"""#!/bin/sh
 exec 9< {directory}/gate

@@ -1,6 +1,7 @@
-// Parsing values, escaping text and drawing the progress bar.
+// Parsing values, finding the disc, escaping text and drawing the progress bar.
 #include <gtest/gtest.h>
 
+#include "cli/disc_position.h"
 #include "cli/field_value.h"
 #include "cli/printable.h"
 #include "cli/progress.h"
@@ -57,6 +58,30 @@ TEST(ProgressText, ShowsCountSpeedAndTimeLeft) {
   EXPECT_EQ(progressText(0, 10, 3), "[------------------------------] 0/10");
   EXPECT_EQ(progressText(999, 1000, 999),
             "[#############################-] 999/1000  1.0 files/s  0:01 left");
+}
+
+TEST(DiscPosition, IsFoundInEverySpelling) {
+  struct {
+    TagListing tags;
+    std::int64_t number, total;
+  } const discs[] = {
+      {{}, 0, 0},
+      {{{"DISCNUMBER", "03/12"}}, 3, 12},
+      {{{"DISCNUMBER", "0/2"}}, 0, 2},
+      {{{"TOTALDISCS", "3"}}, 0, 3},
+      {{{"DISCNUMBER", "1/4"}, {"DISCTOTAL", "2"}, {"TOTALDISCS", "3"}}, 1, 4},
+      {{{"DISCNUMBER", "1"}, {"DISCTOTAL", "2"}, {"TOTALDISCS", "3"}}, 1, 2},
+      {{{"DISCNUMBER", "1"}, {"DISCTOTAL", "0"}, {"TOTALDISCS", "3"}}, 1, 3},
+      {{{"DISCNUMBER", "1"}, {"DISCTOTAL", "x"}, {"TOTALDISCS", "3"}}, 1, 3},
+      {{{"DISCNUMBER", "one"}, {"DISCTOTAL", "2"}}, 0, 2},
+      {{{"DISCNUMBER", "1"}, {"DISCNUMBER", "2"}}, 1, 0},
+      {{{"discnumber", "1"}, {"TRACKNUMBER", "7/9"}}, 0, 0},
+  };
+  for (const auto& disc : discs) {
+    const DiscPosition position = discPositionOf(disc.tags);
+    EXPECT_EQ(position.number, disc.number) << testing::PrintToString(disc.tags);
+    EXPECT_EQ(position.total, disc.total) << testing::PrintToString(disc.tags);
+  }
 }
 
 }  // namespace

@@ -24,11 +24,12 @@ class ClientTest : public testing::Test {
   /// Writes a shell script that can be used as a worker; $WORKER is the real one. Returns its path.
   std::string script(const std::string& name, const std::string& text) const;
 
-  /// The title as readField returns it, or "-".
+  /// The title as readField returns it, or "-". Leaves no reader behind.
   static std::string titleOf(const AudioFile& file);
 
   TemporaryDirectory directory_;
   TagWriter writer_{TAGWRITER_WORKER};
+  TagReader reader_;
 };
 
 /// The path of `name` in the directory.

@@ -138,7 +138,7 @@ TEST_F(Edits, ThatAreNoneChangeNothing) {
 
 TEST(Outcome, HasADistinctMessageForEachStatus) {
   std::set<std::string> messages;
-  for (int i = 0; i <= static_cast<int>(Status::kTimesNotKept); ++i) {
+  for (int i = 0; i <= static_cast<int>(Status::kUnreadable); ++i) {
     const auto status = static_cast<Status>(i);
     const std::string message = Outcome{status}.message();
     EXPECT_NE(message, "");

@@ -78,8 +78,8 @@ class Fields : public ClientTest, public testing::WithParamInterface<Container> 
     if (key == field::kCueSheet) return GetParam().takesCueSheet;
     return key != field::kTotalNumberOfTracks || GetParam().takesTotal;
   }
-  void expectNumber(const char* key, std::int64_t number) const {
-    EXPECT_TRUE(readField(path_, key) == TrackValue(number)) << key;
+  void expectNumber(const char* key, std::int64_t number) {
+    EXPECT_TRUE(reader_.readField(path_, key) == TrackValue(number)) << key;
   }
   std::string path_ = directory_.copyOf(GetParam().name);
 };
@@ -90,7 +90,7 @@ TEST_P(Fields, AreReadBackAsWritten) {
     SCOPED_TRACE(field.key);
     if (!takes(field.key)) {
       EXPECT_STATUS(Status::kRefused, writer_.setField(path_, field.key, valueFor(field, 0)));
-      EXPECT_FALSE(readField(path_, field.key).has_value());
+      EXPECT_FALSE(reader_.readField(path_, field.key).has_value());
       continue;
     }
     if (field.key == std::string_view(field::kTotalNumberOfTracks)) {
@@ -99,10 +99,10 @@ TEST_P(Fields, AreReadBackAsWritten) {
     }
     for (const int round : {0, 1}) {
       EXPECT_STATUS(Status::kWritten, writer_.setField(path_, field.key, valueFor(field, round)));
-      EXPECT_TRUE(readField(path_, field.key) == valueFor(field, round));
+      EXPECT_TRUE(reader_.readField(path_, field.key) == valueFor(field, round));
     }
     EXPECT_STATUS(Status::kWritten, writer_.clearField(path_, field.key));
-    EXPECT_TRUE(isCleared(readField(path_, field.key)));
+    EXPECT_TRUE(isCleared(reader_.readField(path_, field.key)));
   }
 }
 
@@ -113,7 +113,7 @@ TEST_P(Fields, KeepANumberAndItsTotalApart) {
     expectNumber("totalNumberOfDiscs", disc + 1);
   }
   EXPECT_STATUS(Status::kWritten, writer_.write(path_, Edit::setDisc(0, 0)));
-  EXPECT_TRUE(isCleared(readField(path_, "totalNumberOfDiscs")));
+  EXPECT_TRUE(isCleared(reader_.readField(path_, "totalNumberOfDiscs")));
   if (!GetParam().takesTotal) return;
   EXPECT_STATUS(Status::kWritten, writer_.setField(path_, "trackNumber", std::int64_t{7}));
   EXPECT_STATUS(Status::kWritten, writer_.setField(path_, "totalNumberOfTracks", std::int64_t{12}));
@@ -138,7 +138,7 @@ TEST_F(ReadField, ReadsWhatOtherProgramsWrite) {
     file.tag()->addField("COMPOSER", "Two", false);
     ASSERT_TRUE(file.save());
   }
-  EXPECT_TRUE(readField(ogg, "composer") == TrackValue(std::string("One Two")));
+  EXPECT_TRUE(reader_.readField(ogg, "composer") == TrackValue(std::string("One Two")));
 
   const std::string mp3 = directory_.copyOf("mp3_plain.mp3");
   {
@@ -148,7 +148,8 @@ TEST_F(ReadField, ReadsWhatOtherProgramsWrite) {
     file.ID3v2Tag(true)->addFrame(frame);
     ASSERT_TRUE(file.save());
   }
-  EXPECT_TRUE(readField(mp3, "catalogNumber") == TrackValue(std::string())) << "it has no value";
+  EXPECT_TRUE(reader_.readField(mp3, "catalogNumber") == TrackValue(std::string()))
+      << "it has no value";
 
   const std::string wma = directory_.copyOf("wma_plain.wma");
   {
@@ -156,14 +157,14 @@ TEST_F(ReadField, ReadsWhatOtherProgramsWrite) {
     file.tag()->setAttribute("WM/TrackNumber", TagLib::ASF::Attribute(0U));
     ASSERT_TRUE(file.save());
   }
-  EXPECT_FALSE(readField(wma, "trackNumber").has_value());
+  EXPECT_FALSE(reader_.readField(wma, "trackNumber").has_value());
 
   const std::string opus = directory_.copyOf("opus_plain.opus");
   for (const std::int64_t number : {0, -3}) {
     TagLib::Ogg::Opus::File file(opus.c_str());
     file.tag()->addField("TRACKNUMBER", TagLib::String::number(static_cast<int>(number)));
     ASSERT_TRUE(file.save());
-    EXPECT_TRUE(readField(opus, "trackNumber") == TrackValue(number));
+    EXPECT_TRUE(reader_.readField(opus, "trackNumber") == TrackValue(number));
   }
 
   const std::string m4a = directory_.copyOf("m4a_plain.m4a");
@@ -174,13 +175,13 @@ TEST_F(ReadField, ReadsWhatOtherProgramsWrite) {
     file.tag()->setItem("\251cmt", comments);
     ASSERT_TRUE(file.save());
   }
-  EXPECT_TRUE(readField(m4a, "comment") == TrackValue(std::string("One Two")));
+  EXPECT_TRUE(reader_.readField(m4a, "comment") == TrackValue(std::string("One Two")));
 }
 
 TEST_F(ReadField, ReturnsNothingForAnUnknownKeyOrAnUnreadableFile) {
   const std::string mp3 = directory_.copyOf("mp3_id3v23.mp3");
   for (const char* key : {"", "titel", "Title", "path"}) {
-    EXPECT_FALSE(readField(mp3, key).has_value()) << key;
+    EXPECT_FALSE(reader_.readField(mp3, key).has_value()) << key;
   }
   const std::string zero = in(directory_, "zero.mp3");
   std::filesystem::create_symlink("/dev/zero", zero);
@@ -195,22 +196,22 @@ TEST_F(ReadField, ReturnsNothingForAnUnknownKeyOrAnUnreadableFile) {
         AudioFile(device.get(), "zero.mp3"), AudioFile(directory.get(), "a.mp3"),
         AudioFile(12345, "song.mp3"), AudioFile(-1, mp3), AudioFile(withZeroByte),
         AudioFile(file.get(), withZeroByte)}) {
-    EXPECT_FALSE(readField(unreadable, "title").has_value()) << unreadable.path();
-    EXPECT_FALSE(readField(unreadable, "composer").has_value()) << unreadable.path();
+    EXPECT_FALSE(reader_.readField(unreadable, "title").has_value()) << unreadable.path();
+    EXPECT_FALSE(reader_.readField(unreadable, "composer").has_value()) << unreadable.path();
   }
   // What they are compared with: a readable file, for which a read-only descriptor is enough.
-  EXPECT_TRUE(readField(AudioFile(file.get(), mp3), "title").has_value());
+  EXPECT_TRUE(reader_.readField(AudioFile(file.get(), mp3), "title").has_value());
 }
 
 TEST_F(ReadField, NeitherWaitsForAPipeNorConsumesIt) {
   const std::string fifo = in(directory_, "fifo.mp3");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  EXPECT_FALSE(readField(fifo, "title").has_value()) << "and it must not wait for a writer";
+  EXPECT_FALSE(reader_.readField(fifo, "title").has_value()) << "and it must not wait for a writer";
   const UniqueFd pipe = openFile(fifo, O_RDWR);
   ASSERT_EQ(::write(pipe.get(), "ID3", 3), 3);
   for (const char* key : {"title", "composer"}) {
-    EXPECT_FALSE(readField(fifo, key).has_value());
-    EXPECT_FALSE(readField(AudioFile(pipe.get(), fifo), key).has_value());
+    EXPECT_FALSE(reader_.readField(fifo, key).has_value());
+    EXPECT_FALSE(reader_.readField(AudioFile(pipe.get(), fifo), key).has_value());
   }
   int remaining = 0;
   ASSERT_EQ(::ioctl(pipe.get(), FIONREAD, &remaining), 0);

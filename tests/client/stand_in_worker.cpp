@@ -14,10 +14,11 @@ int main(int argc, char** argv) {
   const std::string option = argc > 1 ? argv[1] : "";
   const std::string damage = std::getenv("DAMAGE");
   const int socket = std::stoi(option.substr(option.find('=') + 1));
-  return dbus::serveWrites(UniqueFd(socket), [&](const Dictionary& request) {
+  const auto edit = [&](const Dictionary& request) {
     const UniqueFd file = request.duplicateDescriptor(key::kFd);
     if (damage == "truncate") return Answer{::ftruncate(file.get(), 0) == 0};
     if (damage == "overwrite") return Answer{::pwrite(file.get(), "no audio", 8, 0) == 8};
-    return Answer{true, false, damage == "leave"};
-  });
+    return Answer{true};
+  };
+  return dbus::serveWrites(UniqueFd(socket), edit, [&] { return damage == "leave"; });
 }

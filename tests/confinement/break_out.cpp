@@ -1,6 +1,6 @@
-// Confines itself as tagwriterd does, and then tries to get out. Prints what came of each attempt.
-// Exits with 0 if all end in death and all work can still be done, 77 if this system cannot confine
-// a process.
+// Confines itself as tagwriterd and tagreaderd do, and then tries to get out. Prints what came of
+// each attempt. Exits with 0 if all end in death and all work can still be done, 77 if this system
+// cannot confine a process.
 #include <sys/wait.h>
 
 #include <cerrno>

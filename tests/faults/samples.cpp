@@ -1,6 +1,6 @@
 #include "tests/faults/samples.h"
 
-#include "artwork/artwork_type.h"
+#include "artwork/artwork_format.h"
 #include "protocol/keys.h"
 #include "tests/support/ogg_pages.h"
 #include "tests/support/temporary_directory.h"

@@ -8,7 +8,7 @@ import xml.etree.ElementTree as ElementTree
 from staging import SOURCE, StagingTest, run_on_bus
 
 sys.path.insert(0, str(SOURCE / "tests" / "player"))
-from player import Player  # noqa: E402
+from player import READER_OBJECT, TAGREADERD, Player  # noqa: E402
 
 
 def interface(text, name):
@@ -32,6 +32,13 @@ class InterfaceTest(StagingTest):
         served = run_on_bus(self.prefix, "busctl", "--user", "--xml-interface", "introspect",
                             "org.tagwriter.TagWriter", "/org/tagwriter/TagWriter")
         self.assertEqual(interface(served, name), self.declared(name))
+
+    def test_read_is_what_the_reader_serves(self):
+        name = "org.tagwriter.TagReader1"
+        with Player(program=TAGREADERD) as player:
+            reply = player.call("org.freedesktop.DBus.Introspectable", "Introspect", None,
+                                READER_OBJECT)
+        self.assertEqual(interface(reply.unpack()[0], name), self.declared(name))
 
     def test_truncation_is_what_the_python_player_serves(self):
         example = (SOURCE / "examples/player_python/player.py").read_text()

@@ -7,7 +7,8 @@ import unittest
 
 import mutagen
 
-from staging import CXX_FLAGS, DATA, LIBDIR, VERSION, StagingTest, run, run_on_bus, spy_on
+from staging import (
+    CXX_FLAGS, DATA, LIBDIR, VERSION, StagingTest, run, run_on_bus, spy_on, uses_taglib)
 
 PLAYER = "share/doc/tagwriter/examples/player_cpp"
 STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Werror", *CXX_FLAGS]
@@ -80,7 +81,8 @@ class LibraryTest(StagingTest):
 
     def test_the_shared_library_with_pkg_config_over_the_bus(self):
         self.assertEqual(self.pkg_config("--modversion"), [VERSION])
-        self.assertTrue(os.access(self.pkg_config("--variable=tagwriterd")[0], os.X_OK))
+        for program in ("tagwriterd", "tagreaderd"):
+            self.assertTrue(os.access(self.pkg_config(f"--variable={program}")[0], os.X_OK))
         flags = self.pkg_config("--cflags", "--libs")
         self.assertEqual([flag[:2] + os.path.realpath(flag[2:]) for flag in flags[:2]] + flags[2:],
                          [f"-I{self.prefix}/include", f"-L{self.prefix / LIBDIR}", "-ltagwriter"])
@@ -95,6 +97,14 @@ class LibraryTest(StagingTest):
     def test_the_static_library_with_cmake(self):
         self.assert_writes(self.assert_linked(self.build_with_cmake(STATIC_PROJECT), shared=False))
 
+    def test_neither_library_nor_command_contains_taglib(self):
+        for file in ("libtagwriter.so", "libtagwriter.a"):
+            self.assertFalse(uses_taglib(self.prefix / LIBDIR / file), file)
+        for file in ("bin/tagwriter", "libexec/tagwriter/tagwriter-bus"):
+            self.assertFalse(uses_taglib(self.prefix / file), file)
+        for program in ("tagwriterd", "tagreaderd"):  # the test would notice
+            self.assertTrue(uses_taglib(self.prefix / "libexec/tagwriter" / program))
+
     def test_exports_the_public_names_only(self):
         symbols = run("nm", "-DC", "--defined-only", self.prefix / LIBDIR / "libtagwriter.so")
         names = {name for kind, name in (line.split(" ", 2)[1:] for line in symbols.splitlines())
@@ -102,7 +112,8 @@ class LibraryTest(StagingTest):
         # None of a class inside a public one.
         self.assertEqual([name for name in names if re.match(r"(\w+::){3}\w+\(", name)], [])
         self.assertEqual({re.sub(r"^tagwriter::(\w+).*", r"\1", name) for name in names},
-                         {"Edit", "Outcome", "TagWriter", "detectImageType", "readField"})
+                         {"Edit", "Outcome", "TagReader", "TagWriter", "detectImageType",
+                          "readField"})
 
 
 if __name__ == "__main__":

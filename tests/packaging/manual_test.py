@@ -6,7 +6,8 @@ import unittest
 
 from staging import DEADLINE, SOURCE, StagingTest, run
 
-PAGES = ["man1/tagwriter.1", "man3/tagwriter.3", "man8/tagwriter-bus.8", "man8/tagwriterd.8"]
+PAGES = ["man1/tagwriter.1", "man3/tagwriter.3", "man8/tagwriter-bus.8", "man8/tagwriterd.8",
+         "man8/tagreaderd.8"]
 
 
 class ManualTest(StagingTest):
@@ -56,7 +57,8 @@ class ManualTest(StagingTest):
             self.assert_describes_options(PAGES[0], self.help_of("bin/tagwriter", command))
 
     def test_the_service_pages_describe_every_option(self):
-        for page, program in {PAGES[2]: "tagwriter-bus", PAGES[3]: "tagwriterd"}.items():
+        for page in PAGES[2:]:
+            program = page.removeprefix("man8/").removesuffix(".8")
             self.assert_describes_options(page, self.help_of(f"libexec/tagwriter/{program}"))
 
     def test_the_command_page_lists_every_field_with_its_type(self):

@@ -5,12 +5,14 @@ import re
 import unittest
 
 from staging import (
-    BUILD, LIBDIR, SOURCE, VERSION, StagingTest, files_below, installed_files, run,
+    BUILD, LIBDIR, SOURCE, VERSION, StagingTest, files_below, installed_files, run, uses_taglib,
     without_configuration)
 
 DOCUMENTS = ["usr/share/doc/tagwriter/changelog.gz", "usr/share/doc/tagwriter/copyright",
              "usr/share/lintian/overrides/tagwriter"]
-FRONT = "usr/libexec/tagwriter/tagwriter-bus"
+FRONT, SERVICE, READER = (f"usr/libexec/tagwriter/{name}"
+                          for name in ("tagwriter-bus", "tagwriterd", "tagreaderd"))
+PROGRAMS = ["usr/bin/tagwriter", FRONT, SERVICE, READER, f"usr/{LIBDIR}/libtagwriter.so"]
 
 
 def packaged(file):
@@ -69,12 +71,17 @@ class PackageTest(StagingTest):
                     self.assertNotIn(os.fsencode(directory), content, path)
 
     def test_programs_are_stripped_and_hardened(self):
-        for program in ("usr/bin/tagwriter", "usr/libexec/tagwriter/tagwriterd", FRONT,
-                        f"usr/{LIBDIR}/libtagwriter.so"):
+        for program in PROGRAMS:
             headers = run("readelf", "-hlSdW", self.root / program)
             for expected in ("DYN (", "GNU_RELRO", "NOW"):  # DYN: position independent
                 self.assertIn(expected, headers, program)
             self.assertNotIn(".symtab", headers, program)
+
+    def test_only_service_and_reader_load_taglib(self):
+        self.assertEqual({program for program in PROGRAMS if uses_taglib(self.root / program)},
+                         {SERVICE, READER})
+        archive, = self.root.glob("usr/lib/**/libtagwriter.a")
+        self.assertFalse(uses_taglib(archive))
 
 
 if __name__ == "__main__":

@@ -61,6 +61,7 @@ def installed_files():
     files = f"""
         bin/tagwriter include/tagwriter/fields.h include/tagwriter/tag_writer.h
         libexec/tagwriter/tagwriter-bus libexec/tagwriter/tagwriterd
+        libexec/tagwriter/tagreaderd
         {LIBDIR}/libtagwriter.a {LIBDIR}/libtagwriter.so {LIBDIR}/libtagwriter.so.0
         {LIBDIR}/libtagwriter.so.{VERSION} {LIBDIR}/pkgconfig/tagwriter.pc
         {cmake}/tagwriterConfig.cmake {cmake}/tagwriterConfigVersion.cmake
@@ -69,11 +70,12 @@ def installed_files():
         lib/systemd/user/tagwriter.service lib/systemd/user-generators/tagwriter-namespaces
         share/dbus-1/services/org.tagwriter.TagWriter.service
         share/dbus-1/interfaces/org.tagwriter.TagWriter1.xml
+        share/dbus-1/interfaces/org.tagwriter.TagReader1.xml
         share/dbus-1/interfaces/org.tagwriter.Truncation1.xml
         share/bash-completion/completions/tagwriter share/zsh/site-functions/_tagwriter
         share/fish/vendor_completions.d/tagwriter.fish
         share/man/man1/tagwriter.1 share/man/man3/tagwriter.3
-        share/man/man8/tagwriter-bus.8 share/man/man8/tagwriterd.8
+        share/man/man8/tagwriter-bus.8 share/man/man8/tagwriterd.8 share/man/man8/tagreaderd.8
         {documents}/README.md {documents}/examples/player_python/player.py
         {player_cpp}/CMakeLists.txt {player_cpp}/player.cpp
         {player_xpc}/CMakeLists.txt {player_xpc}/player.cpp""".split()
@@ -93,6 +95,14 @@ def spy_on(program):
     program.write_text(f'#!/bin/sh\n: > "{mark}"\nexec "{real}" "$@"\n')
     program.chmod(0o755)
     return mark
+
+
+def uses_taglib(program):
+    """Whether a symbol of TagLib is in the program, or TagLib itself among the libraries that it
+    loads. A program without symbols shows only those that it takes from a shared library."""
+    symbols = run("nm", "-C", program) + run("nm", "-CD", program)
+    loaded = "" if program.suffix == ".a" else run("ldd", program)
+    return "TagLib::" in symbols or "libtag." in loaded
 
 
 class StagingTest(unittest.TestCase):

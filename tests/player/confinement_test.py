@@ -1,4 +1,4 @@
-"""The service has given up what it does not need, and still does what players may ask of it."""
+"""Service and reader have given up what they do not need, and still do what players may ask."""
 
 import os
 import resource
@@ -7,7 +7,7 @@ import time
 import unittest
 import zlib
 
-from player import DEADLINE, PEER_INTERFACE, GLib, change, text
+from player import DEADLINE, PEER_INTERFACE, TAGREADERD, GLib, change, text
 from support import DATA, PlayerTest, ScratchTest, contents
 from wire import ping_blob, receive_until, shake_hands
 
@@ -73,7 +73,18 @@ class ConfinementTest(PlayerTest):
         self.assert_still_answers()
 
 
+class ReaderConfinementTest(ConfinementTest):
+    program = TAGREADERD
+    test_a_file_that_inflates_without_end_is_refused = None
+
+
 class ProcessTest(ScratchTest):
+
+    def assert_works(self, player):
+        path = self.copy("mp3_plain.mp3")
+        with open(path, "rb+") as file:
+            reply = player.write(change("title", text("T"), path), [file])
+        self.assertTrue(reply["result"].get_boolean())
 
     def test_can_be_stopped_and_continued(self):
         service = self.start_service()
@@ -87,13 +98,21 @@ class ProcessTest(ScratchTest):
 
     def test_unless_told_otherwise(self):
         player = self.start_player(options=["--unconfined"])
-        path = self.copy("mp3_plain.mp3")
-        with open(path, "rb+") as file:
-            reply = player.write(change("title", text("T"), path), [file])
-        self.assertTrue(reply["result"].get_boolean())
+        self.assert_works(player)
+        name = os.path.basename(self.program)
         self.assertEqual(player.service.log(),
-                         "tagwriterd: --unconfined: this process keeps all rights of its user\n")
+                         f"{name}: --unconfined: this process keeps all rights of its user\n")
         self.assertEqual(seccomp_of(player.service.pid), seccomp_of("self"))
+
+
+class ReaderProcessTest(ProcessTest):
+    program = TAGREADERD
+
+    def assert_works(self, player):
+        path = self.copy("mp3_plain.mp3")
+        with open(path, "rb") as file:
+            reply = player.read({"path": text(path), "fd": GLib.Variant("h", 0)}, [file])
+        self.assertTrue(reply["readable"].get_boolean())
 
 
 if __name__ == "__main__":

@@ -1,6 +1,6 @@
-"""Garbage on the service's socket and in the files that it is sent.
+"""Garbage on the sockets of service and reader and in the files that they are sent.
 
-Whatever the bytes on the socket, the service either continues or exits with 0 or 1, never by a
+Whatever the bytes on the socket, each of them either continues or exits with 0 or 1, never by a
 signal. Whatever the bytes in a file, the request is answered and no descriptor stays open. No
 sanitizer complains. Random bytes come from a seed, which is part of the subtest's name.
 """
@@ -10,9 +10,10 @@ import random
 import socket
 import unittest
 
-from player import DEADLINE, change, text
+from player import DEADLINE, TAGREADERD, GLib, change, text
 from support import AUDIO_FILES, DATA, PlayerTest, ScratchTest, contents
-from wire import HANDSHAKE, ping_blob, receive_until, shake_hands, split, write_blob
+from wire import (
+    HANDSHAKE, ping_blob, read_blob, receive_until, shake_hands, split, write_blob)
 
 SEEDS = range(30)
 
@@ -23,6 +24,7 @@ def garbage(seed, length=4000):
 
 class Socket(ScratchTest):
     PATH = "/some/where/abcdef.flac"
+    call_blob = staticmethod(write_blob)
 
     def start(self, data=b""):
         """A new service that is sent these bytes, all of them unless it hangs up."""
@@ -50,7 +52,8 @@ class Socket(ScratchTest):
         log = self.service.log()
         self.service.close()
         self.assertIn(code, (0, 1), log)
-        self.assertRegex(log, r"\Atagwriterd: the connection failed: .+\n\Z" if code else r"\A\Z")
+        name = os.path.basename(self.program)
+        self.assertRegex(log, rf"\A{name}: the connection failed: .+\n\Z" if code else r"\A\Z")
 
     def test_before_and_in_the_handshake(self):
         cuts = [HANDSHAKE.index(word) for word in (b"EXTERNAL", b"DATA", b"NEGOTIATE", b"BEGIN")]
@@ -76,7 +79,7 @@ class Socket(ScratchTest):
                 self.assert_clean_end()
 
     def test_malformed_bodies_get_an_error(self):
-        good = write_blob({"path": text(self.PATH)})
+        good = self.call_blob({"path": text(self.PATH)})
         header, body = split(good)
         length = len(self.PATH).to_bytes(4, "little") + b"/some"
         bad = [good.replace(b"abcdef", b"ab\xff\xfeef"), good.replace(b"path", b"p\xc0th"),
@@ -97,7 +100,7 @@ class Socket(ScratchTest):
         """The service may ignore, refuse or answer such a message, or hang up."""
         request = change("title", text("New"), self.PATH)
         del request["fd"]
-        good = write_blob(request)
+        good = self.call_blob(request)
         served = 0
         for index in range(len(good)):
             bad = bytearray(good)
@@ -111,16 +114,25 @@ class Socket(ScratchTest):
         self.assertGreater(served, len(good) // 2)
 
 
+class ReaderSocket(Socket):
+    program = TAGREADERD
+    call_blob = staticmethod(read_blob)
+
+
 class Files(PlayerTest):
 
+    def request(self, path):
+        """A title request is answered."""
+        reply = self.write(change("title", text("New"), path), path)
+        self.assertEqual(set(reply), {"path", "result"})
+
     def check(self, name, data, **parameters):
-        """A title request for a file with these contents is answered."""
+        """A request for a file with these contents is answered."""
         path = os.path.join(self.directory, name)
         with self.subTest(name=name, **parameters):
             with open(path, "wb") as file:
                 file.write(data)
-            reply = self.write(change("title", text("New"), path), path)
-            self.assertEqual(set(reply), {"path", "result"})
+            self.request(path)
             self.player.ping()
             self.assertEqual(self.service.descriptors_of(path), 0)
             self.assert_clean(self.service)
@@ -152,6 +164,20 @@ class Files(PlayerTest):
                     changed[index] = generator.randrange(256)
                 self.check(name, bytes(changed), seed=seed)
         self.assert_still_answers()
+
+
+class ReaderFiles(Files):
+    program = TAGREADERD
+
+    def request(self, path):
+        before = contents(path)
+        with open(path, "rb") as file:
+            reply = self.player.read({"path": text(path), "fd": GLib.Variant("h", 0)}, [file])
+        self.assertEqual(set(reply), {"readable", "audio", "tags", "track", "pictures"})
+        self.assertEqual(contents(path), before)
+
+    def assert_still_answers(self):
+        self.request(self.copy("mp3_plain.mp3", "next.mp3"))
 
 
 if __name__ == "__main__":

@@ -3,9 +3,12 @@
     with Player() as player:
         with open("song.mp3", "rb+") as file:
             reply = player.write(change("title", text("Word"), "song.mp3"), [file])
+    with Player(program=TAGREADERD) as player:
+        with open("song.mp3", "rb") as file:
+            reply = player.read({"path": text("song.mp3"), "fd": GLib.Variant("h", 0)}, [file])
 
-Service starts tagwriterd on one end of a socketpair. Player connects to the other end and sends
-requests. Neither waits for anything longer than DEADLINE seconds.
+Service starts tagwriterd, or tagreaderd, on one end of a socketpair. Player connects to the other
+end and sends requests. Neither waits for anything longer than DEADLINE seconds.
 """
 
 import concurrent.futures
@@ -25,9 +28,12 @@ from gi.repository import Gio, GLib  # noqa: E402
 if "TAGWRITER_BIN" not in os.environ:
     sys.exit("Set TAGWRITER_BIN to the directory that holds tagwriterd")
 TAGWRITERD = os.path.join(os.environ["TAGWRITER_BIN"], "tagwriterd")
+TAGREADERD = os.path.join(os.environ["TAGWRITER_BIN"], "tagreaderd")
 
 OBJECT = "/org/tagwriter/TagWriter"
 INTERFACE = "org.tagwriter.TagWriter1"
+READER_OBJECT = "/org/tagwriter/TagReader"
+READER_INTERFACE = "org.tagwriter.TagReader1"
 PEER_INTERFACE = "org.freedesktop.DBus.Peer"
 
 # How long anything may take, in seconds: far more than it takes, so that only failures reach it.
@@ -86,9 +92,19 @@ def change(field, value, path=None):
 
 
 def write_call(request, fds=()):
-    """The message that carries a request, a dict or a variant."""
+    """The message that carries a request to write, a dict or a variant."""
+    return request_call((OBJECT, INTERFACE, "Write"), request, fds)
+
+
+def read_call(request, fds=()):
+    """The message that carries a request to read."""
+    return request_call((READER_OBJECT, READER_INTERFACE, "Read"), request, fds)
+
+
+def request_call(method, request, fds):
+    """The message that carries a request for a method."""
     body = dictionary(request) if isinstance(request, dict) else request
-    message = Gio.DBusMessage.new_method_call(None, OBJECT, INTERFACE, "Write")
+    message = Gio.DBusMessage.new_method_call(None, *method)
     message.set_body(GLib.Variant.new_tuple(body))
     message.set_unix_fd_list(fd_list(fds))
     return message
@@ -117,15 +133,15 @@ def reply_values(body):
 
 
 class Service:
-    """A private tagwriterd. `socket` is the player's end of its socketpair. `prepare` is a shell
-    command that runs in its process before it starts, with these options."""
+    """A private tagwriterd, or another `program`. `socket` is the player's end of its socketpair.
+    `prepare` is a shell command that runs in its process before it starts, with these options."""
 
-    def __init__(self, prepare="", options=()):
+    def __init__(self, prepare="", options=(), program=TAGWRITERD):
         self.socket, theirs = socket.socketpair()
         self._log = tempfile.TemporaryFile()
         with theirs:
             self._process = subprocess.Popen(
-                ["sh", "-c", f'{prepare}\nexec "$@"', "sh", TAGWRITERD, f"--fd={theirs.fileno()}",
+                ["sh", "-c", f'{prepare}\nexec "$@"', "sh", program, f"--fd={theirs.fileno()}",
                  *options],
                 pass_fds=[theirs.fileno()],
                 stdin=subprocess.DEVNULL, stderr=self._log)
@@ -196,6 +212,10 @@ class Connection:
         """Sends a request, a dict or a variant, and returns the reply as a dict of variants."""
         return reply_values(self.write_later(request, fds).result(DEADLINE))
 
+    def read(self, request, fds=()):
+        """The same for a request to read."""
+        return reply_values(self.submit(read_call(request, fds)).result(DEADLINE))
+
     def write_later(self, request, fds=(), destination=None):
         """Sends a request. Returns the future of the reply's body."""
         message = write_call(request, fds)
@@ -237,8 +257,8 @@ class Connection:
 class Player(Connection):
     """A service with a connection to it."""
 
-    def __init__(self, prepare="", options=()):
-        self.service = Service(prepare, options)
+    def __init__(self, prepare="", options=(), program=TAGWRITERD):
+        self.service = Service(prepare, options, program)
         ours = Gio.Socket.new_from_fd(self.service.socket.detach())
         super().__init__(Gio.DBusConnection.new_sync(
             ours.connection_factory_create_connection(), None,

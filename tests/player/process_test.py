@@ -6,16 +6,16 @@ import socket
 import subprocess
 import unittest
 
-from player import DEADLINE, TAGWRITERD, GLib, change, raw_bytes, text
+from player import DEADLINE, TAGREADERD, GLib, change, raw_bytes, text
 from support import SANITIZER_REPORTS, ScratchTest, contents
-from wire import HANDSHAKE, ping_blob, receive_until, shake_hands, write_blob
+from wire import HANDSHAKE, ping_blob, read_blob, receive_until, shake_hands, write_blob
 
 
 class CommandLine(ScratchTest):
 
     def assert_ends(self, code, expected, *arguments, fds=()):
         """The service exits with this code and prints this, as an error unless the code is 0."""
-        ended = subprocess.run([TAGWRITERD, *arguments], pass_fds=fds, stdin=subprocess.DEVNULL,
+        ended = subprocess.run([self.program, *arguments], pass_fds=fds, stdin=subprocess.DEVNULL,
                                capture_output=True, text=True, timeout=DEADLINE, check=False)
         self.assertEqual(ended.returncode, code, ended.stderr)
         outputs = [ended.stdout, ended.stderr]
@@ -50,6 +50,10 @@ class CommandLine(ScratchTest):
                 with self.subTest(fd=fd):
                     self.assert_ends(2, f"--fd={fd}: not an open local stream socket", f"--fd={fd}",
                                      fds=open_fds)
+
+
+class ReaderCommandLine(CommandLine):
+    program = TAGREADERD
 
 
 class Environment(ScratchTest):
@@ -114,6 +118,11 @@ class HangUp(ScratchTest):
         self.assertNotEqual(contents(path), before)
 
 
+class ReaderHangUp(HangUp):
+    program = TAGREADERD
+    test_finishes_the_current_request = None
+
+
 class FewDescriptors(ScratchTest):
     """Each of these requests leaves a descriptor open, until fewer than 64 are left."""
 
@@ -158,6 +167,17 @@ class FewDescriptors(ScratchTest):
         self.assertEqual({serial: reply.get_body().unpack() for serial, reply in replies.items()},
                          {serial: ({"result": False},) for serial in range(1, 31)})
         self.assertEqual((self.service.wait(), self.service.log()), (0, ""))
+
+
+class ReaderFewDescriptors(ScratchTest):
+    program = TAGREADERD
+
+    def test_the_last_reply_is_sent(self):
+        service = self.start_service("ulimit -n 66")
+        shake_hands(service.socket)
+        service.socket.sendall(read_blob({}))
+        self.assertIn(1, receive_until(service.socket, 1))
+        self.assertEqual((service.wait(), service.log()), (0, ""))
 
 
 if __name__ == "__main__":

@@ -7,7 +7,7 @@ import sys
 import tempfile
 import unittest
 
-from player import GLib, Player, Service, change
+from player import TAGWRITERD, GLib, Player, Service, change
 
 if "TAGWRITER_DATA" not in os.environ:
     sys.exit("Set TAGWRITER_DATA to the directory tests/data")
@@ -39,7 +39,9 @@ def contents(path):
 
 
 class ScratchTest(unittest.TestCase):
-    """A test with its own directory."""
+    """A test with its own directory. `program` is what it starts as a service."""
+
+    program = TAGWRITERD
 
     def setUp(self):
         directory = tempfile.TemporaryDirectory(prefix="tagwriter-player-")
@@ -60,13 +62,13 @@ class ScratchTest(unittest.TestCase):
 
     def start_service(self, prepare=""):
         """A service without a connection, closed at the end of the test."""
-        service = Service(prepare)
+        service = Service(prepare, program=self.program)
         self.addCleanup(service.close)
         return service
 
     def start_player(self, prepare="", options=()):
         """A service with a connection, closed at the end of the test."""
-        player = Player(prepare, options)
+        player = Player(prepare, options, self.program)
         self.addCleanup(player.close)
         return player
 

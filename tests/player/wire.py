@@ -6,7 +6,7 @@
         replies = receive_until(service.socket, 1)
 """
 
-from player import DEADLINE, Gio, PEER_INTERFACE, write_call
+from player import DEADLINE, Gio, PEER_INTERFACE, read_call, write_call
 
 HANDSHAKE = b"\0AUTH EXTERNAL\r\nDATA\r\nNEGOTIATE_UNIX_FD\r\nBEGIN\r\n"
 ANSWER_LINES = 3  # DATA, OK, AGREE_UNIX_FD
@@ -41,6 +41,11 @@ def ping_blob(serial):
 def write_blob(request, serial=1, fds=()):
     """The bytes of a Write, without the descriptors themselves."""
     return blob(write_call(request, fds), serial)
+
+
+def read_blob(request, serial=1, fds=()):
+    """The bytes of a Read, without the descriptors themselves."""
+    return blob(read_call(request, fds), serial)
 
 
 def split(message):

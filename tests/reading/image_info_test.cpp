@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "protocol/artwork_type.h"
 #include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {
@@ -26,7 +27,7 @@ class Exact {
 };
 
 std::optional<ArtworkType> typeOf(const std::string& image) {
-  return imageTypeOf(Exact(image));
+  return artworkTypeOf(Exact(image));
 }
 
 /// "8x9", or nothing.

@@ -1,4 +1,4 @@
-// Both ends of the Write method: the handler sees what the player sends.
+// Both ends of the Write and Read methods: each sees what the other sends.
 #include <gtest/gtest.h>
 
 #include <pthread.h>
@@ -13,7 +13,8 @@
 
 #include "protocol/keys.h"
 #include "transport/dbus/peer_connection.h"
-#include "transport/dbus/write_client.h"
+#include "transport/dbus/read_server.h"
+#include "transport/dbus/service_client.h"
 #include "transport/dbus/write_server.h"
 
 namespace tagwriter::test {
@@ -32,14 +33,21 @@ class Write : public testing::Test {
     if (thread_.joinable()) thread_.join();
   }
 
-  void serve(dbus::RequestHandler handler) {
+  void serve(dbus::RequestHandler handler, dbus::IsLast isLast = {}) {
+    serve([=](UniqueFd socket) { dbus::serveWrites(std::move(socket), handler, isLast); });
+  }
+
+  void serve(std::function<void(UniqueFd)> server) {
     dbus::SocketPair sockets = dbus::makeSocketPair();
-    thread_ = std::thread([handler, socket = std::move(sockets.theirs)]() mutable {
-      dbus::serveWrites(std::move(socket), handler);
-    });
+    thread_ = std::thread(
+        [server, socket = std::move(sockets.theirs)]() mutable { server(std::move(socket)); });
     std::string error;
-    client_ = dbus::WriteClient::join(std::move(sockets.ours), std::chrono::seconds(30), error);
+    client_ = dbus::ServiceClient::join(std::move(sockets.ours), std::chrono::seconds(30), error);
     ASSERT_NE(client_, nullptr) << error;
+  }
+
+  void serveReads(dbus::ReadHandler handler) {
+    serve([handler](UniqueFd socket) { dbus::serveReads(std::move(socket), handler); });
   }
 
   Answer write(const ValueDictionary& request) {
@@ -51,7 +59,7 @@ class Write : public testing::Test {
     return std::get<Answer>(answer);
   }
 
-  std::unique_ptr<dbus::WriteClient> client_;
+  std::unique_ptr<dbus::ServiceClient> client_;
   std::thread thread_;
 };
 
@@ -120,7 +128,7 @@ TEST_F(Write, RefusesTextThatWouldArriveChanged) {
 
 TEST_F(Write, TellsARequestThatTheServiceDidNotTake) {
   int calls = 0;
-  serve([&](const Dictionary&) { return ++calls, Answer{true, false, true}; });
+  serve([&](const Dictionary&) { return ++calls, Answer{true}; }, [] { return true; });
   EXPECT_TRUE(write(ValueDictionary()).result);
   EXPECT_EQ(kindOf(client_->write(ValueDictionary())), dbus::CallError::Kind::kNotDelivered);
   client_.reset();
@@ -128,7 +136,7 @@ TEST_F(Write, TellsARequestThatTheServiceDidNotTake) {
   EXPECT_EQ(calls, 1);
 }
 
-TEST(WriteClient, TellsARequestOfWhichTheServiceReadOnlyAPart) {
+TEST(ServiceClient, TellsARequestOfWhichTheServiceReadOnlyAPart) {
   dbus::SocketPair sockets = dbus::makeSocketPair();
   // The service's part of the handshake, and the reply to the ping.
   constexpr char kReplies[] =
@@ -137,7 +145,7 @@ TEST(WriteClient, TellsARequestOfWhichTheServiceReadOnlyAPart) {
   ASSERT_EQ(::write(sockets.theirs.get(), kReplies, sizeof kReplies), sizeof kReplies);
   std::string error;
   const auto client =
-      dbus::WriteClient::join(std::move(sockets.ours), std::chrono::seconds(30), error);
+      dbus::ServiceClient::join(std::move(sockets.ours), std::chrono::seconds(30), error);
   ASSERT_NE(client, nullptr) << error;
   std::thread service([socket = std::move(sockets.theirs)] {
     std::vector<char> part(1 << 20);
@@ -148,6 +156,37 @@ TEST(WriteClient, TellsARequestOfWhichTheServiceReadOnlyAPart) {
   request.set(key::kArtwork, ValueDictionary::Data(image));
   EXPECT_EQ(kindOf(client->write(request)), dbus::CallError::Kind::kNotDelivered);
   service.join();
+}
+
+TEST_F(Write, ReadsReturnListsAndData) {
+  serveReads([](const ValueDictionary& request) {
+    ValueDictionary reply = request;
+    ValueDictionary::List list(3);
+    for (int level = 2; level <= 11; ++level) {
+      list[1].set("number", std::int64_t{level});
+      ValueDictionary outer;
+      outer.set("list", std::exchange(list, ValueDictionary::List(3)));
+      list[1] = std::move(outer);
+    }
+    reply.set("list", std::move(list));
+    reply.set("empty", ValueDictionary::List());
+    return reply;
+  });
+  const std::byte bytes[] = {std::byte{0}, std::byte{255}};
+  ValueDictionary request;
+  request.set("data", ValueDictionary::Data(bytes));
+  const auto result = client_->read(request);
+  ASSERT_TRUE(std::holds_alternative<dbus::Reply>(result));
+  const ValueDictionary& reply = std::get<dbus::Reply>(result).values;
+  const auto data = reply.getData("data");
+  EXPECT_TRUE(data && std::equal(data->begin(), data->end(), std::begin(bytes), std::end(bytes)));
+  EXPECT_TRUE(reply.values().contains("empty"));
+  int levels = 1;
+  for (auto list = reply.getList("list"); !list.empty(); list = list[1].getList("list")) {
+    EXPECT_EQ(list.size(), 3);
+    ++levels;
+  }
+  EXPECT_EQ(levels, 8);
 }
 
 TEST_F(Write, IsNotInterruptedBySignals) {
@@ -172,8 +211,9 @@ TEST_F(Write, IsNotInterruptedBySignals) {
 TEST_F(Write, GivesUpOnAServiceThatDoesNotReplyToTheHandshake) {
   dbus::SocketPair sockets = dbus::makeSocketPair();
   std::string error;
-  EXPECT_EQ(dbus::WriteClient::join(std::move(sockets.ours), std::chrono::milliseconds(50), error),
-            nullptr);
+  EXPECT_EQ(
+      dbus::ServiceClient::join(std::move(sockets.ours), std::chrono::milliseconds(50), error),
+      nullptr);
   EXPECT_NE(error, "");
 }
 

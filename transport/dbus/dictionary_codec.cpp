@@ -61,6 +61,15 @@ bool isInteger(std::string_view contents) {
 
 int readDictionaryAt(sd_bus_message* message, ValueDictionary& dictionary, int level);
 
+int readList(sd_bus_message* message, ValueDictionary::List& list, int level) {
+  int r = sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, kDictionarySignature);
+  if (r < 0) return r;
+  while ((r = sd_bus_message_at_end(message, 0)) == 0) {
+    if ((r = readDictionaryAt(message, list.emplace_back(), level)) < 0) return r;
+  }
+  return r < 0 ? r : sd_bus_message_exit_container(message);
+}
+
 /// Reads the contents of a variant with the signature `contents`, at the nesting `level`. Leaves
 /// `value` empty for a type that we do not use.
 int readValue(sd_bus_message* message, std::string_view contents, std::string_view key, int level,
@@ -95,6 +104,11 @@ int readValue(sd_bus_message* message, std::string_view contents, std::string_vi
     ValueDictionary nested;
     if ((r = readDictionaryAt(message, nested, level + 1)) >= 0) {
       value = std::make_shared<const ValueDictionary>(std::move(nested));
+    }
+  } else if (contents == kListSignature && level < kMaxNesting) {
+    ValueDictionary::List list;
+    if ((r = readList(message, list, level + 1)) >= 0) {
+      value = std::make_shared<const ValueDictionary::List>(std::move(list));
     }
   } else {
     r = sd_bus_message_skip(message, std::string(contents).c_str());
@@ -163,6 +177,15 @@ struct VariantAppender {
   }
   int operator()(const std::shared_ptr<const ValueDictionary>& dictionary) const {
     return inVariant(kDictionarySignature, [&] { return appendDictionary(message, *dictionary); });
+  }
+  int operator()(const std::shared_ptr<const ValueDictionary::List>& list) const {
+    return inVariant(kListSignature, [&] {
+      int r = sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, kDictionarySignature);
+      for (auto item = list->begin(); r >= 0 && item != list->end(); ++item) {
+        r = appendDictionary(message, *item);
+      }
+      return r < 0 ? r : sd_bus_message_close_container(message);
+    });
   }
 
  private:

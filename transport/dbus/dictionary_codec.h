@@ -8,6 +8,7 @@
 //   d b           double, bool
 //   h             BorrowedFd, borrowed from the message
 //   a{sv}         ValueDictionary
+//   aa{sv}        ValueDictionary::List
 #pragma once
 
 #include <systemd/sd-bus.h>
@@ -16,7 +17,8 @@
 
 namespace tagwriter::dbus {
 
-/// Dictionaries nested deeper than this are skipped; the body of a message is level 1.
+/// Dictionaries nested deeper than this are skipped; the body of a message is level 1. Those in a
+/// list are one level below the list.
 inline constexpr int kMaxNesting = 8;
 
 /// Reads the a{sv} at the read position of `message` into `dictionary`. Texts, data and descriptors

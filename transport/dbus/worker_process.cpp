@@ -25,7 +25,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kProgram[] = "tagwriterd";
 constexpr int kWorkerFd = 3;
 
 /// A process that has been hung up on exits within milliseconds of its last request.
@@ -63,7 +62,7 @@ class SpawnPlan {
 
   /// Returns 0 or an error number.
   int run(const std::string& program, pid_t& pid) const {
-    std::string name = kProgram;
+    std::string name = fs::path(program).filename();
     std::string socketOption = "--fd=" + std::to_string(kWorkerFd);
     char* arguments[] = {name.data(), socketOption.data(), nullptr};
     return ::posix_spawn(&pid, program.c_str(), &actions_, &attributes_, arguments, environ);
@@ -83,8 +82,9 @@ fs::path programDirectory() {
 /// The directory of the shared library that contains this code, or empty. When linked statically,
 /// dladdr reports argv[0], which may be anything: only an absolute path is used.
 fs::path libraryDirectory() {
+  static constexpr char kInThisFile = 0;
   Dl_info file = {};
-  if (::dladdr(kProgram, &file) == 0) return {};
+  if (::dladdr(&kInThisFile, &file) == 0) return {};
   std::error_code error;
   const fs::path name = file.dli_fname;
   return name.is_absolute() ? fs::canonical(name, error).parent_path() : fs::path();
@@ -92,7 +92,7 @@ fs::path libraryDirectory() {
 
 }  // namespace
 
-std::string findWorkerProgram() {
+std::string findWorkerProgram(const char* name) {
   const fs::path program = programDirectory();
   const fs::path library = libraryDirectory();
   const fs::path directories[] = {
@@ -103,7 +103,7 @@ std::string findWorkerProgram() {
       "/usr/libexec/tagwriter",
   };
   for (const fs::path& directory : directories) {
-    const fs::path candidate = (directory / kProgram).lexically_normal();
+    const fs::path candidate = (directory / name).lexically_normal();
     // An unknown directory leaves a relative path, which must not resolve against the current
     // directory.
     if (candidate.is_absolute() && ::access(candidate.c_str(), X_OK) == 0) return candidate;

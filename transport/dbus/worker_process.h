@@ -1,4 +1,4 @@
-// Finds tagwriterd, starts it on a socketpair and waits for it.
+// Finds tagwriterd or tagreaderd, starts it on a socketpair and waits for it.
 #pragma once
 
 #include <sys/types.h>
@@ -11,11 +11,16 @@
 
 namespace tagwriter::dbus {
 
-/// The absolute path of tagwriterd: next to the running program, or in the libexec directory of the
-/// installation, which may have been moved. Empty if it is in neither place.
-std::string findWorkerProgram();
+/// The service, which writes.
+inline constexpr char kWriterProgram[] = "tagwriterd";
+/// The program that reads for the client library.
+inline constexpr char kReaderProgram[] = "tagreaderd";
 
-/// A running tagwriterd. It exits when the other end of its socket is closed.
+/// The absolute path of the worker program `name`: next to the running program, or in the libexec
+/// directory of the installation, which may have been moved. Empty if it is in neither place.
+std::string findWorkerProgram(const char* name);
+
+/// A running worker. It exits when the other end of its socket is closed.
 class WorkerProcess {
  public:
   /// Starts `program` with one end of a new socketpair; the caller gets the other end in `socket`.

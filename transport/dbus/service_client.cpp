@@ -1,4 +1,4 @@
-#include "transport/dbus/write_client.h"
+#include "transport/dbus/service_client.h"
 
 #include <cerrno>
 #include <cstring>
@@ -33,52 +33,67 @@ CallError remoteError(const sd_bus_error& error) {
 
 }  // namespace
 
-std::unique_ptr<WriteClient> WriteClient::join(UniqueFd socket, std::chrono::microseconds limit,
-                                               std::string& error) {
+std::unique_ptr<ServiceClient> ServiceClient::join(UniqueFd socket, std::chrono::microseconds limit,
+                                                   std::string& error) {
   BusHandle bus;
   const int r = joinPeer(std::move(socket), Deadline::in(limit), bus);
   if (r < 0) {
     error = std::strerror(-r);
     return nullptr;
   }
-  return std::unique_ptr<WriteClient>(new WriteClient(std::move(bus), nullptr));
+  return std::unique_ptr<ServiceClient>(new ServiceClient(std::move(bus), nullptr));
 }
 
-std::unique_ptr<WriteClient> WriteClient::openSessionBus(std::string& error) {
+std::unique_ptr<ServiceClient> ServiceClient::openSessionBus(std::string& error) {
   sd_bus* raw = nullptr;
   const int r = sd_bus_open_user(&raw);
   if (r < 0) {
     error = std::strerror(-r);
     return nullptr;
   }
-  return std::unique_ptr<WriteClient>(new WriteClient(BusHandle(raw), kBusName));
+  return std::unique_ptr<ServiceClient>(new ServiceClient(BusHandle(raw), kBusName));
 }
 
-bool WriteClient::connected() {
+bool ServiceClient::connected() {
   // A hang-up between two calls is noticed only when we process messages.
   while (sd_bus_process(bus_.get(), nullptr) > 0) {
   }
   return sd_bus_is_open(bus_.get()) > 0;
 }
 
-std::variant<Answer, CallError> WriteClient::write(const ValueDictionary& request) {
+std::variant<Answer, CallError> ServiceClient::write(const ValueDictionary& request) {
+  auto result = call(kWriteObject, kWriteInterface, kWriteMethod, request);
+  if (auto* error = std::get_if<CallError>(&result)) return std::move(*error);
+  const ValueDictionary& answer = std::get<Reply>(result).values;
+  return Answer{answer.getBool(key::kResult), answer.getBool(key::kIncomplete)};
+}
+
+std::variant<Reply, CallError> ServiceClient::read(const ValueDictionary& request) {
+  return call(kReadObject, kReadInterface, kReadMethod, request);
+}
+
+std::variant<Reply, CallError> ServiceClient::call(const char* object, const char* interface,
+                                                   const char* method,
+                                                   const ValueDictionary& request) {
   sd_bus_message* raw = nullptr;
-  int r = sd_bus_message_new_method_call(bus_.get(), &raw, destination_, kWriteObject,
-                                         kWriteInterface, kWriteMethod);
+  int r = sd_bus_message_new_method_call(bus_.get(), &raw, destination_, object, interface, method);
   if (r < 0) return localError(Kind::kNotDelivered, r);
   const MessageHandle message(raw);
   if ((r = appendDictionary(raw, request)) < 0) {
     return localError(r == -EINVAL ? Kind::kNotEncodable : Kind::kNotDelivered, r);
   }
-  MessageHandle reply;
+  Reply reply;
   bool isSent = false;
-  r = callAndWait(bus_.get(), raw, Deadline::never(), reply, &isSent);
+  r = callAndWait(bus_.get(), raw, Deadline::never(), reply.message, &isSent);
   if (!isSent) return localError(Kind::kNotDelivered, r < 0 ? r : -ECONNRESET);
   if (r < 0) return localError(Kind::kNoAnswer, r);
-  if (const sd_bus_error* error = sd_bus_message_get_error(reply.get())) return remoteError(*error);
-  ValueDictionary answer;
-  if ((r = readDictionary(reply.get(), answer)) < 0) return localError(Kind::kNoAnswer, r);
-  return Answer{answer.getBool(key::kResult), answer.getBool(key::kIncomplete)};
+  if (const sd_bus_error* error = sd_bus_message_get_error(reply.message.get())) {
+    return remoteError(*error);
+  }
+  if ((r = readDictionary(reply.message.get(), reply.values)) < 0) {
+    return localError(Kind::kNoAnswer, r);
+  }
+  return reply;
 }
 
 }  // namespace tagwriter::dbus

@@ -1,4 +1,4 @@
-// The player's end: sends Write calls and waits for the replies.
+// The player's end: sends Write or Read calls and waits for the replies.
 #pragma once
 
 #include <chrono>
@@ -24,28 +24,39 @@ struct CallError {
   std::string message;
 };
 
-/// A connection to the service. Used by one thread at a time.
-class WriteClient {
+/// The reply to a call, with the message that its data and descriptors belong to.
+struct Reply {
+  MessageHandle message;
+  ValueDictionary values;
+};
+
+/// A connection to the service or to the reader. Used by one thread at a time.
+class ServiceClient {
  public:
-  /// Connects to the service at the other end of `socket`, which it takes over. Waits at most
-  /// `limit` for the handshake. Returns null on failure, with a message in `error`.
-  static std::unique_ptr<WriteClient> join(UniqueFd socket, std::chrono::microseconds limit,
-                                           std::string& error);
+  /// Connects to the service or reader at the other end of `socket`, which it takes over. Waits at
+  /// most `limit` for the handshake. Returns null on failure, with a message in `error`.
+  static std::unique_ptr<ServiceClient> join(UniqueFd socket, std::chrono::microseconds limit,
+                                             std::string& error);
 
   /// Connects to the session bus, which starts the service on the first request. Returns null on
   /// failure, with a message in `error`.
-  static std::unique_ptr<WriteClient> openSessionBus(std::string& error);
+  static std::unique_ptr<ServiceClient> openSessionBus(std::string& error);
 
   /// Sends `request` and waits for the reply without a time limit. Data and descriptors in it stay
   /// the caller's. Returns the reply's contents, or why there is none.
   std::variant<Answer, CallError> write(const ValueDictionary& request);
+  /// The same for a request to the reader.
+  std::variant<Reply, CallError> read(const ValueDictionary& request);
 
-  /// False once the service has hung up.
+  /// False once the other end has hung up.
   bool connected();
 
  private:
-  WriteClient(BusHandle bus, const char* destination)
+  ServiceClient(BusHandle bus, const char* destination)
       : bus_(std::move(bus)), destination_(destination) {}
+
+  std::variant<Reply, CallError> call(const char* object, const char* interface, const char* method,
+                                      const ValueDictionary& request);
 
   BusHandle bus_;
   const char* destination_;  ///< the service's bus name, or null on a peer-to-peer connection

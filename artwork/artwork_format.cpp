@@ -1,4 +1,4 @@
-#include "artwork/artwork_type.h"
+#include "artwork/artwork_format.h"
 
 namespace tagwriter {
 namespace {

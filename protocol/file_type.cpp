@@ -1,4 +1,4 @@
-#include "io/file_type.h"
+#include "protocol/file_type.h"
 
 #include <string>
 #include <string_view>

@@ -1,5 +1,5 @@
 // Which type is derived from a file name.
-#include "io/file_type.h"
+#include "protocol/file_type.h"
 
 #include <gtest/gtest.h>
 

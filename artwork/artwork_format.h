@@ -1,4 +1,4 @@
-// The image formats of an artwork request.
+// How the tag families name the image formats.
 #pragma once
 
 #include <mp4coverart.h>
@@ -6,16 +6,9 @@
 
 #include <cstdint>
 
-namespace tagwriter {
+#include "protocol/artwork_type.h"
 
-/// The "artworktype" of a request. The values are part of the protocol.
-enum ArtworkType : std::int64_t {
-  kArtworkPNG = 1,
-  kArtworkJPEG = 2,
-  kArtworkTIFF = 3,
-  kArtworkGIF = 4,
-  kArtworkBMP = 5,
-};
+namespace tagwriter {
 
 /// How the tag families name an image format.
 struct ArtworkFormat {

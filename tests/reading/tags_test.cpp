@@ -1,5 +1,5 @@
 // The tags that are listed for every format.
-#include "reading/tag_listing.h"
+#include "reading/tags.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -10,6 +10,7 @@
 #include <map>
 
 #include "dsf/dsf_file.h"
+#include "reading/contents.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temporary_directory.h"
@@ -18,7 +19,8 @@ namespace tagwriter::test {
 namespace {
 
 std::optional<TagListing> tagsIn(const std::string& path) {
-  return readTags(openFile(path, O_RDONLY).get(), path);
+  Contents contents = readContents(openFile(path, O_RDONLY), path.c_str());
+  return contents.isReadable ? std::optional(std::move(contents.tags)) : std::nullopt;
 }
 
 const std::pair<std::string, std::string> kTitle = {"TITLE", "Rising Tone"};
@@ -68,21 +70,19 @@ TEST(TagListing, OfOtherFilesDoesNotExist) {
   const LogCapture log;
   EXPECT_EQ(tagsIn(directory.write("noise.txt", "no audio")), std::nullopt);
   EXPECT_EQ(tagsIn(directory.write("noise.flac", std::string(5000, '\xff'))), std::nullopt);
-  EXPECT_EQ(readTags(-1, "song.mp3"), std::nullopt);
   // TagLib takes any bytes with this name for an MPEG file.
   EXPECT_EQ(tagsIn(directory.write("empty.mp3", "")), TagListing());
 }
 
-TEST(TagListing, LeavesTheDescriptorOpenAndTheFileUnchanged) {
+TEST(TagListing, LeavesNoDescriptorAndTheFileUnchanged) {
   const TemporaryDirectory directory;
-  const UniqueFd file = openFile(directory.copyOf("vorbis_tagged.ogg"));
+  UniqueFd file = openFile(directory.copyOf("vorbis_tagged.ogg"));
   const std::size_t before = countDescriptors();
-  for (const char* name : {"/nowhere/at.all/song.ogg", "song.ogg"}) {
-    ::lseek(file.get(), 0, SEEK_END);
-    EXPECT_EQ(readTags(file.get(), name), kTags.at("vorbis_tagged.ogg"));
-  }
-  EXPECT_TRUE(isOpen(file.get()));
-  EXPECT_EQ(countDescriptors(), before);
+  ::lseek(file.get(), 0, SEEK_END);
+  // The name decides the type, and is not opened.
+  EXPECT_EQ(readContents(std::move(file), "/nowhere/at.all/song.ogg").tags,
+            kTags.at("vorbis_tagged.ogg"));
+  EXPECT_EQ(countDescriptors(), before - 1);
   EXPECT_EQ(readFile(directory.path() / "vorbis_tagged.ogg"),
             readFile(dataFile("vorbis_tagged.ogg")));
 }
@@ -105,30 +105,6 @@ TEST(TagListing, ShowsAllThatIsInADSFFile) {
       tagsIn(path),
       (TagListing{
           kArtist, {"BPM", "118"}, {"COMPOSER", "A. Composer"}, {"DISCNUMBER", "1/2"}, kTitle}));
-}
-
-TEST(DiscPosition, IsFoundInEverySpelling) {
-  struct {
-    TagListing tags;
-    std::int64_t number, total;
-  } const discs[] = {
-      {{}, 0, 0},
-      {{{"DISCNUMBER", "03/12"}}, 3, 12},
-      {{{"DISCNUMBER", "0/2"}}, 0, 2},
-      {{{"TOTALDISCS", "3"}}, 0, 3},
-      {{{"DISCNUMBER", "1/4"}, {"DISCTOTAL", "2"}, {"TOTALDISCS", "3"}}, 1, 4},
-      {{{"DISCNUMBER", "1"}, {"DISCTOTAL", "2"}, {"TOTALDISCS", "3"}}, 1, 2},
-      {{{"DISCNUMBER", "1"}, {"DISCTOTAL", "0"}, {"TOTALDISCS", "3"}}, 1, 3},
-      {{{"DISCNUMBER", "1"}, {"DISCTOTAL", "x"}, {"TOTALDISCS", "3"}}, 1, 3},
-      {{{"DISCNUMBER", "one"}, {"DISCTOTAL", "2"}}, 0, 2},
-      {{{"DISCNUMBER", "1"}, {"DISCNUMBER", "2"}}, 1, 0},
-      {{{"discnumber", "1"}, {"TRACKNUMBER", "7/9"}}, 0, 0},
-  };
-  for (const auto& disc : discs) {
-    const DiscPosition position = discPositionOf(disc.tags);
-    EXPECT_EQ(position.number, disc.number) << testing::PrintToString(disc.tags);
-    EXPECT_EQ(position.total, disc.total) << testing::PrintToString(disc.tags);
-  }
 }
 
 }  // namespace

@@ -1,0 +1,106 @@
+#include "client/reader.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "base/unique_fd.h"
+#include "protocol/fields.h"
+#include "protocol/keys.h"
+
+namespace tagwriter {
+namespace {
+
+bool isForReadingOnly(int fd) {
+  return (::fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDONLY;
+}
+
+UniqueFd reopenForReading(int fd) {
+  const std::string self = "/proc/self/fd/" + std::to_string(fd);
+  return UniqueFd(::open(self.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+}
+
+/// A text may come as bytes.
+std::optional<std::string> textIn(const ValueDictionary& values, const char* key) {
+  if (const char* text = values.getString(key)) return text;
+  const auto bytes = values.getData(key);
+  if (!bytes) return std::nullopt;
+  return std::string(reinterpret_cast<const char*>(bytes->data()), bytes->size());
+}
+
+PictureInfo pictureOf(const ValueDictionary& entry) {
+  return {textIn(entry, key::kRole).value_or(""), textIn(entry, key::kMimeType).value_or(""),
+          entry.getUint64(key::kSize).value_or(0), entry.getUint64(key::kWidth).value_or(0),
+          entry.getUint64(key::kHeight).value_or(0)};
+}
+
+std::optional<TrackValue> valueOf(const field::Field& field, const ValueDictionary& track) {
+  if (!track.values().contains(field.key)) return std::nullopt;
+  switch (field.type) {
+    case field::Type::kString:
+      return textIn(track, field.key);
+    case field::Type::kInt64:
+      return track.getInt64(field.key);
+    case field::Type::kDouble:
+      return track.getDouble(field.key);
+    case field::Type::kBool:
+      return track.getBool(field.key);
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+Outcome Reader::read(int fd, const std::string& path, FileContents& contents) {
+  dbus::Reply reply;
+  if (Outcome called = call(fd, path, {}, reply); !called) return called;
+  contents = {};
+  contents.isReadable = reply.values.getBool(key::kReadable);
+  contents.isComplete = !reply.values.getBool(key::kIncomplete);
+  for (const ValueDictionary& tag : reply.values.getList(key::kTags)) {
+    contents.tags.emplace_back(textIn(tag, key::kName).value_or(""),
+                               textIn(tag, key::kValue).value_or(""));
+  }
+  for (const ValueDictionary& picture : reply.values.getList(key::kPictures)) {
+    contents.pictures.push_back(pictureOf(picture));
+  }
+  return {};
+}
+
+Outcome Reader::readField(int fd, const std::string& path, std::string_view key,
+                          std::optional<TrackValue>& value) {
+  value.reset();
+  const field::Field* field = field::find(key);
+  if (!field) return {Status::kUnknownField, std::string(key) + ": no such field"};
+  ValueDictionary request;
+  request.set(key::kField, std::string(key));
+  dbus::Reply reply;
+  if (Outcome called = call(fd, path, std::move(request), reply); !called) return called;
+  if (reply.values.getBool(key::kIncomplete))
+    return {Status::kUnreadable, "the field is too large"};
+  if (const auto* track = reply.values.getDictionary(key::kTrack)) value = valueOf(*field, *track);
+  return {};
+}
+
+Outcome Reader::call(int fd, const std::string& path, ValueDictionary request, dbus::Reply& reply) {
+  UniqueFd reopened;
+  if (!isForReadingOnly(fd)) {
+    reopened = reopenForReading(fd);
+    if (!reopened) return {Status::kUnreadable, std::strerror(errno)};
+    fd = reopened.get();
+  }
+  request.set(key::kFd, BorrowedFd{fd});
+  request.set(key::kPath, ByteString{path});
+  auto result = worker_.call(&dbus::ServiceClient::read, request);
+  if (const auto* failure = std::get_if<dbus::CallError>(&result)) {
+    if (failure->kind == dbus::CallError::Kind::kNotDelivered) {
+      return {Status::kServiceUnavailable, failure->message};
+    }
+    return {Status::kUnreadable, "the reader did not answer: " + failure->message};
+  }
+  reply = std::move(std::get<dbus::Reply>(result));
+  return {};
+}
+
+}  // namespace tagwriter

@@ -1,0 +1,60 @@
+// Reads files through tagreaderd: this process parses nothing.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "client/private_worker.h"
+#include "client/tag_writer.h"
+
+namespace tagwriter {
+
+/// One embedded picture, without its bytes.
+struct PictureInfo {
+  std::string role;      ///< for example "Front Cover"; empty if the format does not store it
+  std::string mimeType;  ///< may be empty
+  std::uint64_t size;    ///< in bytes
+  std::uint64_t width;   ///< in pixels; 0 if unknown
+  std::uint64_t height;  ///< the same
+};
+
+/// The tags of one file: pairs of TagLib's unified name ("TITLE") and a value, sorted by name. A
+/// name with several values has one pair for each.
+using TagListing = std::vector<std::pair<std::string, std::string>>;
+
+/// What is in a file.
+struct FileContents {
+  bool isReadable = false;  ///< whether TagLib can read it, as any type
+  bool isComplete = false;  ///< false if something was too large for a message
+  TagListing tags;
+  std::vector<PictureInfo> pictures;
+};
+
+/// A private tagreaderd, started at the first request and restarted if it has exited. Used by one
+/// thread at a time.
+class Reader {
+ public:
+  /// `program` is the path of tagreaderd; if empty, it is searched for.
+  explicit Reader(std::string program = {}) : worker_(dbus::kReaderProgram, std::move(program)) {}
+
+  /// Reads the regular file `fd`, which is borrowed, into `contents`. Its offset moves if it is
+  /// open for reading only; otherwise the reader gets a new descriptor for reading. `path` is its
+  /// name and is not opened. Fails with kUnreadable, if the reader dies or the file cannot be
+  /// opened for reading, or with kServiceUnavailable, if the reader cannot be started.
+  Outcome read(int fd, const std::string& path, FileContents& contents);
+
+  /// Reads one field in the same way into `value`: nullopt if it is not in the file.
+  Outcome readField(int fd, const std::string& path, std::string_view key,
+                    std::optional<TrackValue>& value);
+
+ private:
+  Outcome call(int fd, const std::string& path, ValueDictionary request, dbus::Reply& reply);
+
+  PrivateWorker worker_;
+};
+
+}  // namespace tagwriter
