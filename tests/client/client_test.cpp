@@ -77,13 +77,15 @@ void killChild(pid_t pid) {
 
 std::string workerForEveryone() {
   static const TemporaryDirectory directory;
-  static const std::string worker = [] {
+  static const std::string copy = [] {
     fs::permissions(directory.path(), fs::perms::others_exec, fs::perm_options::add);
-    const std::string copy = directory.path() / "tagwriterd";
-    fs::copy_file(TAGWRITER_WORKER, copy);
-    return copy;
+    const fs::path worker = TAGWRITER_WORKER;
+    for (const char* name : {"tagwriterd", "tagreaderd"}) {
+      fs::copy_file(worker.parent_path() / name, directory.path() / name);
+    }
+    return directory.path() / "tagwriterd";
   }();
-  return worker;
+  return copy;
 }
 
 int unprivileged(const TemporaryDirectory& directory, const std::function<int()>& work) {

@@ -41,7 +41,8 @@ std::set<pid_t> children();
 /// Kills a child and waits until it is dead, but does not reap it.
 void killChild(pid_t pid);
 
-/// A copy of the worker that `unprivileged` can start: the build may be in a private directory.
+/// A copy of the worker, with the reader beside it, that `unprivileged` can start: the build may be
+/// in a private directory.
 std::string workerForEveryone();
 
 /// Runs `work` in a child process without privileges, which can enter `directory`, and returns the
