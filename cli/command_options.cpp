@@ -1,0 +1,31 @@
+#include "cli/command_options.h"
+
+namespace tagwriter {
+
+CommandOptions::CommandOptions(CLI::App& app, const std::string& name,
+                               const std::string& description)
+    : app_(app.add_subcommand(name, description)->group("Commands")) {}
+
+void CommandOptions::addFiles(FileOptions& options, const char* name, const char* description) {
+  app_->add_option(name, options.paths, description)->required();
+  app_->add_flag("-r,--recursive", options.recursive, "Process the audio files in directories");
+  app_->add_flag("--json", options.json, "Print one JSON object per line");
+}
+
+void CommandOptions::addEditing(EditOptions& options) {
+  app_->add_flag("--safe", options.safe,
+                 "Edit a copy, and replace the file only if everything succeeds");
+  app_->add_flag("--keep-times", options.keepTimes, "Keep the modification time");
+  app_->add_flag("--bus", options.bus,
+                 "Use the service on the session bus instead of a private one");
+  app_->add_flag("-n,--dry-run", options.dryRun,
+                 "Print what would be written, without writing anything");
+  app_->add_flag("-q,--quiet", options.quiet, "Print only errors");
+}
+
+void CommandOptions::addRepeatable(const char* name, std::vector<std::string>& values,
+                                   const char* description) {
+  app_->add_option(name, values, description)->required()->allow_extra_args(false);
+}
+
+}  // namespace tagwriter
