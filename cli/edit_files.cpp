@@ -68,7 +68,7 @@ class FileEditor {
       const PlannedEdit planned = edit.plan(path, reader_);
       Outcome outcome = planned.problem;
       if (outcome) outcome = writer_.write(path, planned.edit, writeOptions());
-      if (!outcome && endsFile(outcome.status)) return report_.failed(path, outcome.message());
+      if (!outcome && endsFile(outcome.status())) return report_.failed(path, outcome.message());
       report_.done(path, edit.name, outcome);
     }
   }
@@ -84,10 +84,10 @@ class FileEditor {
     const Outcome outcome = writer_.write(path, edits, writeOptions());
     if (outcome) {
       for (const NamedEdit& edit : edits_) report_.done(path, edit.name, outcome);
-    } else if (endsFile(outcome.status)) {
+    } else if (endsFile(outcome.status())) {
       report_.failed(path, outcome.message());
     } else {
-      report_.done(path, edits_[outcome.edit].name, outcome);
+      report_.done(path, edits_[outcome.edit()].name, outcome);
     }
   }
 

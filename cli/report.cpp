@@ -10,7 +10,7 @@ namespace {
 
 /// The message of libtagwriter, with a hint at the option to use.
 std::string messageOf(const Outcome& outcome) {
-  const bool hasPicture = outcome.status == Status::kHasPicture;
+  const bool hasPicture = outcome.status() == Status::kHasPicture;
   return outcome.message() + (hasPicture ? " (use --replace)" : "");
 }
 

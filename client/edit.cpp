@@ -1,6 +1,6 @@
 #include <utility>
 
-#include "client/tag_writer.h"
+#include "client/edit_content.h"
 #include "protocol/fields.h"
 #include "protocol/keys.h"
 #include "protocol/value_dictionary.h"
@@ -23,7 +23,7 @@ bool fits(const TrackValue& value, field::Type type) {
 }
 
 /// Checks that the field exists and takes `value`; null for a field to be cleared.
-Outcome checkField(std::string_view key, const TrackValue* value) {
+Outcome checkField(Text key, const TrackValue* value) {
   const field::Field* field = field::find(key);
   if (!field) return {Status::kUnknownField, std::string(key) + ": no such field"};
   if (key == field::kTotalNumberOfDiscs) {
@@ -36,7 +36,7 @@ Outcome checkField(std::string_view key, const TrackValue* value) {
   return {};
 }
 
-ValueDictionary trackChange(std::string_view key, ValueDictionary track) {
+ValueDictionary trackChange(Text key, ValueDictionary track) {
   ValueDictionary request;
   request.set(key::kChangedTag, std::string(key));
   request.set(key::kTrack, std::move(track));
@@ -45,26 +45,25 @@ ValueDictionary trackChange(std::string_view key, ValueDictionary track) {
 
 }  // namespace
 
-Edit::Edit(ValueDictionary request)
-    : request_(std::make_shared<const ValueDictionary>(std::move(request))) {}
+Edit::Edit(Content content) : content_(std::make_shared<const Content>(std::move(content))) {}
 
-Edit Edit::setField(std::string_view key, const TrackValue& value) {
-  if (Outcome fitting = checkField(key, &value); !fitting) return Edit(std::move(fitting));
+Edit Edit::setField(Text key, const TrackValue& value) {
+  if (Outcome fitting = checkField(key, &value); !fitting) return Edit({fitting});
   ValueDictionary track;
   std::visit([&](const auto& v) { track.set(std::string(key), v); }, value);
-  return Edit(trackChange(key, std::move(track)));
+  return Edit({{}, trackChange(key, std::move(track))});
 }
 
-Edit Edit::clearField(std::string_view key) {
-  if (Outcome fitting = checkField(key, nullptr); !fitting) return Edit(std::move(fitting));
-  return Edit(trackChange(key, {}));
+Edit Edit::clearField(Text key) {
+  if (Outcome fitting = checkField(key, nullptr); !fitting) return Edit({fitting});
+  return Edit({{}, trackChange(key, {})});
 }
 
 Edit Edit::setDisc(std::int64_t number, std::int64_t total) {
   ValueDictionary track;
   track.set(field::kDisc, number);
   track.set(field::kTotalNumberOfDiscs, total);
-  return Edit(trackChange(field::kDisc, std::move(track)));
+  return Edit({{}, trackChange(field::kDisc, std::move(track))});
 }
 
 Edit Edit::setCover(std::span<const std::byte> cover, ImageType type, bool replace) {
@@ -72,13 +71,13 @@ Edit Edit::setCover(std::span<const std::byte> cover, ImageType type, bool repla
   request.set(key::kArtwork, cover);
   request.set(key::kArtworkType, static_cast<std::int64_t>(type));
   request.set(key::kReplaceArtwork, replace);
-  return Edit(std::move(request));
+  return Edit({{}, std::move(request)});
 }
 
 Edit Edit::clearCovers() {
   ValueDictionary request;
   request.set(key::kClearArtwork, true);
-  return Edit(std::move(request));
+  return Edit({{}, std::move(request)});
 }
 
 }  // namespace tagwriter

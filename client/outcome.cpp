@@ -1,4 +1,6 @@
-#include "client/tag_writer.h"
+#include <utility>
+
+#include "client/outcome_details.h"
 
 namespace tagwriter {
 namespace {
@@ -50,9 +52,32 @@ const char* textOf(Status status) {
 
 }  // namespace
 
+Outcome::Outcome(Status status, std::string detail) : status_(status) {
+  if (!detail.empty()) details().detail = std::move(detail);
+}
+
+const Outcome::Details& Outcome::known() const {
+  static const Details none;
+  return details_ ? *details_ : none;
+}
+
+Outcome::Details& Outcome::details() {
+  auto changed = std::make_shared<Details>(known());  // other outcomes may share the old ones
+  details_ = changed;
+  return *changed;
+}
+
+const std::string& Outcome::detail() const {
+  return known().detail;
+}
+
+std::size_t Outcome::edit() const {
+  return known().edit;
+}
+
 std::string Outcome::message() const {
-  std::string text = textOf(status);
-  if (!detail.empty()) text.append(": ").append(detail);
+  std::string text = textOf(status_);
+  if (!detail().empty()) text.append(": ").append(detail());
   return text;
 }
 

@@ -28,15 +28,14 @@ Outcome openForReading(const AudioFile& file, UniqueFd& fd) {
 
 }  // namespace
 
-TagReader::TagReader(std::string readerProgram)
-    : reader_(std::make_unique<Reader>(std::move(readerProgram))) {}
+TagReader::TagReader(const std::filesystem::path& readerProgram)
+    : reader_(std::make_unique<Reader>(readerProgram)) {}
 
 TagReader::TagReader(TagReader&&) noexcept = default;
 TagReader& TagReader::operator=(TagReader&&) noexcept = default;
 TagReader::~TagReader() = default;
 
-std::optional<TrackValue> TagReader::readField(const AudioFile& file, std::string_view key,
-                                               Outcome* outcome) {
+std::optional<TrackValue> TagReader::readField(const AudioFile& file, Text key, Outcome* outcome) {
   UniqueFd fd;
   std::optional<TrackValue> value;
   Outcome result = openForReading(file, fd);
@@ -45,7 +44,7 @@ std::optional<TrackValue> TagReader::readField(const AudioFile& file, std::strin
   return value;
 }
 
-std::optional<TrackValue> readField(const AudioFile& file, std::string_view key) {
+std::optional<TrackValue> readField(const AudioFile& file, Text key) {
   return TagReader().readField(file, key);
 }
 

@@ -7,6 +7,8 @@
 #include <utility>
 
 #include "client/connection.h"
+#include "client/edit_content.h"
+#include "client/outcome_details.h"
 #include "client/preflight.h"
 #include "client/safe_copy.h"
 #include "protocol/artwork_type.h"
@@ -32,8 +34,8 @@ class TimestampGuard {
 
 }  // namespace
 
-TagWriter::TagWriter(std::string workerProgram)
-    : TagWriter(Connection::embedded(std::move(workerProgram))) {}
+TagWriter::TagWriter(const std::filesystem::path& workerProgram)
+    : TagWriter(Connection::embedded(workerProgram)) {}
 
 TagWriter::TagWriter(std::unique_ptr<Connection> connection) : connection_(std::move(connection)) {}
 
@@ -59,8 +61,8 @@ Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
   const TimestampGuard times(fd.get());
   Outcome outcome = send(fd.get(), file.path(), edits);
   // A file that may be damaged must look modified, so that a backup notices.
-  const bool restores = options.keepTimes && outcome.status != Status::kIncomplete &&
-                        outcome.status != Status::kNoAnswer;
+  const bool restores = options.keepTimes && outcome.status() != Status::kIncomplete &&
+                        outcome.status() != Status::kNoAnswer;
   if (restores && !times.restore(fd.get()) && outcome) {
     return {Status::kTimesNotKept, std::strerror(errno)};
   }
@@ -69,11 +71,12 @@ Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
 
 Outcome TagWriter::send(int fd, const std::string& path, std::span<const Edit> edits) {
   for (std::size_t i = 0; i < edits.size(); ++i) {
-    Outcome outcome = edits[i].problem_;
-    if (outcome) outcome = check(fd, path, *edits[i].request_);
-    if (outcome) outcome = connection_->send(fd, path, *edits[i].request_);
+    const auto& [problem, request] = *edits[i].content_;
+    Outcome outcome = problem;
+    if (outcome) outcome = check(fd, path, request);
+    if (outcome) outcome = connection_->send(fd, path, request);
     if (!outcome) {
-      outcome.edit = i;
+      outcome.details().edit = i;
       return outcome;
     }
   }
@@ -93,7 +96,7 @@ Outcome TagWriter::check(int fd, const std::string& path, const ValueDictionary&
 Outcome TagWriter::checkCopy(int copy, const std::string& path) {
   FileContents contents;
   const Outcome outcome = connection_->reader().read(copy, path, contents);
-  if (outcome.status == Status::kUnreadable) return {Status::kCopyUnreadable, outcome.detail};
+  if (outcome.status() == Status::kUnreadable) return {Status::kCopyUnreadable, outcome.detail()};
   return outcome && !contents.isReadable ? Outcome{Status::kCopyUnreadable} : outcome;
 }
 
@@ -106,6 +109,10 @@ Outcome TagWriter::writeSafely(int fd, const std::string& path, std::span<const 
   if (Outcome readable = checkCopy(copy.fd(), path); !readable) return readable;
   if (keepTimes && !times.restore(copy.fd())) return {Status::kCopyFailed, std::strerror(errno)};
   return copy.replaceOriginal(fd);
+}
+
+const char* version() noexcept {
+  return TAGWRITER_VERSION_STRING;
 }
 
 ImageType detectImageType(std::span<const std::byte> image) {

@@ -45,6 +45,6 @@ int main() {
   auto writer = tagwriter::TagWriter::onSessionBus();
   for (std::string line; std::getline(std::cin, line);) {
     const tagwriter::Outcome outcome = run(writer, line);
-    std::cout << kNames.at(outcome.status) << ' ' << outcome.message() << std::endl;
+    std::cout << kNames.at(outcome.status()) << ' ' << outcome.message() << std::endl;
   }
 }

@@ -34,9 +34,9 @@ pid_t parentOf(const fs::path& process) {
 }  // namespace
 
 testing::AssertionResult isStatus(Status expected, const Outcome& outcome) {
-  if (outcome.status == expected) return testing::AssertionSuccess();
+  if (outcome.status() == expected) return testing::AssertionSuccess();
   return testing::AssertionFailure()
-         << "status " << static_cast<int>(outcome.status) << " (" << outcome.message()
+         << "status " << static_cast<int>(outcome.status()) << " (" << outcome.message()
          << "), expected " << static_cast<int>(expected) << " (" << Outcome{expected}.message()
          << ")";
 }

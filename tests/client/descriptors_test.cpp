@@ -34,7 +34,7 @@ TEST_F(Descriptors, AreNotLeaked) {
   const std::string noise = directory_.write("noise.flac", "no audio at all");
   const auto editsAndReads = [&](TagWriter& writer) {
     const UniqueFd file = openFile(path_);
-    for (const WriteOptions options : {WriteOptions{}, WriteOptions{.safe = true}}) {
+    for (const WriteOptions& options : {WriteOptions{}, WriteOptions{.safe = true}}) {
       for (const char* key : {"title", "cueSheet", "titel"}) {
         (void)writer.setField(path_, key, std::string("T"), options);
       }

@@ -39,7 +39,7 @@ TEST_F(Edits, StopAtTheFirstFailure) {
     for (const bool safe : {true, false}) {
       const Outcome outcome = writer_.write(mp3, edits, {.safe = safe});
       EXPECT_STATUS(status, outcome);
-      EXPECT_EQ(outcome.edit, 1);
+      EXPECT_EQ(outcome.edit(), 1);
       EXPECT_EQ(titleOf(mp3), safe ? "-" : "One");
     }
   }

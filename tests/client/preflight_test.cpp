@@ -66,14 +66,14 @@ TEST_F(OpenForEdit, ChecksThePath) {
        {directory_.path().string(), fifo, socket, std::string("/dev/null")}) {
     EXPECT_STATUS(Status::kNotRegularFile, open(path)) << path;
   }
-  EXPECT_EQ(open(in(directory_, "missing.mp3")).detail, "No such file or directory");
+  EXPECT_EQ(open(in(directory_, "missing.mp3")).detail(), "No such file or directory");
 }
 
 TEST_F(OpenForEdit, ChecksThePermissions) {
   std::filesystem::permissions(path_, std::filesystem::perms(0444));
   const int status = unprivileged(directory_, [this] {
     UniqueFd fd;
-    return static_cast<int>(openForEdit(path_, fd).status);
+    return static_cast<int>(openForEdit(path_, fd).status());
   });
   EXPECT_EQ(status, static_cast<int>(Status::kNotWritable));
 }

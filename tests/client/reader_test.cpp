@@ -65,7 +65,7 @@ TEST_F(ReaderProcess, ThatDiesIsAnErrorAndIsReplaced) {
     Outcome outcome;
     EXPECT_FALSE(reader_.readField(damaged_, "title", &outcome));
     EXPECT_STATUS(Status::kUnreadable, outcome);
-    EXPECT_NE(outcome.detail, "");
+    EXPECT_NE(outcome.detail(), "");
     EXPECT_STATUS(Status::kUnreadable, setCover(damaged_));
     EXPECT_STATUS(Status::kCopyUnreadable,
                   careless_.setField(damaged_, "title", std::string("T"), kSafe));

@@ -31,7 +31,7 @@ class SafeAttributes : public ClientTest {
   Status safeEdit() const {
     TagWriter writer(worker_);
     const AudioFile file = file_ ? AudioFile(file_.get(), path_) : AudioFile(path_);
-    return writer.setField(file, "title", std::string("Title"), {.safe = true}).status;
+    return writer.setField(file, "title", std::string("Title"), {.safe = true}).status();
   }
   void chmod(mode_t mode) const { ASSERT_EQ(::chmod(path_.c_str(), mode), 0); }
   /// Makes the file belong to the user of `unprivileged`, who may write to the directory.

@@ -50,8 +50,8 @@ class SafeCopyTest : public testing::TestWithParam<bool> {
   }
   void expectFailure(Status status, const Outcome& outcome, const char* reason = "") {
     EXPECT_STATUS(status, outcome);
-    EXPECT_NE(outcome.detail, "");
-    EXPECT_NE(outcome.detail.find(reason), std::string::npos) << outcome.detail;
+    EXPECT_NE(outcome.detail(), "");
+    EXPECT_NE(outcome.detail().find(reason), std::string::npos) << outcome.detail();
     EXPECT_EQ(stateOf(path_), before_);
   }
   /// What the system may do to a copy that is written to.

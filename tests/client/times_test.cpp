@@ -45,7 +45,7 @@ TEST_P(Times, ThatCannotBeRestoredAreReported) {
   std::filesystem::permissions(path_, std::filesystem::perms(0666));
   const int status = unprivileged(directory_, [this, worker = workerForEveryone()] {
     TagWriter writer(worker);
-    return static_cast<int>(writer.setField(path_, "title", std::string("T"), keep_).status);
+    return static_cast<int>(writer.setField(path_, "title", std::string("T"), keep_).status());
   });
   EXPECT_EQ(static_cast<Status>(status), GetParam() ? Status::kCopyFailed : Status::kTimesNotKept);
   EXPECT_EQ(titleOf(path_) == "T", !GetParam());

@@ -59,7 +59,7 @@ TEST_F(Worker, ThatCannotBeStartedIsReported) {
     for (const bool safe : {false, true}) {
       const Outcome outcome = writer.setField(path_, "title", std::string("T"), {.safe = safe});
       EXPECT_STATUS(Status::kServiceUnavailable, outcome);
-      EXPECT_NE(outcome.detail, "");
+      EXPECT_NE(outcome.detail(), "");
     }
   }
   EXPECT_EQ(stateOf(path_), before_);

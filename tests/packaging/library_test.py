@@ -113,7 +113,7 @@ class LibraryTest(StagingTest):
         self.assertEqual([name for name in names if re.match(r"(\w+::){3}\w+\(", name)], [])
         self.assertEqual({re.sub(r"^tagwriter::(\w+).*", r"\1", name) for name in names},
                          {"Edit", "Outcome", "TagReader", "TagWriter", "detectImageType",
-                          "readField"})
+                          "readField", "version"})
 
 
 if __name__ == "__main__":

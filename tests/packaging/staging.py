@@ -59,7 +59,9 @@ def installed_files():
     player_cpp = f"{documents}/examples/player_cpp"
     player_xpc = f"{documents}/examples/player_xpc"
     files = f"""
-        bin/tagwriter include/tagwriter/fields.h include/tagwriter/tag_writer.h
+        bin/tagwriter include/tagwriter/edit.h include/tagwriter/export.h include/tagwriter/fields.h
+        include/tagwriter/outcome.h include/tagwriter/tag_writer.h include/tagwriter/text.h
+        include/tagwriter/version.h
         libexec/tagwriter/tagwriter-bus libexec/tagwriter/tagwriterd
         libexec/tagwriter/tagreaderd
         {LIBDIR}/libtagwriter.a {LIBDIR}/libtagwriter.so {LIBDIR}/libtagwriter.so.0

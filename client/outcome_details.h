@@ -1,0 +1,16 @@
+// The details of an outcome, for the library only.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "client/outcome.h"
+
+namespace tagwriter {
+
+struct Outcome::Details {
+  std::string detail;
+  std::size_t edit = 0;
+};
+
+}  // namespace tagwriter
