@@ -50,8 +50,11 @@ std::optional<std::uint64_t> ValueDictionary::getUint64(const char* key) const {
 }
 
 double ValueDictionary::getDouble(const char* key) const {
-  const auto* value = find<double>(key);
-  return value ? *value : 0.0;
+  if (const auto* value = find<double>(key)) return *value;
+  // Many bindings send the rating 4 as an integer.
+  if (const auto* value = find<std::int64_t>(key)) return static_cast<double>(*value);
+  const auto* value = find<std::uint64_t>(key);
+  return value ? static_cast<double>(*value) : 0.0;
 }
 
 bool ValueDictionary::getBool(const char* key) const {

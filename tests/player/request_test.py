@@ -116,6 +116,10 @@ class Values(RequestTest):
             with self.subTest(type=kind):
                 self.assertTrue(self.write_field("bpm", GLib.Variant(kind, value), self.path))
                 self.assertEqual(self.tags()["TEMPO"], [str(value)])
+                rating = GLib.Variant(kind, 4)
+                self.assertTrue(self.write_field("rating", rating, self.path))
+                self.assertEqual(self.tags()["RATING"], ["80"])
+                self.assertTrue(self.write_field("rating", None, self.path))
         self.assertTrue(self.write_field("bpm", GLib.Variant("t", 2**63), self.path))
         self.assertNotIn("TEMPO", self.tags())
 
