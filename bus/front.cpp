@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "transport/dbus/names.h"
+#include "transport/dbus/write_properties.h"
 
 namespace tagwriter::dbus {
 namespace {
@@ -82,6 +83,7 @@ int Front::connectToBus() {
   reading_ = true;
   r = sd_bus_add_object_vtable(bus, nullptr, kWriteObject, kWriteInterface, kVtable, this);
   if (r < 0) return r;
+  if ((r = addWriteProperties(bus)) < 0) return r;
   r = sd_bus_match_signal(bus, nullptr, kBusDaemon, nullptr, kBusDaemon, "NameAcquired",
                           onNameAcquired, this);
   if (r < 0) return r;

@@ -1,14 +1,15 @@
 """The installed interface files match what the programs serve, and every key is documented."""
 
+import json
 import re
 import sys
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from staging import SOURCE, StagingTest, run_on_bus
+from staging import SOURCE, VERSION, StagingTest, run_on_bus
 
 sys.path.insert(0, str(SOURCE / "tests" / "player"))
-from player import READER_OBJECT, TAGREADERD, Player  # noqa: E402
+from player import READER_OBJECT, TAGREADERD, GLib, Player  # noqa: E402
 
 
 def interface(text, name):
@@ -32,6 +33,24 @@ class InterfaceTest(StagingTest):
         served = run_on_bus(self.prefix, "busctl", "--user", "--xml-interface", "introspect",
                             "org.tagwriter.TagWriter", "/org/tagwriter/TagWriter")
         self.assertEqual(interface(served, name), self.declared(name))
+
+    def test_properties_are_the_same_in_service_and_front(self):
+        name = "org.tagwriter.TagWriter1"
+        with Player() as player:
+            values, = player.call("org.freedesktop.DBus.Properties", "GetAll",
+                                  GLib.Variant("(s)", (name,))).unpack()
+        self.assertEqual(values["Version"], VERSION)
+        table = json.loads((SOURCE / "tests/expectations/fields.json").read_text())["fields"]
+        # Written only together with "disc".
+        self.assertEqual(set(values["Fields"]),
+                         {field["key"] for field in table} | {"totalNumberOfDiscs"})
+        self.assertLess({("title", "s"), ("year", "x"), ("rating", "d"), ("compilation", "b")},
+                        set(values["Fields"].items()))
+        served = run_on_bus(self.prefix, "busctl", "--user", "--json=short", "get-property",
+                            "org.tagwriter.TagWriter", "/org/tagwriter/TagWriter", name,
+                            *values)
+        self.assertEqual([json.loads(line)["data"] for line in served.splitlines()],
+                         list(values.values()))
 
     def test_read_is_what_the_reader_serves(self):
         name = "org.tagwriter.TagReader1"

@@ -49,7 +49,8 @@ int serveDictionaries(UniqueFd socket, const DictionaryMethod& method) {
   return servePeer(std::move(socket), {method.object, method.interface, method.method,
                                        [&method](sd_bus_message* call, sd_bus_error* error) {
                                          return answer(call, error, method);
-                                       }});
+                                       },
+                                       method.addProperties});
 }
 
 }  // namespace tagwriter::dbus

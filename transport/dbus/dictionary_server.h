@@ -1,6 +1,8 @@
 // The server end of a method whose request and reply are dictionaries.
 #pragma once
 
+#include <systemd/sd-bus.h>
+
 #include <functional>
 #include <memory>
 
@@ -24,6 +26,7 @@ struct DictionaryMethod {
   /// private connection. May be empty.
   std::function<std::unique_ptr<TruncationConnection>(int endpoint, const char* sender)> connector =
       {};
+  int (*addProperties)(sd_bus* bus) = nullptr;  ///< as in ServedMethod
 };
 
 /// Serves `method` on `socket`, which it takes over, until the peer hangs up. A request that does

@@ -73,6 +73,7 @@ int servePeer(UniqueFd socket, const ServedMethod& method) {
   };
   r = sd_bus_add_object_vtable(bus.get(), nullptr, method.object, method.interface, vtable,
                                const_cast<ServedMethod*>(&method));
+  if (r >= 0 && method.addProperties) r = method.addProperties(bus.get());
   if (r < 0) return r;
   r = process(bus.get());
   return r == -ECONNRESET || r == -ENOTCONN ? 0 : r;

@@ -17,6 +17,8 @@ struct ServedMethod {
   /// Handles one call like an sd-bus message handler: sends the reply or sets `error`. Not called
   /// for a message that expects no reply.
   std::function<int(sd_bus_message* call, sd_bus_error* error)> handler;
+  /// Adds the interface's properties to the connection, if it has any.
+  int (*addProperties)(sd_bus* bus) = nullptr;
 };
 
 /// Reads what a peer may ask any process for: a process that is about to lose the right to open

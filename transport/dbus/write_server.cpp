@@ -5,6 +5,7 @@
 #include "protocol/keys.h"
 #include "transport/dbus/names.h"
 #include "transport/dbus/truncation_client.h"
+#include "transport/dbus/write_properties.h"
 
 namespace tagwriter::dbus {
 
@@ -25,7 +26,7 @@ int serveWrites(UniqueFd socket, const RequestHandler& handler, const IsLast& is
     return connectForTruncation(endpoint, players, player);
   };
   return serveDictionaries(std::move(socket), {kWriteObject, kWriteInterface, kWriteMethod,
-                                               answerWrite, isLast, connect});
+                                               answerWrite, isLast, connect, addWriteProperties});
 }
 
 }  // namespace tagwriter::dbus
