@@ -4,6 +4,7 @@
 
 #include "cli/command_options.h"
 #include "cli/help.h"
+#include "cli/usage_error.h"
 
 namespace tagwriter {
 namespace {
@@ -37,8 +38,12 @@ Arguments parseArguments(int argc, const char* const* argv) {
   app.footer(kHelpFooter);
   app.get_formatter()->column_width(28);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-  app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
-    return "tagwriter: " + messageFor(*failed, error) + "\nSee 'tagwriter --help'.\n";
+  app.set_version_flag("--version", "tagwriter " TAGWRITER_VERSION_STRING, "Print the version");
+  app.failure_message([&app](const CLI::App* failed, const CLI::Error& error) {
+    const auto given = app.get_subcommands();
+    const std::string command = given.empty() ? "" : given.front()->get_name() + " ";
+    return "tagwriter: " + messageFor(*failed, error) + "\nSee 'tagwriter " + command +
+           "--help'.\n";
   });
 
   const std::unique_ptr<CommandOptions> commands[] = {setOptions(app), clearOptions(app),
@@ -51,6 +56,8 @@ Arguments parseArguments(int argc, const char* const* argv) {
     }
   } catch (const CLI::ParseError& error) {
     return ExitNow{app.exit(error) == 0 ? kExitDone : kExitUsage};
+  } catch (const UsageError& error) {
+    app.exit(CLI::ValidationError(error.what()));
   }
   return ExitNow{kExitUsage};
 }

@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "cli/field_value.h"
+#include "cli/json_fields.h"
 
 namespace tagwriter {
 
@@ -31,9 +31,11 @@ struct EditOptions : FileOptions {
   bool quiet = false;   ///< print only errors
 };
 
-/// `set`: the fields to write, in the given order.
+/// `set`: the fields to write, in the given order. Either `fields` for each of the options' paths,
+/// or `files` if the input names the files.
 struct SetArguments {
   std::vector<FieldAssignment> fields;
+  std::vector<FileFields> files;
   EditOptions options;
 };
 
@@ -54,6 +56,8 @@ struct CoverArguments {
 
 /// `show`.
 struct ShowArguments {
+  std::vector<std::string> keys;  ///< if not empty, only the values of these fields
+  bool all = false;               ///< also all tags, as TagLib names them
   FileOptions options;
 };
 

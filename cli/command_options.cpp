@@ -6,10 +6,11 @@ CommandOptions::CommandOptions(CLI::App& app, const std::string& name,
                                const std::string& description)
     : app_(app.add_subcommand(name, description)->group("Commands")) {}
 
-void CommandOptions::addFiles(FileOptions& options, const char* name, const char* description) {
-  app_->add_option(name, options.paths, description)->required();
+CLI::Option* CommandOptions::addFiles(FileOptions& options, const char* name,
+                                      const char* description) {
   app_->add_flag("-r,--recursive", options.recursive, "Process the audio files in directories");
   app_->add_flag("--json", options.json, "Print one JSON object per line");
+  return app_->add_option(name, options.paths, description)->required();
 }
 
 void CommandOptions::addEditing(EditOptions& options) {
@@ -23,9 +24,9 @@ void CommandOptions::addEditing(EditOptions& options) {
   app_->add_flag("-q,--quiet", options.quiet, "Print only errors");
 }
 
-void CommandOptions::addRepeatable(const char* name, std::vector<std::string>& values,
-                                   const char* description) {
-  app_->add_option(name, values, description)->required()->allow_extra_args(false);
+CLI::Option* CommandOptions::addRepeatable(const char* name, std::vector<std::string>& values,
+                                           const char* description) {
+  return app_->add_option(name, values, description)->allow_extra_args(false);
 }
 
 }  // namespace tagwriter

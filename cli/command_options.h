@@ -19,14 +19,16 @@ class CommandOptions {
   CommandOptions& operator=(const CommandOptions&) = delete;
 
   bool isGiven() const { return app_->parsed(); }
-  /// Throws CLI::ValidationError if the options contradict each other.
+  /// Throws UsageError or CLI::ValidationError if a value is wrong or the options contradict each
+  /// other.
   virtual Arguments arguments() const = 0;
 
  protected:
-  void addFiles(FileOptions& options, const char* name = "FILE",
-                const char* description = "Audio files");
+  CLI::Option* addFiles(FileOptions& options, const char* name = "FILE",
+                        const char* description = "Audio files");
   void addEditing(EditOptions& options);
-  void addRepeatable(const char* name, std::vector<std::string>& values, const char* description);
+  CLI::Option* addRepeatable(const char* name, std::vector<std::string>& values,
+                             const char* description);
 
   CLI::App* app_;
 };

@@ -2,6 +2,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <memory>
 #include <span>
 
 #include "cli/commands.h"
@@ -48,11 +49,21 @@ int clearCover(const CoverArguments& arguments) {
 }  // namespace
 
 int run(const SetArguments& arguments) {
-  return editFiles(arguments.options, setEdits(arguments.fields));
+  if (arguments.files.empty()) {
+    return editFiles(arguments.options, fieldEdits(arguments.fields));
+  }
+  std::vector<FileEdits> files;
+  for (const FileFields& file : arguments.files) {
+    auto edits = std::make_shared<const std::vector<NamedEdit>>(fieldEdits(file.fields));
+    files.push_back({file.path, std::move(edits), file.problem});
+  }
+  return editFiles(arguments.options, files);
 }
 
 int run(const ClearArguments& arguments) {
-  return editFiles(arguments.options, clearEdits(arguments.keys));
+  std::vector<FieldAssignment> fields;
+  for (const std::string& key : arguments.keys) fields.push_back({key, std::nullopt});
+  return editFiles(arguments.options, fieldEdits(fields));
 }
 
 int run(const CoverArguments& arguments) {

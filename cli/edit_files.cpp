@@ -27,22 +27,25 @@ bool endsFile(Status status) {
   }
 }
 
-/// Makes the same edits in each file.
+using Edits = std::vector<NamedEdit>;
+
+/// Edits one file after the other.
 class FileEditor {
  public:
-  FileEditor(const EditOptions& options, const std::vector<NamedEdit>& edits, Report& report)
+  FileEditor(const EditOptions& options, Report& report)
       : options_(options),
-        edits_(edits),
         report_(report),
         writer_(options.bus ? TagWriter::onSessionBus() : TagWriter()) {}
 
-  void edit(const std::string& path) {
-    if (options_.dryRun) {
-      plan(path);
+  void edit(const FileEdits& file) {
+    if (!file.problem.empty()) {
+      report_.failed(file.path, file.problem);
+    } else if (options_.dryRun) {
+      plan(file.path, *file.edits);
     } else if (options_.safe) {
-      editTogether(path);
+      editTogether(file.path, *file.edits);
     } else {
-      editOneByOne(path);
+      editOneByOne(file.path, *file.edits);
     }
   }
 
@@ -51,20 +54,20 @@ class FileEditor {
     return {.safe = options_.safe, .keepTimes = options_.keepTimes};
   }
 
-  void plan(const std::string& path) {
+  void plan(const std::string& path, const Edits& edits) {
     UniqueFd fd;
     if (const Outcome opened = openForEdit(path, fd); !opened) {
       return report_.failed(path, opened.message());
     }
-    for (const NamedEdit& edit : edits_) {
+    for (const NamedEdit& edit : edits) {
       const PlannedEdit planned = edit.plan(path, reader_);
       if (!planned.problem) return report_.failed(path, planned.problem.message());
       report_.planned(path, edit.name, planned.description);
     }
   }
 
-  void editOneByOne(const std::string& path) {
-    for (const NamedEdit& edit : edits_) {
+  void editOneByOne(const std::string& path, const Edits& edits) {
+    for (const NamedEdit& edit : edits) {
       const PlannedEdit planned = edit.plan(path, reader_);
       Outcome outcome = planned.problem;
       if (outcome) outcome = writer_.write(path, planned.edit, writeOptions());
@@ -74,42 +77,34 @@ class FileEditor {
   }
 
   /// Makes all edits on one copy, or none.
-  void editTogether(const std::string& path) {
-    std::vector<Edit> edits;
-    for (const NamedEdit& edit : edits_) {
+  void editTogether(const std::string& path, const Edits& edits) {
+    std::vector<Edit> changes;
+    for (const NamedEdit& edit : edits) {
       const PlannedEdit planned = edit.plan(path, reader_);
       if (!planned.problem) return report_.failed(path, planned.problem.message());
-      edits.push_back(planned.edit);
+      changes.push_back(planned.edit);
     }
-    const Outcome outcome = writer_.write(path, edits, writeOptions());
+    const Outcome outcome = writer_.write(path, changes, writeOptions());
     if (outcome) {
-      for (const NamedEdit& edit : edits_) report_.done(path, edit.name, outcome);
+      for (const NamedEdit& edit : edits) report_.done(path, edit.name, outcome);
     } else if (endsFile(outcome.status())) {
       report_.failed(path, outcome.message());
     } else {
-      report_.done(path, edits_[outcome.edit()].name, outcome);
+      report_.done(path, edits[outcome.edit()].name, outcome);
     }
   }
 
   const EditOptions& options_;
-  const std::vector<NamedEdit>& edits_;
   Report& report_;
   TagWriter writer_;
   Reader reader_;
 };
 
-}  // namespace
-
-int editFiles(const EditOptions& options, const std::vector<NamedEdit>& edits) {
+int editEach(const EditOptions& options, const std::vector<FileEdits>& files, Report& report) {
   const Interruption interruption;
-  Report report(options.json, options.quiet);
-  const std::vector<std::string> files =
-      listFiles(options.paths, options.recursive,
-                [&](const std::string& path, const std::string& why) { report.failed(path, why); });
-
   Progress progress(files.size(), !options.quiet && !options.dryRun);
   report.setProgress(&progress);
-  FileEditor editor(options, edits, report);
+  FileEditor editor(options, report);
   for (std::size_t done = 0; done < files.size(); ++done) {
     if (interruption.requested()) {
       report.note("interrupted after " + std::to_string(done) + " of " +
@@ -120,6 +115,25 @@ int editFiles(const EditOptions& options, const std::vector<NamedEdit>& edits) {
     editor.edit(files[done]);
   }
   return report.anyFailed() ? kExitFailed : kExitDone;
+}
+
+}  // namespace
+
+int editFiles(const EditOptions& options, std::vector<NamedEdit> edits) {
+  Report report(options.json, options.quiet);
+  const auto shared = std::make_shared<const Edits>(std::move(edits));
+  std::vector<FileEdits> files;
+  for (std::string& path : listFiles(
+           options.paths, options.recursive,
+           [&](const std::string&path, const std::string&why) { report.failed(path, why); })) {
+    files.push_back({std::move(path), shared});
+  }
+  return editEach(options, files, report);
+}
+
+int editFiles(const EditOptions& options, const std::vector<FileEdits>& files) {
+  Report report(options.json, options.quiet);
+  return editEach(options, files, report);
 }
 
 }  // namespace tagwriter

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -26,8 +27,18 @@ struct NamedEdit {
   std::function<PlannedEdit(const AudioFile& file, Reader& reader)> plan;
 };
 
+/// The edits to make in one file.
+struct FileEdits {
+  std::string path;
+  std::shared_ptr<const std::vector<NamedEdit>> edits;
+  std::string problem = {};  ///< if not empty, reported instead
+};
+
 /// Makes `edits` in each of `options.paths`, as the options say. Reports failures on standard error
 /// as "file: edit: reason" and continues. Returns an exit code.
-int editFiles(const EditOptions& options, const std::vector<NamedEdit>& edits);
+int editFiles(const EditOptions& options, std::vector<NamedEdit> edits);
+
+/// The same for files with edits of their own, instead of `options.paths`.
+int editFiles(const EditOptions& options, const std::vector<FileEdits>& files);
 
 }  // namespace tagwriter

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 
 #include <optional>
-#include <sstream>
 
 #include "base/unique_fd.h"
 #include "cli/disc_position.h"
@@ -12,12 +11,6 @@
 
 namespace tagwriter {
 namespace {
-
-/// A field with its new value, or nullopt to clear it.
-struct Change {
-  std::string key;
-  std::optional<TrackValue> value;
-};
 
 /// The disc number and the number of discs, as far as the user gives them.
 struct DiscChange {
@@ -29,9 +22,9 @@ bool isDisc(const std::string& key) {
   return key == field::kDisc || key == field::kTotalNumberOfDiscs;
 }
 
-DiscChange discChangeOf(const std::vector<Change>& changes) {
+DiscChange discChangeOf(const std::vector<FieldAssignment>& changes) {
   DiscChange disc;
-  for (const Change& change : changes) {
+  for (const FieldAssignment& change : changes) {
     if (!isDisc(change.key)) continue;
     auto& part = change.key == field::kDisc ? disc.number : disc.total;
     part = change.value ? std::get<std::int64_t>(*change.value) : 0;
@@ -67,56 +60,30 @@ NamedEdit discEdit(const DiscChange& disc) {
           [disc](const AudioFile& file, Reader& reader) { return planDisc(disc, file, reader); }};
 }
 
-/// A value as the user would type it.
-struct ValueText {
-  std::string operator()(const std::string& text) const { return text; }
-  std::string operator()(std::int64_t number) const { return std::to_string(number); }
-  std::string operator()(double number) const {
-    std::ostringstream text;
-    text << number;
-    return text.str();
-  }
-  std::string operator()(bool flag) const { return flag ? "yes" : "no"; }
-};
-
-NamedEdit fieldEdit(const Change& change) {
+NamedEdit fieldEdit(const FieldAssignment& change) {
   return {change.key, [change](const AudioFile&, Reader&) {
             if (!change.value) {
               return PlannedEdit{Edit::clearField(change.key), "clear " + change.key};
             }
             return PlannedEdit{Edit::setField(change.key, *change.value),
-                               change.key + " = " + std::visit(ValueText(), *change.value)};
+                               change.key + " = " + textOf(*change.value)};
           }};
-}
-
-std::vector<NamedEdit> editsOf(const std::vector<Change>& changes) {
-  std::vector<NamedEdit> edits;
-  bool hasDisc = false;
-  for (const Change& change : changes) {
-    if (!isDisc(change.key)) {
-      edits.push_back(fieldEdit(change));
-    } else if (!hasDisc) {
-      edits.push_back(discEdit(discChangeOf(changes)));
-      hasDisc = true;
-    }
-  }
-  return edits;
 }
 
 }  // namespace
 
-std::vector<NamedEdit> setEdits(const std::vector<FieldAssignment>& fields) {
-  std::vector<Change> changes;
-  changes.reserve(fields.size());
-  for (const FieldAssignment& field : fields) changes.push_back({field.key, field.value});
-  return editsOf(changes);
-}
-
-std::vector<NamedEdit> clearEdits(const std::vector<std::string>& keys) {
-  std::vector<Change> changes;
-  changes.reserve(keys.size());
-  for (const std::string& key : keys) changes.push_back({key, std::nullopt});
-  return editsOf(changes);
+std::vector<NamedEdit> fieldEdits(const std::vector<FieldAssignment>& fields) {
+  std::vector<NamedEdit> edits;
+  bool hasDisc = false;
+  for (const FieldAssignment& field : fields) {
+    if (!isDisc(field.key)) {
+      edits.push_back(fieldEdit(field));
+    } else if (!hasDisc) {
+      edits.push_back(discEdit(discChangeOf(fields)));
+      hasDisc = true;
+    }
+  }
+  return edits;
 }
 
 }  // namespace tagwriter

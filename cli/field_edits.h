@@ -11,9 +11,6 @@ namespace tagwriter {
 
 /// Returns one edit per field, in the given order. The disc number and the number of discs share an
 /// edit; if only one of them is given, the other keeps its value in the file.
-std::vector<NamedEdit> setEdits(const std::vector<FieldAssignment>& fields);
-
-/// The same for fields to clear.
-std::vector<NamedEdit> clearEdits(const std::vector<std::string>& keys);
+std::vector<NamedEdit> fieldEdits(const std::vector<FieldAssignment>& fields);
 
 }  // namespace tagwriter

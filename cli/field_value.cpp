@@ -3,6 +3,9 @@
 #include <charconv>
 #include <clocale>
 #include <cwchar>
+#include <sstream>
+
+#include "cli/usage_error.h"
 
 namespace tagwriter {
 namespace {
@@ -54,26 +57,39 @@ std::optional<Value> parseValue(field::Type type, const std::string& text) {
   return std::nullopt;
 }
 
+/// A value as the user would type it.
+struct ValueText {
+  std::string operator()(const std::string& text) const { return text; }
+  std::string operator()(std::int64_t number) const { return std::to_string(number); }
+  std::string operator()(double number) const {
+    std::ostringstream text;
+    text << number;
+    return text.str();
+  }
+  std::string operator()(bool flag) const { return flag ? "yes" : "no"; }
+};
+
 }  // namespace
 
-std::optional<FieldAssignment> parseAssignment(const std::string& text, std::string& error) {
+FieldAssignment parseAssignment(const std::string& text) {
   const std::size_t equals = text.find('=');
-  if (equals == std::string::npos) {
-    error = text + ": expected key=value";
-    return std::nullopt;
-  }
+  if (equals == std::string::npos) throw UsageError(text + ": expected key=value");
   const std::string key = text.substr(0, equals);
   const field::Field* field = field::find(key);
-  if (!field) {
-    error = unknownFieldText(key);
-    return std::nullopt;
-  }
+  if (!field) throw UsageError(unknownFieldText(key));
   const std::optional<Value> value = parseValue(field->type, text.substr(equals + 1));
-  if (!value) {
-    error = key + ": must be " + whatFieldTakes(*field);
-    return std::nullopt;
+  if (!value) throw UsageError(key + ": must be " + whatFieldTakes(*field));
+  return {key, value};
+}
+
+std::string textOf(const TrackValue& value) {
+  return std::visit(ValueText(), value);
+}
+
+void checkKeys(const std::vector<std::string>& keys) {
+  for (const std::string& key : keys) {
+    if (!field::find(key)) throw UsageError(unknownFieldText(key));
   }
-  return FieldAssignment{key, *value};
 }
 
 std::string whatFieldTakes(const field::Field& field) {

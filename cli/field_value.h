@@ -3,22 +3,29 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "client/tag_writer.h"
 #include "protocol/fields.h"
 
 namespace tagwriter {
 
-/// A field with its new value.
+/// A field with its new value, or nullopt to clear it.
 struct FieldAssignment {
   std::string key;
-  TrackValue value;
+  std::optional<TrackValue> value;
 };
 
 /// Parses "key=value". The value is everything after the first "=", in the type of the field: UTF-8
-/// text, a whole number, a decimal number or yes/no. On failure returns nullopt and sets `error` to
-/// a message that names the key and its type.
-std::optional<FieldAssignment> parseAssignment(const std::string& text, std::string& error);
+/// text, a whole number, a decimal number or yes/no. Throws UsageError, which names the key and its
+/// type.
+FieldAssignment parseAssignment(const std::string& text);
+
+/// Returns a value as the user would type it.
+std::string textOf(const TrackValue& value);
+
+/// Throws UsageError if one of `keys` is unknown.
+void checkKeys(const std::vector<std::string>& keys);
 
 /// Returns the type of the field in a few words.
 std::string whatFieldTakes(const field::Field& field);

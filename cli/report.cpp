@@ -19,7 +19,9 @@ std::string messageOf(const Outcome& outcome) {
 void Report::planned(const std::string& path, const std::string& edit,
                      const std::string& description) {
   if (json_) {
-    printJson({{"file", path}, {"edit", edit}, {"result", "planned"}, {"what", description}});
+    nlohmann::json line = jsonOfFile(path);
+    line.update({{"edit", edit}, {"result", "planned"}, {"what", description}});
+    printJson(line);
   } else if (!quiet_) {
     std::cout << printable(path + ": " + description) << '\n';
   }
@@ -31,7 +33,8 @@ void Report::done(const std::string& path, const std::string& edit, const Outcom
     printError(path + ": " + edit + ": " + messageOf(outcome));
   }
   if (!json_) return;
-  nlohmann::json line = {{"file", path}, {"edit", edit}};
+  nlohmann::json line = jsonOfFile(path);
+  line["edit"] = edit;
   line["result"] = outcome ? "written" : "failed";
   if (!outcome) line["error"] = messageOf(outcome);
   hideProgress();
@@ -41,7 +44,10 @@ void Report::done(const std::string& path, const std::string& edit, const Outcom
 void Report::failed(const std::string& path, const std::string& reason) {
   anyFailed_ = true;
   printError(path + ": " + reason);
-  if (json_) printJson({{"file", path}, {"result", "failed"}, {"error", reason}});
+  if (!json_) return;
+  nlohmann::json line = jsonOfFile(path);
+  line.update({{"result", "failed"}, {"error", reason}});
+  printJson(line);
 }
 
 void Report::note(const std::string& text) {

@@ -1,6 +1,7 @@
 #include "cli/command_options.h"
 #include "cli/help.h"
-#include "protocol/fields.h"
+#include "cli/input_file.h"
+#include "cli/usage_error.h"
 
 namespace tagwriter {
 namespace {
@@ -8,39 +9,68 @@ namespace {
 class SetOptions final : public CommandOptions {
  public:
   explicit SetOptions(CLI::App& app) : CommandOptions(app, "set", "Write fields") {
-    addRepeatable("-t,--tag", assignments_, "A field to write, as KEY=VALUE; repeatable");
+    auto* tags =
+        addRepeatable("-t,--tag", assignments_, "A field to write, as KEY=VALUE; repeatable")
+            ->type_name("KEY=VALUE");
+    app_->add_option("--from", input_,
+                     "Write the fields in INPUT, a file or - for standard input, as 'show --json' "
+                     "prints them; without FILE, into the files that it names")
+        ->type_name("INPUT")
+        ->excludes(tags);
     addEditing(options_);
-    addFiles(options_);
+    addFiles(options_)->required(false);
     app_->footer(fieldsHelp());
   }
   Arguments arguments() const override {
-    SetArguments result{{}, options_};
-    for (const std::string& text : assignments_) {
-      std::string error;
-      const auto assignment = parseAssignment(text, error);
-      if (!assignment) throw CLI::ValidationError(error);
-      result.fields.push_back(*assignment);
-    }
+    if (!input_.empty()) return fromInput();
+    if (assignments_.empty()) throw UsageError("--tag or --from is required");
+    if (options_.paths.empty()) throw CLI::RequiredError("FILE");
+    SetArguments result{{}, {}, options_};
+    for (const std::string& text : assignments_) result.fields.push_back(parseAssignment(text));
     return result;
   }
 
  private:
+  SetArguments fromInput() const {
+    std::vector<FileFields> files = parseJsonFields(readInput(input_), "--from " + input_);
+    if (options_.paths.empty()) {
+      checkNamesFiles(files);
+      return {{}, std::move(files), options_};
+    }
+    if (files.size() > 1) {
+      throw UsageError("--from " + input_ + ": has " + std::to_string(files.size()) +
+                       " objects; with FILE, it must have one (without, each is written into the "
+                       "file that it names)");
+    }
+    if (!files[0].problem.empty()) throw UsageError("--from " + input_ + ": has no \"fields\"");
+    return {std::move(files[0].fields), {}, options_};
+  }
+
+  void checkNamesFiles(const std::vector<FileFields>& files) const {
+    for (std::size_t i = 0; i < files.size(); ++i) {
+      if (!files[i].path.empty()) continue;
+      throw UsageError("--from " + input_ + ": object " + std::to_string(i + 1) +
+                       ": names no \"file\"; give a FILE on the command line");
+    }
+  }
+
   std::vector<std::string> assignments_;
+  std::string input_;
   EditOptions options_;
 };
 
 class ClearOptions final : public CommandOptions {
  public:
   explicit ClearOptions(CLI::App& app) : CommandOptions(app, "clear", "Clear fields") {
-    addRepeatable("-t,--tag", keys_, "The KEY of a field to clear; repeatable");
+    addRepeatable("-t,--tag", keys_, "The KEY of a field to clear; repeatable")
+        ->required()
+        ->type_name("KEY");
     addEditing(options_);
     addFiles(options_);
     app_->footer(fieldsHelp());
   }
   Arguments arguments() const override {
-    for (const std::string& key : keys_) {
-      if (!field::find(key)) throw CLI::ValidationError(unknownFieldText(key));
-    }
+    checkKeys(keys_);
     return ClearArguments{keys_, options_};
   }
 

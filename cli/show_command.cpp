@@ -1,44 +1,54 @@
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <iostream>
+#include <string_view>
 
-#include "base/unique_fd.h"
 #include "cli/commands.h"
+#include "cli/file_contents.h"
 #include "cli/file_list.h"
+#include "cli/json_fields.h"
 #include "cli/json_line.h"
 #include "cli/printable.h"
 #include "cli/report.h"
-#include "client/reader.h"
 
 namespace tagwriter {
 namespace {
 
-/// Indents the continuation lines of a value.
-std::string indented(const std::string& value) {
-  std::string text;
-  for (const char c : value) {
-    text += c;
-    if (c == '\n') text += "    ";
+constexpr char kIndent[] = "  ";
+
+void printText(const std::string& indent, const std::string& name, const std::string& value) {
+  std::cout << indent << printable(name) << ": ";
+  const std::string text = printable(value, true);
+  for (const char c : std::string_view(text).substr(0, text.find_last_not_of('\n') + 1)) {
+    std::cout << c;
+    if (c == '\n') std::cout << indent << kIndent;
   }
-  return text;
+  std::cout << '\n';
 }
 
 void printText(const PictureInfo& picture) {
-  std::cout << "  picture: " << (picture.role.empty() ? "Cover" : picture.role) << ", "
-            << (picture.mimeType.empty() ? "unknown format" : printable(picture.mimeType));
+  std::cout << kIndent << "picture: " << (picture.role.empty() ? "Cover" : printable(picture.role))
+            << ", " << (picture.mimeType.empty() ? "unknown format" : printable(picture.mimeType));
   if (picture.width != 0) std::cout << ", " << picture.width << "x" << picture.height;
   std::cout << ", " << picture.size << " bytes\n";
 }
 
-void printText(const std::string& path, const FileContents& contents) {
+void printText(const std::string& path, const FileContents& contents, bool all) {
   std::cout << printable(path) << '\n';
-  for (const auto& [name, value] : contents.tags)
-    std::cout << "  " << printable(name) << ": " << indented(printable(value, true)) << '\n';
+  for (const auto& [key, value] : contents.fields) printText(kIndent, key, textOf(value));
   for (const PictureInfo& picture : contents.pictures) printText(picture);
-  if (contents.tags.empty() && contents.pictures.empty()) std::cout << "  (no tags)\n";
+  if (all && !contents.tags.empty()) {
+    std::cout << kIndent << "all tags, as TagLib names them:\n";
+    for (const auto& [name, value] : contents.tags) {
+      printText(std::string(kIndent) + kIndent, name, value);
+    }
+  }
+  if (!contents.fields.empty() || !contents.pictures.empty()) return;
+  if (contents.tags.empty()) {
+    std::cout << kIndent << "(no tags)\n";
+  } else if (!all) {
+    std::cout << kIndent << "(no field that has a key; use --all)\n";
+  }
 }
 
 nlohmann::json toJson(const PictureInfo& picture) {
@@ -51,45 +61,86 @@ nlohmann::json toJson(const PictureInfo& picture) {
   return object;
 }
 
-void printAsJson(const std::string& path, const FileContents& contents) {
-  nlohmann::json object = {
-      {"file", path}, {"tags", nlohmann::json::object()}, {"pictures", nlohmann::json::array()}};
-  for (const auto& [name, value] : contents.tags) object["tags"][name].push_back(value);
+nlohmann::json toJson(const std::string& path, const FileContents& contents) {
+  nlohmann::json object = jsonOfFile(path);
+  object["fields"] = jsonOfFields(contents.fields);
+  object["pictures"] = nlohmann::json::array();
   for (const PictureInfo& picture : contents.pictures)
     object["pictures"].push_back(toJson(picture));
-  printJson(object);
+  return object;
 }
 
-UniqueFd openForReading(const std::string& path, std::string& error) {
-  UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0) {
-    error = std::strerror(errno);
-    return {};
-  }
-  if (!S_ISREG(status.st_mode)) {
-    error = "not a regular file";
-    return {};
-  }
-  return file;
+void addTags(const TagListing& tags, nlohmann::json& object) {
+  object["tags"] = nlohmann::json::object();
+  for (const auto& [name, value] : tags) object["tags"][name].push_back(value);
 }
 
-void showFile(const std::string& path, bool json, Reader& reader, Report& report) {
-  std::string error;
-  const UniqueFd file = openForReading(path, error);
-  if (!file) return report.failed(path, error);
-  FileContents contents;
-  if (const Outcome read = reader.read(file.get(), path, contents); !read) {
-    return report.failed(path, read.message());
+/// Prints the values alone, one after the other; an empty line for a field that is not in the file.
+void printValues(const FieldListing& fields) {
+  static const bool onTerminal = ::isatty(STDOUT_FILENO);
+  for (const auto& [key, value] : fields) {
+    const std::string text = textOf(value);
+    std::cout << (onTerminal ? printable(text, true) : text) << '\n';
   }
-  if (!contents.isReadable) return report.failed(path, "cannot be read as an audio file");
-  if (json) {
-    printAsJson(path, contents);
-  } else {
-    printText(path, contents);
-  }
-  if (!contents.isComplete) report.failed(path, "some of its tags are too large to be shown");
 }
+
+/// Shows one file after the other.
+class FileViewer {
+ public:
+  FileViewer(const ShowArguments& arguments, Report& report)
+      : arguments_(arguments), report_(report) {}
+
+  void show(const std::string& path) {
+    OpenedFile file;
+    const std::string problem = readFile(path, reader_, file);
+    if (!problem.empty()) return report_.failed(path, problem);
+    if (arguments_.keys.empty()) {
+      showAll(path, file.contents);
+    } else {
+      showKeys(path, file);
+    }
+  }
+
+ private:
+  void showAll(const std::string& path, const FileContents& contents) {
+    if (arguments_.options.json) {
+      nlohmann::json object = toJson(path, contents);
+      if (arguments_.all) addTags(contents.tags, object);
+      printJson(object);
+    } else {
+      printText(path, contents, arguments_.all);
+    }
+    if (!contents.isComplete) report_.failed(path, "some of its tags are too large to be shown");
+  }
+
+  void showKeys(const std::string& path, const OpenedFile& file) {
+    FieldListing fields;
+    for (const std::string& key : arguments_.keys) {
+      std::optional<TrackValue> value;
+      const Outcome found = valueOf(key, path, file, value);
+      if (!found) return report_.failed(path, found.message());
+      if (value || !arguments_.options.json) fields.emplace_back(key, value.value_or(""));
+    }
+    if (!arguments_.options.json) return printValues(fields);
+    nlohmann::json object = jsonOfFile(path);
+    object["fields"] = jsonOfFields(fields);
+    printJson(object);
+  }
+
+  Outcome valueOf(const std::string& key, const std::string& path, const OpenedFile& file,
+                  std::optional<TrackValue>& value) {
+    for (const auto& [name, stored] : file.contents.fields) {
+      if (name == key) value = stored;
+    }
+    // One that is too large for the message with everything comes alone.
+    if (value || file.contents.isComplete) return {};
+    return reader_.readField(file.fd.get(), path, key, value);
+  }
+
+  const ShowArguments& arguments_;
+  Report& report_;
+  Reader reader_;
+};
 
 }  // namespace
 
@@ -99,8 +150,8 @@ int run(const ShowArguments& arguments) {
   const auto files =
       listFiles(options.paths, options.recursive,
                 [&](const std::string& path, const std::string& why) { report.failed(path, why); });
-  Reader reader;
-  for (const std::string& path : files) showFile(path, options.json, reader, report);
+  FileViewer viewer(arguments, report);
+  for (const std::string& path : files) viewer.show(path);
   return report.anyFailed() ? kExitFailed : kExitDone;
 }
 

@@ -1,17 +1,27 @@
 #include "cli/command_options.h"
+#include "cli/help.h"
 
 namespace tagwriter {
 namespace {
 
 class ShowOptions final : public CommandOptions {
  public:
-  explicit ShowOptions(CLI::App& app) : CommandOptions(app, "show", "Print tags and pictures") {
-    addFiles(options_);
+  explicit ShowOptions(CLI::App& app) : CommandOptions(app, "show", "Print fields and pictures") {
+    auto* keys =
+        addRepeatable("-t,--tag", parsed_.keys, "Print only the value of the field KEY; repeatable")
+            ->type_name("KEY");
+    app_->add_flag("--all", parsed_.all, "Print all tags, too, as TagLib names them")
+        ->excludes(keys);
+    addFiles(parsed_.options);
+    app_->footer(fieldsHelp());
   }
-  Arguments arguments() const override { return ShowArguments{options_}; }
+  Arguments arguments() const override {
+    checkKeys(parsed_.keys);
+    return parsed_;
+  }
 
  private:
-  FileOptions options_;
+  ShowArguments parsed_;
 };
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "base/unique_fd.h"
 #include "protocol/fields.h"
@@ -30,9 +31,14 @@ std::optional<std::string> textIn(const ValueDictionary& values, const char* key
 }
 
 PictureInfo pictureOf(const ValueDictionary& entry) {
-  return {textIn(entry, key::kRole).value_or(""), textIn(entry, key::kMimeType).value_or(""),
-          entry.getUint64(key::kSize).value_or(0), entry.getUint64(key::kWidth).value_or(0),
-          entry.getUint64(key::kHeight).value_or(0)};
+  const bool hasType = entry.values().contains(key::kType);
+  return {hasType ? std::optional(entry.getInt64(key::kType)) : std::nullopt,
+          textIn(entry, key::kRole).value_or(""),
+          textIn(entry, key::kMimeType).value_or(""),
+          entry.getUint64(key::kSize).value_or(0),
+          entry.getUint64(key::kWidth).value_or(0),
+          entry.getUint64(key::kHeight).value_or(0),
+          static_cast<ImageType>(entry.getInt64(key::kArtworkType))};
 }
 
 std::optional<TrackValue> valueOf(const field::Field& field, const ValueDictionary& track) {
@@ -50,6 +56,21 @@ std::optional<TrackValue> valueOf(const field::Field& field, const ValueDictiona
   return std::nullopt;
 }
 
+/// A number of 0 stands for none: MP4 stores one beside a total, and no format tells them apart.
+bool isNone(const TrackValue& value) {
+  const auto* number = std::get_if<std::int64_t>(&value);
+  return number && *number == 0;
+}
+
+FieldListing fieldsIn(const ValueDictionary& track) {
+  FieldListing fields;
+  for (const field::Field& field : field::kAll) {
+    auto value = valueOf(field, track);
+    if (value && !isNone(*value)) fields.emplace_back(field.key, std::move(*value));
+  }
+  return fields;
+}
+
 }  // namespace
 
 Outcome Reader::read(int fd, const std::string& path, FileContents& contents) {
@@ -58,6 +79,9 @@ Outcome Reader::read(int fd, const std::string& path, FileContents& contents) {
   contents = {};
   contents.isReadable = reply.values.getBool(key::kReadable);
   contents.isComplete = !reply.values.getBool(key::kIncomplete);
+  if (const auto* track = reply.values.getDictionary(key::kTrack)) {
+    contents.fields = fieldsIn(*track);
+  }
   for (const ValueDictionary& tag : reply.values.getList(key::kTags)) {
     contents.tags.emplace_back(textIn(tag, key::kName).value_or(""),
                                textIn(tag, key::kValue).value_or(""));

@@ -15,12 +15,22 @@ namespace tagwriter {
 
 /// One embedded picture, without its bytes.
 struct PictureInfo {
-  std::string role;      ///< for example "Front Cover"; empty if the format does not store it
+  /// As in ID3v2 (frames, 4.14), such as kFrontCover; nullopt if the format does not store it.
+  std::optional<std::int64_t> type;
+  std::string role;      ///< the same in words, for example "Front Cover"
   std::string mimeType;  ///< may be empty
   std::uint64_t size;    ///< in bytes
   std::uint64_t width;   ///< in pixels; 0 if unknown
   std::uint64_t height;  ///< the same
+  ImageType format;      ///< by its first bytes
 };
+
+/// The type of a picture that is a front cover.
+inline constexpr std::int64_t kFrontCover = 3;
+
+/// The fields that are in one file, in the order of field::kAll, with values of their types. An
+/// integer is never 0.
+using FieldListing = std::vector<std::pair<std::string, TrackValue>>;
 
 /// The tags of one file: pairs of TagLib's unified name ("TITLE") and a value, sorted by name. A
 /// name with several values has one pair for each.
@@ -30,6 +40,7 @@ using TagListing = std::vector<std::pair<std::string, std::string>>;
 struct FileContents {
   bool isReadable = false;  ///< whether TagLib can read it, as any type
   bool isComplete = false;  ///< false if something was too large for a message
+  FieldListing fields;
   TagListing tags;
   std::vector<PictureInfo> pictures;
 };

@@ -15,13 +15,14 @@ _tagwriter() {
     previous=${COMP_WORDS[COMP_CWORD-2]}
   fi
   case $COMP_CWORD:$previous:$command:$word in
-    1:*) words='set clear cover show --help' ;;
-    *:-t:clear:* | *:--tag:clear:*) words=$fields ;;
+    1:*) words='set clear cover show --help --version' ;;
+    *:-t:clear:* | *:--tag:clear:* | *:-t:show:* | *:--tag:show:*) words=$fields ;;
     *:-t:set:* | *:--tag:set:*) printf -v words '%s= ' $fields; compopt -o nospace ;;
     *:--type:cover:*) words='png jpeg tiff gif bmp' ;;
-    *:set:-* | *:clear:-*) words="-t --tag $edits" ;;
+    *:set:-*) words="-t --tag --from $edits" ;;
+    *:clear:-*) words="-t --tag $edits" ;;
     *:cover:-*) words="--replace --type --clear $edits" ;;
-    *:show:-*) words=$files ;;
+    *:show:-*) words="-t --tag --all $files" ;;
     *) compopt -o default ;;
   esac
   COMPREPLY=($(compgen -W "$words" -- "$word"))

@@ -9,7 +9,9 @@ set -l command complete -c tagwriter -n __fish_use_subcommand -f
 $command -a set -d 'Write fields'
 $command -a clear -d 'Clear fields'
 $command -a cover -d 'Set the front cover, or remove all pictures'
-$command -a show -d 'Print tags and pictures'
+$command -a show -d 'Print fields and pictures'
+
+complete -c tagwriter -n __fish_use_subcommand -f -l version -d 'Print the version'
 
 set -l any complete -c tagwriter -n '__fish_seen_subcommand_from set clear cover show'
 $any -s h -l help -d 'Print help'
@@ -27,6 +29,13 @@ complete -c tagwriter -n '__fish_seen_subcommand_from set' -s t -l tag -x -a "$a
     -d 'A field to write, as KEY=VALUE'
 complete -c tagwriter -n '__fish_seen_subcommand_from clear' -s t -l tag -x -a "$fields" \
     -d 'The KEY of a field to clear'
+complete -c tagwriter -n '__fish_seen_subcommand_from show' -s t -l tag -x -a "$fields" \
+    -d 'The KEY of a field to print'
+
+complete -c tagwriter -n '__fish_seen_subcommand_from set' -l from -r -F \
+    -d 'Write fields from JSON'
+complete -c tagwriter -n '__fish_seen_subcommand_from show' -l all \
+    -d 'Print all tags, too, as TagLib names them'
 
 set -l cover complete -c tagwriter -n '__fish_seen_subcommand_from cover'
 $cover -l replace -d 'Replace existing pictures'

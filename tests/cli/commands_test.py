@@ -1,4 +1,4 @@
-"""The tagwriter command as a user sees it: output, errors, exit codes and files."""
+"""`set` as a user sees it: output, errors, exit codes and files."""
 
 import fcntl
 import os
@@ -6,9 +6,8 @@ import shutil
 import unittest
 
 import mutagen
-from mutagen.id3 import ID3, TXXX
 
-from cli_support import BIN, DATA, TAGWRITER, CommandTest, tagwriter
+from cli_support import BIN, TAGWRITER, CommandTest, tagwriter
 
 
 class SetTest(CommandTest):
@@ -55,42 +54,6 @@ exec {BIN}/tagwriterd "$@"
         self.assert_run(run, 1, "FDFileStream::truncate() -- xpc error: Operation not permitted.\n"
                                 f"{mp3}: not written completely: the file could not be truncated\n")
         self.assertNotIn(b"TIT2", mp3.read_bytes())
-
-
-class ShowTest(CommandTest):
-
-    def test_prints_what_is_in_each_file(self):
-        mp3, plain = self.copy("mp3_plain.mp3"), self.copy("flac_plain.flac")
-        tagwriter("set", "-t", "title=T", "-t", "artist=A", mp3)
-        run = tagwriter("show", mp3, plain, DATA / "flac_pictures.flac")
-        self.assert_run(run, 0)
-        start = f"{mp3}\n  ARTIST: A\n  TITLE: T\n{plain}\n  (no tags)\n"
-        self.assertTrue(run.stdout.startswith(start), run.stdout)
-        self.assertRegex(run.stdout[len(start):], r"(?m)^  picture: .*, image/png, 8x8, 96 bytes$")
-
-    def test_escapes_control_characters_except_line_feeds_in_values(self):
-        mp3 = self.copy("mp3_plain.mp3", "a\x1b.mp3")
-        tags = ID3()
-        tags.add(TXXX(encoding=3, desc="X\x1bY", text="red\x1b[31m\nnext\x9b"))
-        tags.save(mp3)
-        self.assertEqual(tagwriter("show", mp3).stdout,
-                         f"{self.directory}/a\\x1b.mp3\n  X\\x1bY: red\\x1b[31m\n    next\\x9b\n")
-        run = tagwriter("set", "-n", "-t", "title=a\x1b\nb", mp3)
-        self.assertEqual(run.stdout, f"{self.directory}/a\\x1b.mp3: title = a\\x1b\\x0ab\n")
-        self.assertEqual(tagwriter("show", "a\x1b").stderr, "a\\x1b: No such file or directory\n")
-
-    def test_reports_files_that_it_cannot_read(self):
-        noise, fifo = self.directory / "noise.txt", self.directory / "fifo.mp3"
-        noise.write_text("no audio")
-        os.mkfifo(fifo)  # without a writer: nothing may wait for it
-        run = tagwriter("show", noise, self.directory / "missing", fifo, self.directory)
-        self.assert_run(run, 1, f"{self.directory}: is a directory (use --recursive)\n"
-                                f"{noise}: cannot be read as an audio file\n"
-                                f"{self.directory}/missing: No such file or directory\n"
-                                f"{fifo}: not a regular file\n")
-        # Reading it would block, too.
-        with open(fifo, "r+b", buffering=0):
-            self.assert_run(tagwriter("show", fifo), 1, f"{fifo}: not a regular file\n")
 
 
 if __name__ == "__main__":

@@ -85,11 +85,11 @@ class CompletionsTest:
                          ["bmp", "gif", "jpeg", "png", "tiff"])
 
     def test_completes_fields_with_an_equals_sign_for_set_only(self):
-        for command, suffix in (("set", "="), ("clear", "")):
+        for command, suffix in (("set", "="), ("clear", ""), ("show", "")):
             keys = [key + suffix for key in FIELDS]
             for option in ("-t", "--tag"):
                 with self.subTest(command=command, option=option):
-                    start = f"tagwriter {command} --safe {option} "
+                    start = f"tagwriter {command} --json {option} "
                     self.assertEqual(sorted(self.complete(start)), sorted(keys))
                     self.assertEqual(sorted(self.complete(start + "disc")),
                                      sorted(key for key in keys if key.startswith("disc")))
@@ -97,7 +97,8 @@ class CompletionsTest:
 
     def test_completes_files(self):
         for start in ("tagwriter show ", "tagwriter set -t title=T ",
-                      "tagwriter clear -t title -r ", "tagwriter cover --replace "):
+                      "tagwriter clear -t title -r ", "tagwriter cover --replace ",
+                      "tagwriter set --from "):
             with self.subTest(start):
                 self.assertEqual(sorted(word.rstrip("/") for word in self.complete(start)),
                                  sorted([*FILES, "directory"]))
@@ -140,7 +141,7 @@ class LineEditorTest(CompletionsTest):
 
 class BashTest(LineEditorTest, CommandTest):
 
-    before_commands = ["--help"]
+    before_commands = ["--help", "--version"]
 
     def start(self):
         self.editor = LineEditor(

@@ -95,7 +95,7 @@ class FailureTest(DirectoriesTest):
         for edit in (EDITS["set"], (*EDITS["set"], "--safe"), EDITS["show"]):
             run = tagwriter(*edit, "-r", self.directory, program=self.program)
             self.assert_run(run, 1, error)
-        self.assertEqual(run.stdout, f"{before}\n  TITLE: T\n{after}\n  TITLE: T\n")
+        self.assertEqual(run.stdout, f"{before}\n  title: T\n{after}\n  title: T\n")
 
     def test_continues_after_a_file_that_cannot_be_opened(self):
         before, closed, after = self.make("a.mp3", "b.mp3", "c.mp3")

@@ -1,5 +1,6 @@
 """--json: one object per line, whatever happens and whatever the files are called."""
 
+import base64
 import os
 import re
 import shutil
@@ -71,9 +72,9 @@ class JsonTest(CommandTest):
                             ("flac_plain.flac", "flac_comment.flac", "m4a_tagged.m4a"))
         noise = self.directory / "noise.xyz"
         noise.write_text("no audio")
-        code, (first, second, third, fourth) = self.lines("show", plain, flac, noise, m4a)
+        code, (first, second, third, fourth) = self.lines("show", "--all", plain, flac, noise, m4a)
         self.assertEqual(code, 1)
-        self.assertEqual(first, {"file": str(plain), "tags": {}, "pictures": []})
+        self.assertEqual(first, {"file": str(plain), "fields": {}, "tags": {}, "pictures": []})
         tags = mutagen.File(flac).tags
         self.assertGreater(len(tags["artist"]), 1)
         self.assertEqual(second["tags"]["ARTIST"], tags["artist"])
@@ -94,19 +95,20 @@ class JsonTest(CommandTest):
                 with self.subTest(text=text, arguments=arguments):
                     code, (line,) = self.lines(*arguments, path)
                     self.assertEqual((code, line["file"]), (0, str(path)))
-            self.assertEqual(line["tags"], {"TITLE": [text]})
+            self.assertEqual(line["fields"], {"title": text})
             path.unlink()
             self.assertEqual(self.lines("show", path)[1][0]["file"], str(path))
 
-    def test_invalid_utf8_in_a_name_is_replaced(self):
-        path = os.fsencode(self.directory) + b"/caf\xe9 \xff\xfe.mp3"
-        shutil.copy(DATA / "mp3_plain.mp3", path)
-        for arguments in (["set", "-t", "title=T"], ["show"]):
-            run = tagwriter(*arguments, "--json", path)
-            self.assert_run(run, 0)
-            self.assertEqual(objects(run.stdout)[0]["file"],
-                             f"{self.directory}/caf\ufffd \ufffd\ufffd.mp3")
-        self.assertEqual(self.title(path), "T")
+    def test_a_name_that_is_not_utf8_comes_in_base64_too(self):
+        for name in (b"caf\xe9 \xff\xfe.mp3", b"\xe9.mp3", b"\xe9__.mp3"):  # all paddings
+            path = os.fsencode(self.directory) + b"/" + name
+            shutil.copy(DATA / "mp3_plain.mp3", path)
+            for arguments in (["set", "-n", "-t", "title=T"], ["set", "-t", "title=T"], ["show"],
+                              ["cover", COVER], ["cover", COVER]):
+                run = tagwriter(*arguments, "--json", path)
+                line, = objects(run.stdout)
+                self.assertEqual(line["file"], path.decode(errors="replace"))
+                self.assertEqual(base64.b64decode(line["fileBase64"], validate=True), path)
 
 
 if __name__ == "__main__":

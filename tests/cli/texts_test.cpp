@@ -5,6 +5,7 @@
 #include "cli/field_value.h"
 #include "cli/printable.h"
 #include "cli/progress.h"
+#include "cli/usage_error.h"
 
 namespace tagwriter::test {
 namespace {
@@ -19,10 +20,7 @@ TEST(ParseAssignment, TakesEachFieldInItsType) {
       {"compilation=yes", true},
       {"compilation=off", false}};
   for (const auto& [text, value] : assignments) {
-    std::string error;
-    const auto parsed = parseAssignment(text, error);
-    ASSERT_TRUE(parsed) << text << ": " << error;
-    EXPECT_TRUE(parsed->value == value) << text;
+    EXPECT_TRUE(parseAssignment(text).value == value) << text;
   }
 }
 
@@ -34,9 +32,12 @@ TEST(ParseAssignment, NamesTheKeyAndItsType) {
                                        {"rating=good", "rating: must be a decimal number"},
                                        {"compilation=maybe", "compilation: must be yes or no"},
                                        {"title=\xff", "title: must be text in UTF-8"}}) {
-    std::string error;
-    EXPECT_FALSE(parseAssignment(text, error)) << text;
-    EXPECT_EQ(error, expected);
+    try {
+      parseAssignment(text);
+      ADD_FAILURE() << text;
+    } catch (const UsageError& error) {
+      EXPECT_STREQ(error.what(), expected);
+    }
   }
 }
 

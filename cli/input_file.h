@@ -1,0 +1,15 @@
+// Input for the command: a file or standard input.
+#pragma once
+
+#include <string>
+
+namespace tagwriter {
+
+/// The path that stands for standard input.
+inline constexpr char kStandardInput[] = "-";
+
+/// Reads all of the file at `path`, which may be a pipe, or of standard input. Throws UsageError
+/// with the path and the reason.
+std::string readInput(const std::string& path);
+
+}  // namespace tagwriter

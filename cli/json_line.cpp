@@ -1,0 +1,45 @@
+#include "cli/json_line.h"
+
+#include <iostream>
+
+#include "cli/base64.h"
+#include "cli/usage_error.h"
+
+namespace tagwriter {
+namespace {
+
+constexpr char kFile[] = "file";
+constexpr char kFileBase64[] = "fileBase64";
+
+std::string lineOf(const nlohmann::json& value) {
+  return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+std::string textUnder(const nlohmann::json& object, const char* key) {
+  const auto found = object.find(key);
+  if (found == object.end()) return {};
+  if (found->is_string()) return found->get<std::string>();
+  throw UsageError("\"" + std::string(key) + "\" must be a string, not " + lineOf(*found));
+}
+
+}  // namespace
+
+void printJson(const nlohmann::json& object) {
+  std::cout << lineOf(object) << std::endl;
+}
+
+nlohmann::json jsonOfFile(const std::string& path) {
+  nlohmann::json object = {{kFile, path}};
+  if (nlohmann::json::parse(lineOf(path)) != path) object[kFileBase64] = toBase64(path);
+  return object;
+}
+
+std::string fileOfJson(const nlohmann::json& object) {
+  const std::string encoded = textUnder(object, kFileBase64);
+  if (encoded.empty()) return textUnder(object, kFile);
+  const auto path = fromBase64(encoded);
+  if (!path) throw UsageError("\"" + std::string(kFileBase64) + "\" is not base64: " + encoded);
+  return *path;
+}
+
+}  // namespace tagwriter
