@@ -1,4 +1,4 @@
-"""The Debian package: its files, its metadata, and nothing of this machine."""
+"""The Debian packages: their files, their metadata, and nothing of this machine."""
 
 import os
 import re
@@ -8,10 +8,18 @@ from staging import (
     BUILD, LIBDIR, SOURCE, VERSION, StagingTest, files_below, installed_files, run, uses_taglib,
     without_configuration)
 
-DOCUMENTS = ["usr/share/doc/tagwriter/changelog.gz", "usr/share/doc/tagwriter/copyright",
-             "usr/share/lintian/overrides/tagwriter"]
+NAMES = ["libtagwriter-dev", "libtagwriter0", "tagwriter"]
+DOCUMENTS = [f"usr/share/doc/{name}/{file}" for name in NAMES
+             for file in ("changelog.gz", "copyright")]
+DOCUMENTS += ["usr/share/lintian/overrides/libtagwriter0"]
 FRONT, SERVICE, READER = (f"usr/libexec/tagwriter/{name}"
                           for name in ("tagwriter-bus", "tagwriterd", "tagreaderd"))
+# What is not in the package of the programs, by the beginnings of the paths.
+LIBRARY = (f"usr/{LIBDIR}/libtagwriter.so.",)
+DEVELOPMENT = ("usr/include/", f"usr/{LIBDIR}/cmake/", f"usr/{LIBDIR}/pkgconfig/",
+               f"usr/{LIBDIR}/libtagwriter.a", f"usr/{LIBDIR}/libtagwriter.so",
+               "usr/share/dbus-1/interfaces/", "usr/share/man/man3/",
+               "usr/share/doc/tagwriter/examples/")
 PROGRAMS = ["usr/bin/tagwriter", FRONT, SERVICE, READER, f"usr/{LIBDIR}/libtagwriter.so"]
 
 
@@ -21,6 +29,17 @@ def packaged(file):
     return f"usr/{file}.gz" if file.startswith("share/man/") else f"usr/{file}"
 
 
+def package_of(file):
+    """The package that has this file."""
+    own = re.match(rf"usr/share/(?:doc|lintian/overrides)/({'|'.join(NAMES)})(?:/(?!examples)|$)",
+                   file)
+    if own:
+        return own[1]
+    if file.startswith(LIBRARY):
+        return "libtagwriter0"
+    return "libtagwriter-dev" if file.startswith(DEVELOPMENT) else "tagwriter"
+
+
 class PackageTest(StagingTest):
     @classmethod
     def setUpClass(cls):
@@ -28,19 +47,24 @@ class PackageTest(StagingTest):
         directory = cls.prefix.parent
         run("cpack", "-G", "DEB", "--config", BUILD / "CPackConfig.cmake",
             "-B", directory / "cpack", cwd=directory, umask=0o077)
-        cls.package, = (directory / "cpack").glob("*.deb")
+        cls.packages = sorted((directory / "cpack").glob("*.deb"))
         cls.root, cls.control = directory / "root", directory / "control"
-        run("dpkg-deb", "-x", cls.package, cls.root)
-        run("dpkg-deb", "-e", cls.package, cls.control)
+        cls.control.mkdir()
+        for package in cls.packages:
+            run("dpkg-deb", "-x", package, cls.root)
+            run("dpkg-deb", "-e", package, cls.control / package.name.partition("_")[0])
 
     def test_files(self):
         self.assertEqual(without_configuration(files_below(self.root)),
                          sorted([packaged(file) for file in installed_files()] + DOCUMENTS))
-        for line in run("dpkg-deb", "-c", self.package).splitlines():
-            mode, owner = line.split()[:2]
-            self.assertEqual(owner, "root/root", line)
-            if not mode.startswith("l"):
-                self.assertIn(mode[4:], ("r-xr-x", "r--r--"), line)
+        for package in self.packages:
+            for line in run("dpkg-deb", "-c", package).splitlines():
+                mode, owner, _, _, _, file = line.split()[:6]
+                self.assertEqual(owner, "root/root", line)
+                if not mode.startswith("l"):
+                    self.assertIn(mode[4:], ("r-xr-x", "r--r--"), line)
+                if not mode.startswith("d"):
+                    self.assertEqual(package.name.partition("_")[0], package_of(file[2:]), line)
         for file, line in {
                 "share/dbus-1/services/org.tagwriter.TagWriter.service": f"Exec=/{FRONT}",
                 "lib/systemd/user/tagwriter.service": f"ExecStart=/{FRONT}"}.items():
@@ -48,20 +72,26 @@ class PackageTest(StagingTest):
 
     def test_metadata(self):
         architecture = run("dpkg", "--print-architecture").strip()
-        self.assertEqual(self.package.name, f"tagwriter_{VERSION}_{architecture}.deb")
-        fields = run("dpkg-deb", "-f", self.package)
-        field = dict(re.findall(r"^(\S+): (.*(?:\n .*)*)", fields, re.MULTILINE))
-        self.assertEqual(
-            [field[name] for name in ("Package", "Version", "Architecture", "Maintainer")],
-            ["tagwriter", VERSION, architecture,
-             "Tag writer maintainers <maintainers@tagwriter.invalid>"])
-        self.assertRegex(field["Description"], r"\A[^\n]{20,79}\n [^\n]+\n")
-        self.assertEqual(set(re.findall(r"(?:^|, )([a-z0-9.+-]+)", field["Depends"])),
-                         {"libc6", "libgcc-s1", "libmimalloc2.0", "libstdc++6", "libsystemd0",
-                          "libtag1v5"})
-        self.assertEqual((self.control / "triggers").read_text(), "activate-noawait ldconfig\n")
-        self.assertEqual((self.control / "shlibs").read_text().strip(),
-                         f"libtagwriter 0 tagwriter (>= {VERSION})")
+        self.assertEqual([package.name for package in self.packages],
+                         [f"{name}_{VERSION}_{architecture}.deb" for name in NAMES])
+        run_time = {"libc6", "libgcc-s1", "libstdc++6", "libsystemd0"}
+        depends = {"tagwriter": run_time | {"libmimalloc2.0", "libtag1v5"},
+                   "libtagwriter0": run_time | {"tagwriter"}, "libtagwriter-dev": {"libtagwriter0"}}
+        for name, package in zip(NAMES, self.packages):
+            fields = run("dpkg-deb", "-f", package)
+            field = dict(re.findall(r"^(\S+): (.*(?:\n .*)*)", fields, re.MULTILINE))
+            self.assertEqual(
+                [field[key] for key in ("Package", "Version", "Architecture", "Maintainer")],
+                [name, VERSION, architecture,
+                 "Tag writer maintainers <maintainers@tagwriter.invalid>"])
+            self.assertRegex(field["Description"], r"\A[a-z][^\n]{20,60}\n [^\n]+\n")
+            self.assertEqual(set(re.findall(r"(?:^|, )([a-z0-9.+-]+)", field["Depends"])),
+                             depends[name])
+        self.assertEqual(field["Recommends"], "default-dbus-session-bus | dbus-session-bus")
+        control = self.control / "libtagwriter0"
+        self.assertEqual((control / "triggers").read_text(), "activate-noawait ldconfig\n")
+        self.assertEqual((control / "shlibs").read_text().strip(),
+                         f"libtagwriter 0 libtagwriter0 (>= {VERSION})")
 
     def test_no_file_names_a_directory_of_this_machine(self):
         for path in map(self.root.joinpath, files_below(self.root)):
