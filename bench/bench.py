@@ -16,6 +16,7 @@ DOCUMENT = os.path.join(SOURCES, "docs", "PERFORMANCE.md")
 START, END = "<!-- results: written by `./run bench --write` -->\n", "<!-- end of results -->\n"
 
 sys.path.append(os.path.join(SOURCES, "tests", "player"))
+import confinement  # noqa: E402
 import large  # noqa: E402
 import memory  # noqa: E402
 import short  # noqa: E402
@@ -24,6 +25,7 @@ SECTIONS = [
     ("Edits that move the audio", large.section),
     ("Short edits", short.songs),
     ("Fresh FLAC files", short.fresh_flacs),
+    ("Confinement", confinement.section),
     ("Memory for text fields", memory.fields),
     ("Memory for covers", memory.covers),
 ]
