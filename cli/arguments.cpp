@@ -2,12 +2,17 @@
 
 #include <CLI/CLI.hpp>
 
+#include <map>
+
+#include "cli/closest_word.h"
 #include "cli/command_options.h"
 #include "cli/help.h"
 #include "cli/usage_error.h"
 
 namespace tagwriter {
 namespace {
+
+constexpr char kCommands[] = "; the commands are set, clear, cover and show";
 
 /// The words of the command line in reverse order, as the parser expects them. It gives a special
 /// meaning to some valid file names ("[2001]", "++", "%%"); these become paths.
@@ -22,12 +27,47 @@ std::vector<std::string> reversedWords(int argc, const char* const* argv) {
   return words;
 }
 
-/// The parser's message, except for a wrong or missing command, which it does not name.
+/// The command that `word` may be meant for: what others call it, or the closest one.
+std::string commandFor(const CLI::App& app, const std::string& word) {
+  static const std::map<std::string, std::string> kOtherWords = {
+      {"get", "show"},    {"list", "show"},    {"read", "show"}, {"print", "show"},
+      {"write", "set"},   {"tag", "set"},      {"edit", "set"},  {"remove", "clear"},
+      {"rm", "clear"},    {"delete", "clear"}, {"art", "cover"}, {"image", "cover"},
+      {"unset", "clear"}, {"picture", "cover"}};
+  const auto found = kOtherWords.find(word);
+  if (found != kOtherWords.end()) return found->second;
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+  return closestWord(word, names);
+}
+
+std::string optionFor(const CLI::App& app, const std::string& word) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : app.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  return closestWord(word.substr(0, word.find('=')), names);
+}
+
+std::string unknownText(const CLI::App& app, const std::string& word) {
+  const auto given = app.get_subcommands();
+  if (given.empty() && !word.starts_with('-')) {
+    const std::string meant = didYouMean(commandFor(app, word));
+    return word + ": no such command" + (meant.empty() ? std::string(kCommands) : meant);
+  }
+  if (!given.empty() && app.remaining_size() > 0) {
+    return word + ": options come after the command, " + given.front()->get_name();
+  }
+  return word + ": no such option" + didYouMean(optionFor(given.empty() ? app : *given[0], word));
+}
+
+/// The parser's message; or our own for a missing or unknown command and an unknown option.
 std::string messageFor(const CLI::App& app, const CLI::Error& error) {
-  if (!app.get_subcommands().empty()) return error.what();
-  const std::vector<std::string> unknown = app.remaining();
-  if (unknown.empty()) return "a command is required";
-  return unknown.front() + ": no such " + (unknown.front().starts_with('-') ? "option" : "command");
+  const std::vector<std::string> unknown = app.remaining(true);
+  const bool isUnknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+  if (!isUnknown && !app.get_subcommands().empty()) return error.what();
+  return unknown.empty() ? "a command is required" + std::string(kCommands)
+                         : unknownText(app, unknown.front());
 }
 
 }  // namespace
@@ -39,11 +79,10 @@ Arguments parseArguments(int argc, const char* const* argv) {
   app.get_formatter()->column_width(28);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.set_version_flag("--version", "tagwriter " TAGWRITER_VERSION_STRING, "Print the version");
-  app.failure_message([&app](const CLI::App* failed, const CLI::Error& error) {
+  app.failure_message([&app](const CLI::App*, const CLI::Error& error) {
     const auto given = app.get_subcommands();
     const std::string command = given.empty() ? "" : given.front()->get_name() + " ";
-    return "tagwriter: " + messageFor(*failed, error) + "\nSee 'tagwriter " + command +
-           "--help'.\n";
+    return "tagwriter: " + messageFor(app, error) + "\nSee 'tagwriter " + command + "--help'.\n";
   });
 
   const std::unique_ptr<CommandOptions> commands[] = {setOptions(app), clearOptions(app),

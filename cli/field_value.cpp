@@ -5,6 +5,7 @@
 #include <cwchar>
 #include <sstream>
 
+#include "cli/field_keys.h"
 #include "cli/usage_error.h"
 
 namespace tagwriter {
@@ -12,7 +13,7 @@ namespace {
 
 using Value = TrackValue;
 
-/// Whether the C library's own decoder takes all of `text` as UTF-8.
+/// Whether the C library's own decoder takes all of `text` as UTF-8, up to a zero byte.
 bool isUtf8(const std::string& text) {
   static const locale_t kUtf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
   if (!kUtf8) return true;  // cannot check here; the service rejects it
@@ -43,10 +44,11 @@ std::optional<Value> parseFlag(const std::string& text) {
   return std::nullopt;
 }
 
-std::optional<Value> parseValue(field::Type type, const std::string& text) {
+std::optional<Value> parseAs(field::Type type, const std::string& text) {
   switch (type) {
     case field::Type::kString:
-      return isUtf8(text) ? std::optional<Value>(text) : std::nullopt;
+      if (text.find('\0') != std::string::npos || !isUtf8(text)) return std::nullopt;
+      return text;
     case field::Type::kInt64:
       return parseNumber<std::int64_t>(text);
     case field::Type::kDouble:
@@ -71,25 +73,19 @@ struct ValueText {
 
 }  // namespace
 
-FieldAssignment parseAssignment(const std::string& text) {
-  const std::size_t equals = text.find('=');
-  if (equals == std::string::npos) throw UsageError(text + ": expected key=value");
-  const std::string key = text.substr(0, equals);
-  const field::Field* field = field::find(key);
-  if (!field) throw UsageError(unknownFieldText(key));
-  const std::optional<Value> value = parseValue(field->type, text.substr(equals + 1));
-  if (!value) throw UsageError(key + ": must be " + whatFieldTakes(*field));
-  return {key, value};
+TrackValue parseValue(const field::Field& field, const std::string& value) {
+  const std::optional<Value> parsed = parseAs(field.type, value);
+  if (parsed) return *parsed;
+  std::string text = std::string(field.key) + ": must be " + whatFieldTakes(field);
+  if (totalOf(field)) text += ", or number/total";
+  if (field.type == field::Type::kString) {
+    throw UsageError(text + ", without zero bytes (iconv converts other encodings)");
+  }
+  throw UsageError(text + ", not '" + value + "'");
 }
 
 std::string textOf(const TrackValue& value) {
   return std::visit(ValueText(), value);
-}
-
-void checkKeys(const std::vector<std::string>& keys) {
-  for (const std::string& key : keys) {
-    if (!field::find(key)) throw UsageError(unknownFieldText(key));
-  }
 }
 
 std::string whatFieldTakes(const field::Field& field) {
@@ -104,16 +100,6 @@ std::string whatFieldTakes(const field::Field& field) {
       return "yes or no";
   }
   return "";
-}
-
-std::string unknownFieldText(const std::string& key) {
-  std::string text = key + ": no such field; the fields are";
-  const char* separator = " ";
-  for (const field::Field& field : field::kAll) {
-    text += separator + std::string(field.key);
-    separator = ", ";
-  }
-  return text;
 }
 
 }  // namespace tagwriter

@@ -1,5 +1,6 @@
 #include "cli/help.h"
 
+#include "cli/field_keys.h"
 #include "cli/field_value.h"
 #include "protocol/fields.h"
 
@@ -12,8 +13,10 @@ std::string fieldsHelp() {
     std::string key = field.key;
     key.resize(kColumn, ' ');
     text.append("\n  ").append(key).append(whatFieldTakes(field));
+    const std::string aliases = aliasesOf(field.key);
+    if (!aliases.empty()) text.append("; also: ").append(aliases);
   }
-  return text;
+  return text + "\nKeys may be typed in upper or lower case.";
 }
 
 }  // namespace tagwriter

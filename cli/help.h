@@ -18,6 +18,7 @@ inline constexpr char kDescription[] =
 inline constexpr char kHelpFooter[] =
     "Examples:\n"
     "  tagwriter set -t title=\"Morgen\" -t year=1894 -t rating=4.5 song.flac\n"
+    "  tagwriter set -t track=3/12 -t lyrics=@lyrics.txt song.mp3\n"
     "  tagwriter clear -t comment --recursive ~/Music/Strauss\n"
     "  tagwriter cover --replace front.jpg *.mp3\n"
     "  tagwriter show -t title song.flac\n"

@@ -4,6 +4,8 @@
 #include <limits>
 #include <sstream>
 
+#include "cli/assignments.h"
+#include "cli/field_keys.h"
 #include "cli/json_line.h"
 #include "cli/usage_error.h"
 
@@ -53,12 +55,11 @@ const char* whatJsonTakes(field::Type type) {
 }
 
 FieldAssignment assignmentOf(const std::string& key, const json& value) {
-  const field::Field* field = field::find(key);
-  if (!field) throw UsageError(unknownFieldText(key));
-  if (value.is_null()) return {field->key, std::nullopt};
-  auto parsed = valueOf(field->type, value);
-  if (parsed) return {field->key, std::move(parsed)};
-  throw UsageError(key + ": must be " + whatJsonTakes(field->type) + ", or null to clear it, not " +
+  const field::Field& field = fieldNamed(key);
+  if (value.is_null()) return {field.key, std::nullopt};
+  auto parsed = valueOf(field.type, value);
+  if (parsed) return {field.key, std::move(parsed)};
+  throw UsageError(key + ": must be " + whatJsonTakes(field.type) + ", or null to clear it, not " +
                    value.dump());
 }
 
@@ -74,6 +75,7 @@ FileFields fileFieldsOf(const json& object) {
   for (const auto& [key, value] : fields->items()) {
     file.fields.push_back(assignmentOf(key, value));
   }
+  checkNoneTwice(file.fields);
   std::sort(file.fields.begin(), file.fields.end(),
             [](const auto& a, const auto& b) { return field::find(a.key) < field::find(b.key); });
   return file;

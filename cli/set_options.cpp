@@ -1,4 +1,6 @@
+#include "cli/assignments.h"
 #include "cli/command_options.h"
+#include "cli/field_keys.h"
 #include "cli/help.h"
 #include "cli/input_file.h"
 #include "cli/usage_error.h"
@@ -9,9 +11,10 @@ namespace {
 class SetOptions final : public CommandOptions {
  public:
   explicit SetOptions(CLI::App& app) : CommandOptions(app, "set", "Write fields") {
-    auto* tags =
-        addRepeatable("-t,--tag", assignments_, "A field to write, as KEY=VALUE; repeatable")
-            ->type_name("KEY=VALUE");
+    auto* tags = addRepeatable("-t,--tag", assignments_,
+                               "A field to write; @FILE as the value stands for the text in a "
+                               "file, @- for standard input; repeatable")
+                     ->type_name("KEY=VALUE");
     app_->add_option("--from", input_,
                      "Write the fields in INPUT, a file or - for standard input, as 'show --json' "
                      "prints them; without FILE, into the files that it names")
@@ -25,9 +28,7 @@ class SetOptions final : public CommandOptions {
     if (!input_.empty()) return fromInput();
     if (assignments_.empty()) throw UsageError("--tag or --from is required");
     if (options_.paths.empty()) throw CLI::RequiredError("FILE");
-    SetArguments result{{}, {}, options_};
-    for (const std::string& text : assignments_) result.fields.push_back(parseAssignment(text));
-    return result;
+    return SetArguments{parseAssignments(assignments_), {}, options_};
   }
 
  private:
@@ -69,10 +70,7 @@ class ClearOptions final : public CommandOptions {
     addFiles(options_);
     app_->footer(fieldsHelp());
   }
-  Arguments arguments() const override {
-    checkKeys(keys_);
-    return ClearArguments{keys_, options_};
-  }
+  Arguments arguments() const override { return ClearArguments{keysOf(keys_), options_}; }
 
  private:
   std::vector<std::string> keys_;

@@ -1,4 +1,5 @@
 #include "cli/command_options.h"
+#include "cli/field_keys.h"
 #include "cli/help.h"
 
 namespace tagwriter {
@@ -16,8 +17,9 @@ class ShowOptions final : public CommandOptions {
     app_->footer(fieldsHelp());
   }
   Arguments arguments() const override {
-    checkKeys(parsed_.keys);
-    return parsed_;
+    ShowArguments result = parsed_;
+    result.keys = keysOf(parsed_.keys);
+    return result;
   }
 
  private:

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <string>
 
+#include "cli/field_keys.h"
 #include "cli/field_value.h"
 #include "protocol/fields.h"
 
@@ -12,9 +13,11 @@ namespace {
 using namespace tagwriter;
 
 void printFields() {
-  std::cout << ".Bl -column \"totalNumberOfTracks\" \"a decimal number\" -compact\n";
+  std::cout << ".Bl -column \"totalNumberOfTracks\" \"a decimal number\" "
+               "\"aliases\" -compact\n";
   for (const field::Field& field : field::kAll) {
-    std::cout << ".It Cm " << field.key << " Ta " << whatFieldTakes(field) << '\n';
+    std::cout << ".It Cm " << field.key << " Ta " << whatFieldTakes(field) << " Ta "
+              << aliasesOf(field.key) << '\n';
   }
   std::cout << ".El\n";
 }

@@ -14,7 +14,7 @@ class SetTest(CommandTest):
 
     def test_writes_several_fields_in_order_into_several_files(self):
         mp3, flac = self.copy("mp3_plain.mp3"), self.copy("flac_plain.flac")
-        run = tagwriter("set", "-t", "title=one", "-t", "title=Süß = gut", "--tag", "year=1918",
+        run = tagwriter("set", "-t", "title=Süß = gut", "--tag", "date=1918",
                         mp3, flac)
         self.assert_run(run, 0)
         self.assertEqual(run.stdout, "")
@@ -22,6 +22,27 @@ class SetTest(CommandTest):
         self.assertEqual((str(tags["TIT2"]), str(tags["TDRC"])), ("Süß = gut", "1918"))
         tags = mutagen.File(flac).tags
         self.assertEqual((tags["TITLE"], tags["DATE"]), (["Süß = gut"], ["1918"]))
+
+    def test_takes_texts_from_files_and_standard_input(self):
+        mp3, lyrics = self.copy("mp3_plain.mp3"), self.directory / "lyrics.txt"
+        lyrics.write_bytes("\ufeffZöe\r\nla\r\n\r\n".encode())
+        run = tagwriter("set", "-t", f"lyrics=@{lyrics}", "-t", "year=@-", mp3, stdin=None,
+                        input="1918\n")
+        self.assert_run(run, 0)
+        tags = mutagen.File(mp3).tags
+        self.assertEqual((tags.getall("USLT")[0].text, str(tags["TDRC"])),
+                         ("Zöe\r\nla\r\n", "1918"))
+        before = mp3.read_bytes()
+        lyrics.write_bytes(b"caf\xe9")
+        for value, text in ((f"@{lyrics}", "lyrics: must be text in UTF-8"),
+                            ("@missing", "lyrics=@missing: missing: cannot be read: No such file "
+                             "or directory (@@ stands for a leading @)"),
+                            ("@", "lyrics=@: a file is required after @"),
+                            ("@-", "standard input is already the value of another field")):
+            run = tagwriter("set", "-t", "title=@-", "-t", f"lyrics={value}", mp3)
+            self.assertEqual(run.returncode, 2)
+            self.assertIn(text, run.stderr)
+        self.assertEqual(mp3.read_bytes(), before)
 
     def test_reports_a_service_that_cannot_be_started_and_tries_again_for_the_next_file(self):
         program = shutil.copy(TAGWRITER, self.aside)

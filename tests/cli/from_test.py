@@ -84,6 +84,7 @@ class FromTest(CommandTest):
         good = {"file": str(mp3), "fields": {"title": "T"}}
         for value, text, files in (
                 ({"fields": {"titel": "T"}}, "titel: no such field", [mp3]),
+                ({"fields": {"year": 1, "Date": 2}}, "year: is given twice", [mp3]),
                 ({"fields": {"year": "1894"}}, "year: must be an integer, or null", [mp3]),
                 ({"fields": {"year": 2**63}}, "year: must be an integer", [mp3]),
                 ({"fields": {"title": ["T"]}}, "title: must be a string", [mp3]),

@@ -1,8 +1,10 @@
 // Parsing values, finding the disc, escaping text and drawing the progress bar.
 #include <gtest/gtest.h>
 
+#include "cli/assignments.h"
+#include "cli/closest_word.h"
 #include "cli/disc_position.h"
-#include "cli/field_value.h"
+#include "cli/field_keys.h"
 #include "cli/printable.h"
 #include "cli/progress.h"
 #include "cli/usage_error.h"
@@ -10,35 +12,94 @@
 namespace tagwriter::test {
 namespace {
 
-TEST(ParseAssignment, TakesEachFieldInItsType) {
-  const std::pair<const char*, TrackValue> assignments[] = {
-      {"title=a=b=c", std::string("a=b=c")},
-      {"title=", std::string()},
-      {"title= \xf0\x9d\x84\x9e ", std::string(" \xf0\x9d\x84\x9e ")},
-      {"year=-1", std::int64_t{-1}},
-      {"rating=3.5", 3.5},
-      {"compilation=yes", true},
-      {"compilation=off", false}};
-  for (const auto& [text, value] : assignments) {
-    EXPECT_TRUE(parseAssignment(text).value == value) << text;
+TEST(ParseAssignments, TakesEachFieldInItsType) {
+  const std::pair<const char*, FieldAssignment> assignments[] = {
+      {"title=a=b=c", {"title", "a=b=c"}},
+      {"title=", {"title", ""}},
+      {"title= \xf0\x9d\x84\x9e ", {"title", " \xf0\x9d\x84\x9e "}},
+      {"title=@@home@", {"title", "@home@"}},
+      {"title=3/12", {"title", "3/12"}},
+      {"year=-1", {"year", std::int64_t{-1}}},
+      {"DATE=1", {"year", std::int64_t{1}}},
+      {"Album_Artist=A", {"albumArtist", "A"}},
+      {"album artist=A", {"albumArtist", "A"}},
+      {"rating=3.5", {"rating", 3.5}},
+      {"compilation=yes", {"compilation", true}},
+      {"compilation=off", {"compilation", false}}};
+  for (const auto& [text, expected] : assignments) {
+    const auto parsed = parseAssignments({text});
+    ASSERT_EQ(parsed.size(), 1) << text;
+    EXPECT_EQ(parsed[0].key, expected.key) << text;
+    EXPECT_TRUE(parsed[0].value == expected.value) << text;
   }
 }
 
-TEST(ParseAssignment, NamesTheKeyAndItsType) {
-  for (const auto& [text, expected] : {std::pair("year=19x8", "year: must be a whole number"),
-                                       {"year=", "year: must be a whole number"},
-                                       {"year= 7", "year: must be a whole number"},
-                                       {"year=9223372036854775808", "year: must be a whole number"},
-                                       {"rating=good", "rating: must be a decimal number"},
-                                       {"compilation=maybe", "compilation: must be yes or no"},
-                                       {"title=\xff", "title: must be text in UTF-8"}}) {
+TEST(ParseAssignments, TakesANumberWithItsTotal) {
+  for (const auto& [text, total] : {std::pair("track=3/12", field::kTotalNumberOfTracks),
+                                    {"disc=3/12", field::kTotalNumberOfDiscs}}) {
+    const auto parsed = parseAssignments({text});
+    ASSERT_EQ(parsed.size(), 2) << text;
+    EXPECT_TRUE(parsed[0].value == TrackValue(std::int64_t{3})) << text;
+    EXPECT_EQ(parsed[1].key, total);
+    EXPECT_TRUE(parsed[1].value == TrackValue(std::int64_t{12})) << text;
+  }
+}
+
+TEST(ParseAssignments, SaysWhatIsWrong) {
+  const std::pair<std::vector<std::string>, const char*> wrong[] = {
+      {{"title"}, "title: expected KEY=VALUE, such as title=Morgen"},
+      {{"year=19x8"}, "year: must be a whole number, not '19x8'"},
+      {{"year="}, "year: must be a whole number, not ''"},
+      {{"year= 7"}, "year: must be a whole number, not ' 7'"},
+      {{"year=1/2"}, "year: must be a whole number, not '1/2'"},
+      {{"year=9223372036854775808"}, "year: must be a whole number, not '9223372036854775808'"},
+      {{"track=x"}, "trackNumber: must be a whole number, or number/total, not 'x'"},
+      {{"track=3/"}, "totalNumberOfTracks: must be a whole number, not ''"},
+      {{"track=3/4/5"}, "totalNumberOfTracks: must be a whole number, not '4/5'"},
+      {{"rating=good"}, "rating: must be a decimal number, not 'good'"},
+      {{"compilation=maybe"}, "compilation: must be yes or no, not 'maybe'"},
+      {{"title=\xff"},
+       "title: must be text in UTF-8, without zero bytes (iconv converts other encodings)"},
+      {{"titel=T"}, "titel: no such field; did you mean 'title'?"},
+      {{"trakc=T"}, "trakc: no such field; did you mean 'trackNumber'?"},
+      {{"artist=A", "title=T", "ARTIST=B"},
+       "artist: is given twice, but only one value of a field can be kept; put all of them into "
+       "one text, such as 'A; B'"},
+      {{"disc=1/2", "discTotal=2"},
+       "totalNumberOfDiscs: is given twice, but only one value of a field can be kept; put all of "
+       "them into one text, such as 'A; B'"}};
+  for (const auto& [arguments, expected] : wrong) {
     try {
-      parseAssignment(text);
-      ADD_FAILURE() << text;
+      parseAssignments(arguments);
+      ADD_FAILURE() << arguments[0];
     } catch (const UsageError& error) {
       EXPECT_STREQ(error.what(), expected);
     }
   }
+}
+
+TEST(FieldAliases, CanBeFoundAndHideNoKey) {
+  for (const FieldAlias& alias : kFieldAliases) {
+    EXPECT_STREQ(fieldNamed(alias.name).key, alias.key) << alias.name;
+  }
+}
+
+TEST(ClosestWord, AllowsFewMistakes) {
+  const std::vector<std::string> known = {"set", "title", "artist", "albumArtist"};
+  const std::pair<const char*, const char*> words[] = {{"sett", "set"},
+                                                       {"est", "set"},
+                                                       {"tset", "set"},
+                                                       {"x", ""},
+                                                       {"xyz", ""},
+                                                       {"st", "set"},
+                                                       {"titel", "title"},
+                                                       {"ARTSIT", "artist"},
+                                                       {"tilte", "title"},
+                                                       {"aertst", "artist"},
+                                                       {"album_artist", "albumArtist"},
+                                                       {"composer", ""},
+                                                       {"", ""}};
+  for (const auto& [word, expected] : words) EXPECT_EQ(closestWord(word, known), expected) << word;
 }
 
 TEST(Printable, EscapesOnlyControlCharacters) {

@@ -64,10 +64,9 @@ class Values(CommandTest):
                                         "UTF-8")
 
     def test_a_key_that_is_no_field_is_a_usage_error(self):
-        for key in ("Title", "TIT2", "albumartist", "", "title "):
+        for key in ("TIT2", "performer", "", "title:"):
             with self.subTest(key=key):
-                self.expect_usage_error("set", f"{key}=x", f"{key}: no such field",
-                                        "totalNumberOfDiscs")
+                self.expect_usage_error("set", f"{key}=x", f"{key}: no such field")
                 self.expect_usage_error("clear", key, f"{key}: no such field")
         self.expect_usage_error("set", "title", "title")
 

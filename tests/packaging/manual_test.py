@@ -62,7 +62,7 @@ class ManualTest(StagingTest):
             self.assert_describes_options(page, self.help_of(f"libexec/tagwriter/{program}"))
 
     def test_the_command_page_lists_every_field_with_its_type(self):
-        listed = dict(re.findall(r"^\.It Cm (\w+) Ta (.+)$", self.page(PAGES[0]).read_text(),
+        listed = dict(re.findall(r"^\.It Cm (\w+) Ta (.+) Ta", self.page(PAGES[0]).read_text(),
                                  re.MULTILINE))
         header = (SOURCE / "protocol/fields.h").read_text()
         keys = re.findall(r'char k\w+\[\] = "(\w+)"', header)
