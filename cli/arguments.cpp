@@ -12,7 +12,7 @@
 namespace tagwriter {
 namespace {
 
-constexpr char kCommands[] = "; the commands are set, clear, cover and show";
+constexpr char kCommands[] = "; the commands are set, clear, cover, copy and show";
 
 /// The words of the command line in reverse order, as the parser expects them. It gives a special
 /// meaning to some valid file names ("[2001]", "++", "%%"); these become paths.
@@ -70,10 +70,20 @@ std::string messageFor(const CLI::App& app, const CLI::Error& error) {
                          : unknownText(app, unknown.front());
 }
 
+/// Leaves out what an option without a value stands for.
+class HelpFormatter final : public CLI::Formatter {
+ public:
+  std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
+    const std::string name = CLI::Formatter::make_option_name(option, isPositional);
+    return name.substr(0, name.find('{'));
+  }
+};
+
 }  // namespace
 
 Arguments parseArguments(int argc, const char* const* argv) {
   CLI::App app(kDescription, "tagwriter");
+  app.formatter(std::make_shared<HelpFormatter>());
   app.require_subcommand(1);
   app.footer(kHelpFooter);
   app.get_formatter()->column_width(28);
@@ -85,8 +95,8 @@ Arguments parseArguments(int argc, const char* const* argv) {
     return "tagwriter: " + messageFor(app, error) + "\nSee 'tagwriter " + command + "--help'.\n";
   });
 
-  const std::unique_ptr<CommandOptions> commands[] = {setOptions(app), clearOptions(app),
-                                                      coverOptions(app), showOptions(app)};
+  const std::unique_ptr<CommandOptions> commands[] = {
+      setOptions(app), clearOptions(app), coverOptions(app), copyOptions(app), showOptions(app)};
 
   try {
     app.parse(reversedWords(argc, argv));

@@ -54,6 +54,22 @@ struct CoverArguments {
   EditOptions options;
 };
 
+/// `cover --extract`.
+struct ExtractArguments {
+  FileOptions options;
+  std::string directory;  ///< where to put the pictures; empty: beside each audio file
+  bool replace = false;   ///< replace files that exist
+  bool quiet = false;
+};
+
+/// `copy`: from a file into those in `options`.
+struct CopyArguments {
+  std::string from;
+  std::vector<std::string> keys;  ///< the fields; if empty, all of them and the front cover
+  bool replace = false;           ///< replace existing pictures
+  EditOptions options;
+};
+
 /// `show`.
 struct ShowArguments {
   std::vector<std::string> keys;  ///< if not empty, only the values of these fields
@@ -66,8 +82,8 @@ struct ExitNow {
   int code;
 };
 
-using Arguments =
-    std::variant<ExitNow, SetArguments, ClearArguments, CoverArguments, ShowArguments>;
+using Arguments = std::variant<ExitNow, SetArguments, ClearArguments, CoverArguments,
+                               ExtractArguments, CopyArguments, ShowArguments>;
 
 /// Parses the command line. Prints help to standard output and usage errors to standard error.
 Arguments parseArguments(int argc, const char* const* argv);

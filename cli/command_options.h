@@ -37,6 +37,7 @@ class CommandOptions {
 std::unique_ptr<CommandOptions> setOptions(CLI::App& app);
 std::unique_ptr<CommandOptions> clearOptions(CLI::App& app);
 std::unique_ptr<CommandOptions> coverOptions(CLI::App& app);
+std::unique_ptr<CommandOptions> copyOptions(CLI::App& app);
 std::unique_ptr<CommandOptions> showOptions(CLI::App& app);
 
 }  // namespace tagwriter

@@ -12,7 +12,11 @@ int run(const SetArguments& arguments);
 int run(const ClearArguments& arguments);
 /// Stores the cover in each file, or removes all pictures, through the service.
 int run(const CoverArguments& arguments);
-/// Prints the tags and pictures of each file.
+/// Writes the pictures of each file into files of their own.
+int run(const ExtractArguments& arguments);
+/// Copies fields and the cover of a file into each of the others through the service.
+int run(const CopyArguments& arguments);
+/// Prints the fields and pictures of each file.
 int run(const ShowArguments& arguments);
 /// Returns the exit code of the parser.
 int run(const ExitNow& exit);

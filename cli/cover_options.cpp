@@ -1,6 +1,7 @@
-#include "cli/command_options.h"
-
 #include <map>
+
+#include "cli/command_options.h"
+#include "cli/usage_error.h"
 
 namespace tagwriter {
 namespace {
@@ -8,7 +9,7 @@ namespace {
 class CoverOptions final : public CommandOptions {
  public:
   explicit CoverOptions(CLI::App& app)
-      : CommandOptions(app, "cover", "Set the front cover, or remove all pictures") {
+      : CommandOptions(app, "cover", "Set the front cover, or remove or extract all pictures") {
     auto* replace =
         app_->add_flag("--replace", parsed_.replace,
                        "Replace existing pictures; otherwise, a file that has one fails");
@@ -18,13 +19,23 @@ class CoverOptions final : public CommandOptions {
                      ->type_name("png|jpeg|tiff|gif|bmp");
     auto* clear = app_->add_flag("--clear", parsed_.clear, "Remove all pictures");
     clear->excludes(replace)->excludes(type);
+    extract_ = app_->add_flag("--extract{}", directory_,
+                              "Write the pictures into files in DIRECTORY, or beside the audio "
+                              "files; --replace replaces existing files")
+                   ->type_name("[=DIRECTORY]")
+                   ->excludes(clear)
+                   ->excludes(type);
     addEditing(parsed_.options);
-    addFiles(parsed_.options, "IMAGE FILE", "The cover and the audio files; no image with --clear");
+    addFiles(parsed_.options, "IMAGE FILE",
+             "The cover and the audio files; no image with --clear "
+             "and --extract");
     app_->footer(
         "tagwriter cover [--replace] [--type TYPE] IMAGE FILE...\n"
-        "tagwriter cover --clear FILE...");
+        "tagwriter cover --clear FILE...\n"
+        "tagwriter cover --extract[=DIRECTORY] [--replace] FILE...");
   }
   Arguments arguments() const override {
+    if (extract_->count() > 0) return extractArguments();
     CoverArguments result = parsed_;
     if (result.clear) return result;
     if (!type_.empty()) result.type = kTypes.at(type_);
@@ -36,6 +47,16 @@ class CoverOptions final : public CommandOptions {
   }
 
  private:
+  Arguments extractArguments() const {
+    const EditOptions& options = parsed_.options;
+    if (options.safe || options.keepTimes || options.bus || options.dryRun) {
+      throw UsageError(
+          "--extract changes no audio file, so it cannot be combined with --safe, --keep-times, "
+          "--bus or --dry-run");
+    }
+    return ExtractArguments{options, directory_, parsed_.replace, options.quiet};
+  }
+
   inline static const std::map<std::string, ImageType> kTypes = {{"png", ImageType::kPNG},
                                                                  {"jpeg", ImageType::kJPEG},
                                                                  {"tiff", ImageType::kTIFF},
@@ -43,6 +64,8 @@ class CoverOptions final : public CommandOptions {
                                                                  {"bmp", ImageType::kBMP}};
   CoverArguments parsed_;
   std::string type_;
+  CLI::Option* extract_ = nullptr;
+  std::string directory_;
 };
 
 }  // namespace

@@ -21,6 +21,7 @@ inline constexpr char kHelpFooter[] =
     "  tagwriter set -t track=3/12 -t lyrics=@lyrics.txt song.mp3\n"
     "  tagwriter clear -t comment --recursive ~/Music/Strauss\n"
     "  tagwriter cover --replace front.jpg *.mp3\n"
+    "  tagwriter copy song.flac song.mp3\n"
     "  tagwriter show -t title song.flac\n"
     "  tagwriter show --json song.flac | tagwriter set --from - song.mp3\n"
     "\n"

@@ -10,6 +10,7 @@ namespace {
 
 constexpr char kFile[] = "file";
 constexpr char kFileBase64[] = "fileBase64";
+constexpr char kBase64[] = "Base64";
 
 std::string lineOf(const nlohmann::json& value) {
   return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
@@ -28,9 +29,14 @@ void printJson(const nlohmann::json& object) {
   std::cout << lineOf(object) << std::endl;
 }
 
+void setPath(nlohmann::json& object, const std::string& key, const std::string& path) {
+  object[key] = path;
+  if (nlohmann::json::parse(lineOf(path)) != path) object[key + kBase64] = toBase64(path);
+}
+
 nlohmann::json jsonOfFile(const std::string& path) {
-  nlohmann::json object = {{kFile, path}};
-  if (nlohmann::json::parse(lineOf(path)) != path) object[kFileBase64] = toBase64(path);
+  nlohmann::json object;
+  setPath(object, kFile, path);
   return object;
 }
 

@@ -9,8 +9,10 @@ namespace tagwriter {
 /// Prints `object` on one line. Invalid UTF-8 becomes U+FFFD.
 void printJson(const nlohmann::json& object);
 
-/// An object that names a file: its path is under "file"; and, if it is not UTF-8, also in base64
-/// under "fileBase64".
+/// Sets `key` to a path, and if it is not UTF-8, also `key` with "Base64" to the path in base64.
+void setPath(nlohmann::json& object, const std::string& key, const std::string& path);
+
+/// An object that names a file under "file" and, if needed, "fileBase64".
 nlohmann::json jsonOfFile(const std::string& path);
 
 /// The path of the file that `object` names; empty if it names none. Throws UsageError if what

@@ -41,6 +41,18 @@ void Report::done(const std::string& path, const std::string& edit, const Outcom
   printJson(line);
 }
 
+void Report::extracted(const std::string& path, const std::string& target,
+                       const std::string& role) {
+  if (json_) {
+    nlohmann::json line = jsonOfFile(path);
+    setPath(line, "picture", target);
+    line.update({{"role", role}, {"result", "extracted"}});
+    printJson(line);
+  } else if (!quiet_) {
+    std::cout << printable(target) << '\n';
+  }
+}
+
 void Report::failed(const std::string& path, const std::string& reason) {
   anyFailed_ = true;
   printError(path + ": " + reason);

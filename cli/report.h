@@ -20,6 +20,8 @@ class Report {
   void planned(const std::string& path, const std::string& edit, const std::string& description);
   /// Reports the result of an edit.
   void done(const std::string& path, const std::string& edit, const Outcome& outcome);
+  /// Reports that a picture of a file is in the file `target`.
+  void extracted(const std::string& path, const std::string& target, const std::string& role);
   /// Reports a file that could not be processed.
   void failed(const std::string& path, const std::string& reason);
   /// Reports something about the whole run.

@@ -92,6 +92,27 @@ Outcome Reader::read(int fd, const std::string& path, FileContents& contents) {
   return {};
 }
 
+Outcome Reader::readPicture(int fd, const std::string& path, std::uint64_t index,
+                            const PictureSink& sink) {
+  std::uint64_t offset = 0;
+  std::uint64_t size = 0;
+  do {
+    ValueDictionary request;
+    request.set(key::kPicture, index);
+    request.set(key::kOffset, offset);
+    dbus::Reply reply;
+    if (Outcome called = call(fd, path, std::move(request), reply); !called) return called;
+    size = reply.values.getUint64(key::kSize).value_or(0);
+    const auto piece = reply.values.getData(key::kData);
+    if (!piece || (piece->empty() && offset < size)) {
+      return {Status::kUnreadable, "the picture is not there any more"};
+    }
+    if (!sink(*piece)) return {};
+    offset += piece->size();
+  } while (offset < size);
+  return {};
+}
+
 Outcome Reader::readField(int fd, const std::string& path, std::string_view key,
                           std::optional<TrackValue>& value) {
   value.reset();

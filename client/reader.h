@@ -1,8 +1,11 @@
 // Reads files through tagreaderd: this process parses nothing.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -57,6 +60,14 @@ class Reader {
   /// name and is not opened. Fails with kUnreadable, if the reader dies or the file cannot be
   /// opened for reading, or with kServiceUnavailable, if the reader cannot be started.
   Outcome read(int fd, const std::string& path, FileContents& contents);
+
+  /// Receives a piece of a picture; returns false to stop.
+  using PictureSink = std::function<bool(std::span<const std::byte> piece)>;
+
+  /// Reads the bytes of the picture at `index` in FileContents::pictures in the same way, in pieces
+  /// that are passed to `sink` in order. Fails also if the file does not have the picture any more.
+  Outcome readPicture(int fd, const std::string& path, std::uint64_t index,
+                      const PictureSink& sink);
 
   /// Reads one field in the same way into `value`: nullopt if it is not in the file.
   Outcome readField(int fd, const std::string& path, std::string_view key,

@@ -15,13 +15,14 @@ _tagwriter() {
     previous=${COMP_WORDS[COMP_CWORD-2]}
   fi
   case $COMP_CWORD:$previous:$command:$word in
-    1:*) words='set clear cover show --help --version' ;;
-    *:-t:clear:* | *:--tag:clear:* | *:-t:show:* | *:--tag:show:*) words=$fields ;;
+    1:*) words='set clear cover copy show --help --version' ;;
     *:-t:set:* | *:--tag:set:*) printf -v words '%s= ' $fields; compopt -o nospace ;;
+    *:-t:* | *:--tag:*) words=$fields ;;
     *:--type:cover:*) words='png jpeg tiff gif bmp' ;;
     *:set:-*) words="-t --tag --from $edits" ;;
     *:clear:-*) words="-t --tag $edits" ;;
-    *:cover:-*) words="--replace --type --clear $edits" ;;
+    *:cover:-*) words="--replace --type --clear --extract $edits" ;;
+    *:copy:-*) words="-t --tag --replace $edits" ;;
     *:show:-*) words="-t --tag --all $files" ;;
     *) compopt -o default ;;
   esac

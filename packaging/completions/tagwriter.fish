@@ -8,17 +8,18 @@ set -l assignments $fields=
 set -l command complete -c tagwriter -n __fish_use_subcommand -f
 $command -a set -d 'Write fields'
 $command -a clear -d 'Clear fields'
-$command -a cover -d 'Set the front cover, or remove all pictures'
+$command -a cover -d 'Set the front cover, or remove or extract all pictures'
+$command -a copy -d 'Copy fields and the cover to other files'
 $command -a show -d 'Print fields and pictures'
 
 complete -c tagwriter -n __fish_use_subcommand -f -l version -d 'Print the version'
 
-set -l any complete -c tagwriter -n '__fish_seen_subcommand_from set clear cover show'
+set -l any complete -c tagwriter -n '__fish_seen_subcommand_from set clear cover copy show'
 $any -s h -l help -d 'Print help'
 $any -s r -l recursive -d 'Process the audio files in directories'
 $any -l json -d 'Print one JSON object per line'
 
-set -l edit complete -c tagwriter -n '__fish_seen_subcommand_from set clear cover'
+set -l edit complete -c tagwriter -n '__fish_seen_subcommand_from set clear cover copy'
 $edit -l safe -d 'Edit a copy, and replace the file only if everything succeeds'
 $edit -l keep-times -d 'Keep the modification time'
 $edit -l bus -d 'Use the service on the session bus instead of a private one'
@@ -32,12 +33,17 @@ complete -c tagwriter -n '__fish_seen_subcommand_from clear' -s t -l tag -x -a "
 complete -c tagwriter -n '__fish_seen_subcommand_from show' -s t -l tag -x -a "$fields" \
     -d 'The KEY of a field to print'
 
+complete -c tagwriter -n '__fish_seen_subcommand_from copy' -s t -l tag -x -a "$fields" \
+    -d 'The KEY of a field to copy'
+
 complete -c tagwriter -n '__fish_seen_subcommand_from set' -l from -r -F \
     -d 'Write fields from JSON'
 complete -c tagwriter -n '__fish_seen_subcommand_from show' -l all \
     -d 'Print all tags, too, as TagLib names them'
 
 set -l cover complete -c tagwriter -n '__fish_seen_subcommand_from cover'
-$cover -l replace -d 'Replace existing pictures'
+complete -c tagwriter -n '__fish_seen_subcommand_from cover copy' -l replace \
+    -d 'Replace existing pictures'
 $cover -l clear -d 'Remove all pictures'
+$cover -l extract -d 'Write the pictures into files'
 $cover -l type -x -a 'png jpeg tiff gif bmp' -d 'Format of the cover'

@@ -25,7 +25,7 @@ BIN = Path(os.environ["TAGWRITER_BIN"])
 DATA = Path(os.environ["TAGWRITER_DATA"])
 TAGWRITER = BIN / "tagwriter"
 
-COMMANDS = ["set", "clear", "cover", "show"]
+COMMANDS = ["set", "clear", "cover", "copy", "show"]
 FIELDS = """title artist album genre composer comment lyrics albumArtist grouping encoder publisher
 description catalogNumber conductor discSubtitle cueSheet rating compilation year bpm trackNumber
 totalNumberOfTracks disc totalNumberOfDiscs""".split()

@@ -72,7 +72,7 @@ class CompletionsTest:
     def test_completes_commands(self):
         self.assertEqual(sorted(self.complete("tagwriter ")),
                          sorted([*COMMANDS, *self.before_commands]))
-        self.assertEqual(sorted(self.complete("tagwriter c")), ["clear", "cover"])
+        self.assertEqual(sorted(self.complete("tagwriter c")), ["clear", "copy", "cover"])
 
     def test_completes_the_options_of_each_command(self):
         for command in COMMANDS:
@@ -85,7 +85,7 @@ class CompletionsTest:
                          ["bmp", "gif", "jpeg", "png", "tiff"])
 
     def test_completes_fields_with_an_equals_sign_for_set_only(self):
-        for command, suffix in (("set", "="), ("clear", ""), ("show", "")):
+        for command, suffix in (("set", "="), ("clear", ""), ("copy", ""), ("show", "")):
             keys = [key + suffix for key in FIELDS]
             for option in ("-t", "--tag"):
                 with self.subTest(command=command, option=option):

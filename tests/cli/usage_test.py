@@ -11,7 +11,8 @@ WRITING = {"--safe", "--keep-times", "--bus", "-n", "--dry-run", "-q", "--quiet"
 OPTIONS = {
     "set": {"-t", "--tag", "--from"} | WRITING,
     "clear": {"-t", "--tag"} | WRITING,
-    "cover": {"--replace", "--type", "--clear"} | WRITING,
+    "cover": {"--replace", "--type", "--clear", "--extract"} | WRITING,
+    "copy": {"-t", "--tag", "--replace"} | WRITING,
     "show": {"-t", "--tag", "--all"} | FILES,
 }
 
@@ -46,9 +47,9 @@ class WrongUsageTest(CommandTest):
     def test_is_reported_and_does_nothing(self):
         mp3 = self.copy("mp3_plain.mp3")
         for arguments, text in (
-                ([], "a command is required; the commands are set, clear, cover and show"),
+                ([], "a command is required; the commands are set, clear, cover, copy and show"),
                 (["frobnicate", mp3],
-                 "frobnicate: no such command; the commands are set, clear, cover and show"),
+                 "frobnicate: no such command; the commands are set, clear, cover, copy and show"),
                 (["sohw", mp3], "sohw: no such command; did you mean 'show'?"),
                 (["delete", mp3], "delete: no such command; did you mean 'clear'?"),
                 (["cover", "--repalce", mp3],
