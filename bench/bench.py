@@ -17,6 +17,7 @@ START, END = "<!-- results: written by `./run bench --write` -->\n", "<!-- end o
 
 sys.path.append(os.path.join(SOURCES, "tests", "player"))
 import confinement  # noqa: E402
+import jobs  # noqa: E402
 import large  # noqa: E402
 import memory  # noqa: E402
 import short  # noqa: E402
@@ -25,6 +26,7 @@ SECTIONS = [
     ("Edits that move the audio", large.section),
     ("Short edits", short.songs),
     ("Fresh FLAC files", short.fresh_flacs),
+    ("Workers side by side", jobs.section),
     ("Confinement", confinement.section),
     ("Memory for text fields", memory.fields),
     ("Memory for covers", memory.covers),

@@ -29,6 +29,7 @@ struct EditOptions : FileOptions {
   bool bus = false;     ///< use the session bus instead of a private worker
   bool dryRun = false;  ///< print what would be written, and write nothing
   bool quiet = false;   ///< print only errors
+  unsigned jobs = 1;    ///< how many workers edit files at the same time
 };
 
 /// `set`: the fields to write, in the given order. Either `fields` for each of the options' paths,

@@ -21,6 +21,9 @@ void CommandOptions::addEditing(EditOptions& options) {
                  "Use the service on the session bus instead of a private one");
   app_->add_flag("-n,--dry-run", options.dryRun,
                  "Print what would be written, without writing anything");
+  app_->add_option("-j,--jobs", options.jobs, "Edit N files at the same time, at most 64")
+      ->check(CLI::Range(1, 64).description(""))
+      ->type_name("N");
   app_->add_flag("-q,--quiet", options.quiet, "Print only errors");
 }
 

@@ -3,6 +3,7 @@
 #include "cli/file_list.h"
 #include "cli/interruption.h"
 #include "cli/report.h"
+#include "cli/work_queue.h"
 #include "client/preflight.h"
 
 namespace tagwriter {
@@ -104,15 +105,22 @@ int editEach(const EditOptions& options, const std::vector<FileEdits>& files, Re
   const Interruption interruption;
   Progress progress(files.size(), !options.quiet && !options.dryRun);
   report.setProgress(&progress);
-  FileEditor editor(options, report);
-  for (std::size_t done = 0; done < files.size(); ++done) {
-    if (interruption.requested()) {
-      report.note("interrupted after " + std::to_string(done) + " of " +
-                  std::to_string(files.size()) + " files");
-      return kExitFailed;
-    }
-    progress.show(done);
-    editor.edit(files[done]);
+  std::vector<std::string> paths;
+  for (const FileEdits& file : files) paths.push_back(file.path);
+  WorkQueue queue(paths, options.jobs, interruption, progress, report);
+  queue.run([&] {
+    auto workerReport = std::make_shared<Report>(options.json, options.quiet);
+    workerReport->keepLines();
+    auto editor = std::make_shared<FileEditor>(options, *workerReport);
+    return [&files, workerReport, editor](std::size_t index) -> Report& {
+      editor->edit(files[index]);
+      return *workerReport;
+    };
+  });
+  if (queue.done() < files.size()) {
+    report.note("interrupted after " + std::to_string(queue.done()) + " of " +
+                std::to_string(files.size()) + " files");
+    return kExitFailed;
   }
   return report.anyFailed() ? kExitFailed : kExitDone;
 }

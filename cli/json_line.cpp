@@ -12,26 +12,26 @@ constexpr char kFile[] = "file";
 constexpr char kFileBase64[] = "fileBase64";
 constexpr char kBase64[] = "Base64";
 
-std::string lineOf(const nlohmann::json& value) {
-  return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-}
-
 std::string textUnder(const nlohmann::json& object, const char* key) {
   const auto found = object.find(key);
   if (found == object.end()) return {};
   if (found->is_string()) return found->get<std::string>();
-  throw UsageError("\"" + std::string(key) + "\" must be a string, not " + lineOf(*found));
+  throw UsageError("\"" + std::string(key) + "\" must be a string, not " + jsonLine(*found));
 }
 
 }  // namespace
 
+std::string jsonLine(const nlohmann::json& object) {
+  return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
 void printJson(const nlohmann::json& object) {
-  std::cout << lineOf(object) << std::endl;
+  std::cout << jsonLine(object) << std::endl;
 }
 
 void setPath(nlohmann::json& object, const std::string& key, const std::string& path) {
   object[key] = path;
-  if (nlohmann::json::parse(lineOf(path)) != path) object[key + kBase64] = toBase64(path);
+  if (nlohmann::json::parse(jsonLine(path)) != path) object[key + kBase64] = toBase64(path);
 }
 
 nlohmann::json jsonOfFile(const std::string& path) {

@@ -6,7 +6,9 @@
 
 namespace tagwriter {
 
-/// Prints `object` on one line. Invalid UTF-8 becomes U+FFFD.
+/// `object` as one line, without a newline. Invalid UTF-8 becomes U+FFFD.
+std::string jsonLine(const nlohmann::json& object);
+/// Prints it.
 void printJson(const nlohmann::json& object);
 
 /// Sets `key` to a path, and if it is not UTF-8, also `key` with "Base64" to the path in base64.

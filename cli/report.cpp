@@ -21,24 +21,23 @@ void Report::planned(const std::string& path, const std::string& edit,
   if (json_) {
     nlohmann::json line = jsonOfFile(path);
     line.update({{"edit", edit}, {"result", "planned"}, {"what", description}});
-    printJson(line);
+    addJson(line);
   } else if (!quiet_) {
-    std::cout << printable(path + ": " + description) << '\n';
+    add(false, printable(path + ": " + description));
   }
 }
 
 void Report::done(const std::string& path, const std::string& edit, const Outcome& outcome) {
   if (!outcome) {
     anyFailed_ = true;
-    printError(path + ": " + edit + ": " + messageOf(outcome));
+    addError(path + ": " + edit + ": " + messageOf(outcome));
   }
   if (!json_) return;
   nlohmann::json line = jsonOfFile(path);
   line["edit"] = edit;
   line["result"] = outcome ? "written" : "failed";
   if (!outcome) line["error"] = messageOf(outcome);
-  hideProgress();
-  printJson(line);
+  addJson(line);
 }
 
 void Report::extracted(const std::string& path, const std::string& target,
@@ -47,32 +46,43 @@ void Report::extracted(const std::string& path, const std::string& target,
     nlohmann::json line = jsonOfFile(path);
     setPath(line, "picture", target);
     line.update({{"role", role}, {"result", "extracted"}});
-    printJson(line);
+    addJson(line);
   } else if (!quiet_) {
-    std::cout << printable(target) << '\n';
+    add(false, printable(target));
   }
 }
 
 void Report::failed(const std::string& path, const std::string& reason) {
   anyFailed_ = true;
-  printError(path + ": " + reason);
+  addError(path + ": " + reason);
   if (!json_) return;
   nlohmann::json line = jsonOfFile(path);
   line.update({{"result", "failed"}, {"error", reason}});
-  printJson(line);
+  addJson(line);
 }
 
 void Report::note(const std::string& text) {
-  printError("tagwriter: " + text);
+  addError("tagwriter: " + text);
 }
 
-void Report::printError(const std::string& text) {
-  hideProgress();
-  std::cerr << printable(text) << '\n';
+void Report::print(const std::vector<ReportLine>& lines) {
+  if (progress_ && !lines.empty()) progress_->hide();
+  for (const ReportLine& line : lines) (line.isError ? std::cerr : std::cout) << line.text << '\n';
+  // Whoever reads the objects may be waiting for them.
+  if (json_) std::cout.flush();
 }
 
-void Report::hideProgress() {
-  if (progress_) progress_->hide();
+void Report::add(bool isError, std::string text) {
+  lines_.push_back({isError, std::move(text)});
+  if (!keepsLines_) print(takeLines());
+}
+
+void Report::addJson(const nlohmann::json& object) {
+  add(false, jsonLine(object));
+}
+
+void Report::addError(const std::string& text) {
+  add(true, printable(text));
 }
 
 }  // namespace tagwriter

@@ -1,12 +1,21 @@
 // Reports results on standard output and errors on standard error, one per line.
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cli/progress.h"
 #include "client/tag_writer.h"
 
 namespace tagwriter {
+
+/// A line of a report.
+struct ReportLine {
+  bool isError;
+  std::string text;
+};
 
 /// Prints results in the format of the options, and remembers whether anything failed.
 class Report {
@@ -29,10 +38,22 @@ class Report {
 
   bool anyFailed() const { return anyFailed_; }
 
- private:
-  void printError(const std::string& text);
-  void hideProgress();
+  /// Keeps all lines from now on, to be taken instead of printed.
+  void keepLines() { keepsLines_ = true; }
+  /// Takes the lines that have been kept.
+  std::vector<ReportLine> takeLines() { return std::exchange(lines_, {}); }
+  /// Prints lines of a report with the same options.
+  void print(const std::vector<ReportLine>& lines);
+  /// Takes over whether anything failed in `other`.
+  void add(const Report& other) { anyFailed_ = anyFailed_ || other.anyFailed_; }
 
+ private:
+  void add(bool isError, std::string text);
+  void addJson(const nlohmann::json& object);
+  void addError(const std::string& text);
+
+  bool keepsLines_ = false;
+  std::vector<ReportLine> lines_;
   bool json_;
   bool quiet_;
   bool anyFailed_ = false;

@@ -23,6 +23,7 @@ set -l edit complete -c tagwriter -n '__fish_seen_subcommand_from set clear cove
 $edit -l safe -d 'Edit a copy, and replace the file only if everything succeeds'
 $edit -l keep-times -d 'Keep the modification time'
 $edit -l bus -d 'Use the service on the session bus instead of a private one'
+$edit -s j -l jobs -x -d 'Edit N files at the same time'
 $edit -s n -l dry-run -d 'Print what would be written, without writing anything'
 $edit -s q -l quiet -d 'Print only errors'
 

@@ -7,7 +7,7 @@ from cli_support import COMMANDS, FIELDS, CommandTest, tagwriter
 
 HELP = {"-h", "--help"}
 FILES = {"-r", "--recursive", "--json"} | HELP
-WRITING = {"--safe", "--keep-times", "--bus", "-n", "--dry-run", "-q", "--quiet"} | FILES
+WRITING = {"--safe", "--keep-times", "--bus", "-j", "--jobs", "-n", "--dry-run", "-q", "--quiet"} | FILES
 OPTIONS = {
     "set": {"-t", "--tag", "--from"} | WRITING,
     "clear": {"-t", "--tag"} | WRITING,
