@@ -38,11 +38,18 @@ std::vector<std::string> listFiles(const std::vector<std::string>& paths, bool r
                                    const PathError& report) {
   std::vector<std::string> files;
   for (const std::string& path : paths) {
+    bool hasFailed = false;  // which says enough
+    const PathError counted = [&](const std::string& failed, const std::string& reason) {
+      hasFailed = true;
+      report(failed, reason);
+    };
     std::error_code error;
     if (!fs::is_directory(path, error)) {
       files.push_back(path);
     } else if (recursive) {
-      addDirectory(path, files, report);
+      const std::size_t before = files.size();
+      addDirectory(path, files, counted);
+      if (files.size() == before && !hasFailed) report(path, "has no audio files");
     } else {
       report(path, "is a directory (use --recursive)");
     }

@@ -16,6 +16,7 @@ _tagwriter() {
   fi
   case $COMP_CWORD:$previous:$command:$word in
     1:*) words='set clear cover copy show --help --version' ;;
+    *:compilation:set:*) words='yes no' ;;
     *:-t:set:* | *:--tag:set:*) printf -v words '%s= ' $fields; compopt -o nospace ;;
     *:-t:* | *:--tag:*) words=$fields ;;
     *:--type:cover:*) words='png jpeg tiff gif bmp' ;;

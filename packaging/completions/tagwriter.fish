@@ -5,6 +5,12 @@ set -l fields title artist album genre composer comment lyrics albumArtist group
     bpm trackNumber totalNumberOfTracks disc totalNumberOfDiscs
 set -l assignments $fields=
 
+function __tagwriter_values
+    if string match -q '*compilation=*' -- (commandline -ct)
+        printf '%s\n' compilation=yes compilation=no
+    end
+end
+
 set -l command complete -c tagwriter -n __fish_use_subcommand -f
 $command -a set -d 'Write fields'
 $command -a clear -d 'Clear fields'
@@ -27,7 +33,7 @@ $edit -s j -l jobs -x -d 'Edit N files at the same time'
 $edit -s n -l dry-run -d 'Print what would be written, without writing anything'
 $edit -s q -l quiet -d 'Print only errors'
 
-complete -c tagwriter -n '__fish_seen_subcommand_from set' -s t -l tag -x -a "$assignments" \
+complete -c tagwriter -n '__fish_seen_subcommand_from set' -s t -l tag -x -a "$assignments (__tagwriter_values)" \
     -d 'A field to write, as KEY=VALUE'
 complete -c tagwriter -n '__fish_seen_subcommand_from clear' -s t -l tag -x -a "$fields" \
     -d 'The KEY of a field to clear'

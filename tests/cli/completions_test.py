@@ -95,6 +95,10 @@ class CompletionsTest:
                                      sorted(key for key in keys if key.startswith("disc")))
                     self.assertEqual(self.complete(start + "x"), self.unknown("x"))
 
+    def test_completes_values(self):
+        found = self.complete("tagwriter set -t compilation=")
+        self.assertLessEqual({"yes", "no"}, {word.rpartition("=")[2] for word in found})
+
     def test_completes_files(self):
         for start in ("tagwriter show ", "tagwriter set -t title=T ",
                       "tagwriter clear -t title -r ", "tagwriter cover --replace ",

@@ -35,6 +35,14 @@ class FindTest(DirectoriesTest):
         self.assertEqual(self.found("b.mp3", "z/", "./a/../B.mp3", "directory.mp3"),
                          ["b.mp3", "z/z/z.mp3", "./a/../B.mp3", "directory.mp3/x.mp3"])
 
+    def test_says_that_a_directory_has_no_audio(self):
+        song, = self.make("a/1.mp3")
+        (self.directory / "b/c").mkdir(parents=True)
+        (self.directory / "b/cover.jpg").touch()
+        run = tagwriter("set", "-t", "title=T", "-r", "b", "a", cwd=self.directory)
+        self.assert_run(run, 1, "b: has no audio files\n")
+        self.assertEqual(self.title(song), "T")
+
     def test_finds_audio_files_by_extension_and_skips_everything_else(self):
         names = [f"1.{kind}" for kind in (
             "MP3", "aif", "aiff", "ape", "dsf", "flac", "m4a", "m4b", "m4p", "m4v", "mP4", "mp3",
