@@ -1,10 +1,15 @@
 #include "cli/edit_files.h"
 
+#include <algorithm>
+
+#include "cli/field_value.h"
+#include "cli/file_contents.h"
 #include "cli/file_list.h"
 #include "cli/interruption.h"
 #include "cli/report.h"
 #include "cli/work_queue.h"
 #include "client/preflight.h"
+#include "protocol/file_type.h"
 
 namespace tagwriter {
 namespace {
@@ -48,9 +53,27 @@ class FileEditor {
     } else {
       editOneByOne(file.path, *file.edits);
     }
+    const bool isEdited = file.problem.empty() && !options_.dryRun;
+    if (isEdited && !options_.quiet) noteInfoList(file);
   }
 
  private:
+  /// Says what the INFO list of a WAV file still has, which the service does not edit.
+  void noteInfoList(const FileEdits& file) {
+    OpenedFile opened;
+    if (tagFileTypeForPath(file.path.c_str()) != kTagFileWAV) return;
+    if (!readFile(file.path, reader_, opened).empty()) return;
+    const FileContents& contents = opened.contents;
+    for (const auto& info : contents.info) {
+      const auto isEdited = [&](const NamedEdit& edit) { return edit.name == info.first; };
+      if (std::none_of(file.edits->begin(), file.edits->end(), isEdited)) continue;
+      if (std::find(contents.fields.begin(), contents.fields.end(), info) != contents.fields.end())
+        continue;
+      report_.note(file.path, info.first + ": the INFO list of the file still has '" +
+                                  textOf(info.second) + "', which some players show");
+    }
+  }
+
   WriteOptions writeOptions() const {
     return {.safe = options_.safe, .keepTimes = options_.keepTimes};
   }

@@ -61,6 +61,10 @@ void Report::failed(const std::string& path, const std::string& reason) {
   addJson(line);
 }
 
+void Report::note(const std::string& path, const std::string& text) {
+  if (!quiet_) addError(path + ": " + text);
+}
+
 void Report::note(const std::string& text) {
   addError("tagwriter: " + text);
 }

@@ -33,6 +33,8 @@ class Report {
   void extracted(const std::string& path, const std::string& target, const std::string& role);
   /// Reports a file that could not be processed.
   void failed(const std::string& path, const std::string& reason);
+  /// Reports something about a file that is no failure.
+  void note(const std::string& path, const std::string& text);
   /// Reports something about the whole run.
   void note(const std::string& text);
 

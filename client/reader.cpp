@@ -82,6 +82,7 @@ Outcome Reader::read(int fd, const std::string& path, FileContents& contents) {
   if (const auto* track = reply.values.getDictionary(key::kTrack)) {
     contents.fields = fieldsIn(*track);
   }
+  if (const auto* info = reply.values.getDictionary(key::kInfo)) contents.info = fieldsIn(*info);
   for (const ValueDictionary& tag : reply.values.getList(key::kTags)) {
     contents.tags.emplace_back(textIn(tag, key::kName).value_or(""),
                                textIn(tag, key::kValue).value_or(""));

@@ -44,6 +44,7 @@ struct FileContents {
   bool isReadable = false;  ///< whether TagLib can read it, as any type
   bool isComplete = false;  ///< false if something was too large for a message
   FieldListing fields;
+  FieldListing info;  ///< the fields in the INFO list of a WAV file, which no edit changes
   TagListing tags;
   std::vector<PictureInfo> pictures;
 };

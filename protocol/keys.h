@@ -9,7 +9,7 @@
 //
 // A request to the reader has the open file and its path. Its reply has kReadable, kAudio and the
 // contents:
-//   everything      kTags, kTrack, kPictures
+//   everything      kTags, kTrack, kInfo, kPictures
 //   one field       with kField in the request: kTrack
 //   one picture     with kPicture, and kOffset, in the request: kSize, kData
 // and kIncomplete if something was too large for it.
@@ -36,6 +36,7 @@ inline constexpr char kOffset[] = "offset";
 inline constexpr char kReadable[] = "readable";
 inline constexpr char kAudio[] = "audio";
 inline constexpr char kTags[] = "tags";
+inline constexpr char kInfo[] = "info";
 inline constexpr char kPictures[] = "pictures";
 inline constexpr char kData[] = "data";
 

@@ -23,6 +23,10 @@ class OwnTagReader {
     if constexpr (std::is_same_v<File, TagLib::FLAC::File>) {
       addPictures(file.pictureList(), contents_.pictures);
     }
+    if constexpr (std::is_same_v<File, TagLib::RIFF::WAV::File>) {
+      // Null for a file that TagLib could not open.
+      if (const auto* info = file.InfoTag()) addGenericFields(*info, contents_.info);
+    }
     auto* tag = ownTag(file, IfMissing::kNull);
     if (!tag) return false;
     addOtherFields(*tag, contents_.fields);

@@ -16,6 +16,9 @@ using StoredFields = std::map<std::string, decltype(StoredField::value), std::le
 /// Adds the core fields in `tag`, which is the generic tag of a file.
 void addCoreFields(const TagLib::Tag& tag, StoredFields& fields);
 
+/// Adds the core fields, the comment and the track number in `tag`, all that a generic tag has.
+void addGenericFields(const TagLib::Tag& tag, StoredFields& fields);
+
 /// Adds the field of `row`, if it is stored.
 void addField(const FieldRow& row, const std::optional<StoredField>& stored, StoredFields& fields);
 

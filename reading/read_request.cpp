@@ -118,6 +118,9 @@ ValueDictionary wholeReply(Contents& contents) {
   Room forPictures(kMaxPart);
   ValueDictionary track;
   for (auto& field : contents.fields) addTo(track, field, forFields);
+  ValueDictionary info;
+  for (auto& field : contents.info) addTo(info, field, forFields);
+  if (!contents.info.empty()) reply.set(key::kInfo, std::move(info));
   reply.set(key::kTags, listOf(contents.tags, forTags));
   reply.set(key::kTrack, std::move(track));
   reply.set(key::kPictures, listOf(contents.pictures, forPictures));

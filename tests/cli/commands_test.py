@@ -44,6 +44,18 @@ class SetTest(CommandTest):
             self.assertIn(text, run.stderr)
         self.assertEqual(mp3.read_bytes(), before)
 
+    def test_notes_what_the_info_list_of_a_wav_still_has(self):
+        wav = self.copy("wav_info.wav")
+        for arguments, notes in (
+                (["set", "-t", "title=T", "-t", "genre=G"], {"title": "Rising Tone"}),
+                (["clear", "-t", "comment", "--safe"], {"comment": "a comment"}),
+                (["set", "-t", "title=T", "-q"], {}), (["set", "-t", "comment=U", "-n"], {}),
+                (["set", "-t", "title=Rising Tone", "-t", "disc=1"], {})):
+            run = tagwriter(*arguments, wav)
+            self.assert_run(run, 0, "".join(
+                f"{wav}: {key}: the INFO list of the file still has '{value}', which some players "
+                "show\n" for key, value in notes.items()))
+
     def test_reports_a_service_that_cannot_be_started_and_tries_again_for_the_next_file(self):
         program = shutil.copy(TAGWRITER, self.aside)
         worker = self.aside / "tagwriterd"
