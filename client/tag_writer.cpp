@@ -23,8 +23,11 @@ class TimestampGuard {
 
   /// Returns false, with errno set, on failure.
   bool restore(int fd) const {
-    const timespec times[] = {{0, UTIME_OMIT}, before_.st_mtim};
-    return known_ && ::futimens(fd, times) == 0;
+    struct stat now {};
+    if (!known_ || ::fstat(fd, &now) != 0) return false;
+    // With UTIME_OMIT for the time of access, some FUSE file systems change nothing and succeed.
+    const timespec times[] = {now.st_atim, before_.st_mtim};
+    return ::futimens(fd, times) == 0;
   }
 
  private:
