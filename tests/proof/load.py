@@ -16,7 +16,7 @@ from concurrent.futures import ThreadPoolExecutor
 from player import GLib, Player, RemoteError, Service, change, reply_values, text
 from processes import DEADLINE, children_of, wait_for
 from session import SessionBus
-from songs import Song, any_text, generator_for, make_songs, opened
+from songs import Song, any_text, generator_for, make_songs, opened, two_sources
 from support import samples
 from truncation import TruncationEndpoint, hang_up
 from wire import HANDSHAKE, shake_hands, write_blob
@@ -107,7 +107,8 @@ def one_bus(count, directory, seed=0):
         front = callers[0].front()
 
         def run(client):
-            songs, generator = make_songs(directory, f"client {client}"), generator_for(client, seed)
+            songs = make_songs(directory, f"client {client}", two_sources(client))
+            generator = generator_for(client, seed)
             for number in range(count // CLIENTS):
                 send(callers[client], generator.choice(songs), generator)
                 if number >= count // CLIENTS * WARM_UP and number % 100 == 0:
@@ -181,7 +182,8 @@ class Interrupted:
 
     def __init__(self, directory, name):
         self.bus = SessionBus(tempfile.mkdtemp(dir=directory))
-        self.songs = [make_songs(directory, f"{name} {client}") for client in range(CLIENTS)]
+        self.songs = [make_songs(directory, f"{name} {client}", two_sources(client))
+                      for client in range(CLIENTS)]
         self.answered = self.failed = 0
         self.lock = threading.Lock()
 

@@ -1,6 +1,7 @@
 """Songs that are edited at random, and what must be in them afterwards."""
 
 import contextlib
+import functools
 import os
 import random
 import shutil
@@ -27,12 +28,18 @@ def any_text(generator):
     return "".join(generator.choice(LETTERS) for _ in range(length)).strip() or "x"
 
 
+@functools.cache
+def audio_of(source):
+    """A digest of the decoded audio."""
+    return samples(os.path.join(DATA, source))
+
+
 class Song:
     """A copy of a file of the test data, with what it must contain."""
 
     def __init__(self, directory, source, index):
         self.path = str(shutil.copy(Path(DATA, source), Path(directory, f"{index}_{source}")))
-        self.audio = samples(self.path)
+        self.audio = audio_of(source)
         self.has_pictures = source.endswith(WITH_PICTURES)
         self.expected = self.content()
 
@@ -99,11 +106,16 @@ class Song:
                         "clearartwork": GLib.Variant("b", True)}, result, after
 
 
-def make_songs(directory, name):
+def make_songs(directory, name, sources=SOURCES):
     """One song for each source, in a directory of their own."""
     own = Path(directory, name)
     own.mkdir()
-    return [Song(own, source, index) for index, source in enumerate(SOURCES)]
+    return [Song(own, source, index) for index, source in enumerate(sources)]
+
+
+def two_sources(number):
+    """Two of all; the same two for the same number."""
+    return [SOURCES[number % len(SOURCES)], SOURCES[(number + 1) % len(SOURCES)]]
 
 
 @contextlib.contextmanager
