@@ -61,11 +61,11 @@ TAGS = {"title": "Title", "artist": "Artist", "album": "Album", "album_artist": 
         "genre": "Genre", "date": "1999", "track": "1/10", "comment": "Comment"}
 
 
-def song(path, *options):
-    """A minute of noise with tags, encoded by ffmpeg in the format for the path's extension."""
+def song(path, *options, seconds=60):
+    """Noise with tags, encoded by ffmpeg in the format for the path's extension."""
     words = [word for key, value in TAGS.items() for word in ("-metadata", f"{key}={value}")]
     subprocess.run(["ffmpeg", "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
-                    "anoisesrc=r=48000:d=60:seed=1", "-ac", "2", *options, *words, path],
+                    f"anoisesrc=r=48000:d={seconds}:seed=1", "-ac", "2", *options, *words, path],
                    check=True)
 
 
