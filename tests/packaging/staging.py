@@ -81,7 +81,8 @@ def installed_files():
         {documents}/README.md {documents}/examples/player_python/player.py
         {player_cpp}/CMakeLists.txt {player_cpp}/player.cpp
         {player_xpc}/CMakeLists.txt {player_xpc}/player.cpp""".split()
-    files += [f"{documents}/docs/{page.name}" for page in (SOURCE / "docs").glob("*.md")]
+    files += [f"{documents}/{page.relative_to(SOURCE)}" for pattern in ("*.md", "images/*.svg")
+              for page in (SOURCE / "docs").glob(pattern)]
     return sorted(files)
 
 
