@@ -16,7 +16,7 @@ inline TagLib::ByteVector vectorOf(const std::string& bytes) {
 }
 
 inline std::string stringOf(const TagLib::ByteVector& bytes) {
-  return std::string(bytes.begin(), bytes.end());
+  return std::string(bytes.data(), bytes.size());
 }
 
 /// `size` pseudo-random bytes, so that any shift shows.
