@@ -1,6 +1,7 @@
 # An interface target that all targets link to: C++ version, warnings, hardening, sanitizers.
 
 option(TAGWRITER_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(TAGWRITER_FUZZ "Build for the fuzz targets, with clang" OFF)
 
 add_library(tagwriter_options INTERFACE)
 target_compile_features(tagwriter_options INTERFACE cxx_std_20)
@@ -16,6 +17,9 @@ if(TAGWRITER_SANITIZE)
   target_compile_options(tagwriter_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
   target_link_options(tagwriter_options INTERFACE -fsanitize=address,undefined)
+endif()
+if(TAGWRITER_FUZZ)
+  target_compile_options(tagwriter_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 # add_component(NAME sources... LINK targets...): one static library per directory. Symbols are
