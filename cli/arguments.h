@@ -26,6 +26,7 @@ struct FileOptions {
 struct EditOptions : FileOptions {
   bool safe = false;
   bool keepTimes = false;
+  bool force = false;   ///< write into files that are not audio, too
   bool bus = false;     ///< use the session bus instead of a private worker
   bool dryRun = false;  ///< print what would be written, and write nothing
   bool quiet = false;   ///< print only errors

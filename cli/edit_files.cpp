@@ -8,6 +8,7 @@
 #include "cli/interruption.h"
 #include "cli/report.h"
 #include "cli/work_queue.h"
+#include "client/content.h"
 #include "client/preflight.h"
 #include "protocol/file_type.h"
 
@@ -27,6 +28,9 @@ bool endsFile(Status status) {
     case Status::kCopyUnreadable:
     case Status::kReplaceFailed:
     case Status::kUnreadable:
+    case Status::kUnknownType:
+    case Status::kOtherContent:
+    case Status::kEmptyFile:
       return true;
     default:
       return false;
@@ -75,13 +79,16 @@ class FileEditor {
   }
 
   WriteOptions writeOptions() const {
-    return {.safe = options_.safe, .keepTimes = options_.keepTimes};
+    return {.safe = options_.safe, .keepTimes = options_.keepTimes, .anyFile = options_.force};
   }
 
   void plan(const std::string& path, const Edits& edits) {
     UniqueFd fd;
     if (const Outcome opened = openForEdit(path, fd); !opened) {
       return report_.failed(path, opened.message());
+    }
+    if (const Outcome audio = checkContent(fd.get(), path); !audio && !options_.force) {
+      return report_.failed(path, audio.message());
     }
     for (const NamedEdit& edit : edits) {
       const PlannedEdit planned = edit.plan(path, reader_);

@@ -46,6 +46,12 @@ const char* textOf(Status status) {
       return "written, but the modification time could not be restored";
     case Status::kUnreadable:
       return "cannot be read";
+    case Status::kUnknownType:
+      return "not a type of file that tags are written into";
+    case Status::kOtherContent:
+      return "not what its name says";
+    case Status::kEmptyFile:
+      return "an empty file";
   }
   return "";
 }

@@ -31,6 +31,9 @@ enum class Status {
   kReplaceFailed,       ///< safe mode: cannot replace the file with the copy; it is unchanged
   kTimesNotKept,        ///< in place: written, but the modification time could not be restored
   kUnreadable,          ///< the file, which is unchanged, could not be read; nothing was sent
+  kUnknownType,         ///< tags are not written into files with this extension; see anyFile
+  kOtherContent,        ///< the content is plainly something else than the name says; see anyFile
+  kEmptyFile,           ///< there is nothing in the file; see anyFile
 };
 
 /// The status of a request, with details.

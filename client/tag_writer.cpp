@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "client/connection.h"
+#include "client/content.h"
 #include "client/edit_content.h"
 #include "client/outcome_details.h"
 #include "client/preflight.h"
@@ -58,6 +59,9 @@ Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
                          const WriteOptions& options) {
   UniqueFd fd;
   if (Outcome opened = openForEdit(file, fd); !opened) return opened;
+  if (!options.anyFile) {
+    if (Outcome audio = checkContent(fd.get(), file.path()); !audio) return audio;
+  }
   if (edits.empty()) return {};
   if (options.safe) return writeSafely(fd.get(), file.path(), edits, options.keepTimes);
 

@@ -83,6 +83,10 @@ struct WriteOptions {
   bool safe = false;
   /// Restore the modification time, except after kIncomplete and kNoAnswer in place.
   bool keepTimes = false;
+  /// Write into any file, whatever its name and its first bytes: without kUnknownType,
+  /// kOtherContent and kEmptyFile. A file with an unknown extension is edited like an MP3, which
+  /// ruins most others.
+  bool anyFile = false;
 
   /// Room for later options: all zero is what they mean where a program does not know them.
   unsigned char reserved[64] = {};

@@ -7,7 +7,7 @@ _tagwriter() {
     publisher description catalogNumber conductor discSubtitle cueSheet rating compilation year bpm
     trackNumber totalNumberOfTracks disc totalNumberOfDiscs'
   local files='-h --help -r --recursive --json'
-  local edits="$files --safe --keep-times --bus -j --jobs -n --dry-run -q --quiet"
+  local edits="$files --safe --keep-times --force --bus -j --jobs -n --dry-run -q --quiet"
   # Bash splits words at "=".
   if [[ $word == = ]]; then
     word=

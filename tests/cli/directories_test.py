@@ -19,7 +19,7 @@ class DirectoriesTest(CommandTest):
 
     def found(self, *paths):
         """The files that the command finds, in its order."""
-        run = tagwriter("set", "-n", "-t", "title=T", "--recursive", *paths, cwd=self.directory)
+        run = tagwriter("set", "-n", "-t", "title=T", "--force", "-r", *paths, cwd=self.directory)
         self.assert_run(run, 0)
         return [line.removesuffix(": title = T") for line in run.stdout.splitlines()]
 

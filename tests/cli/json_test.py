@@ -89,7 +89,7 @@ class JsonTest(CommandTest):
     def test_any_text_may_be_a_name_or_a_value(self):
         for text in ('a "quoted" one', "back\\slash", "two\nlines\n", "tab\tand\rreturn",
                      "Süß 漢 𝄞", "\x01\x1b[31m", " ", "'"):
-            path = self.copy("mp3_plain.mp3", text)
+            path = self.copy("mp3_plain.mp3", text + ".mp3")
             for arguments in (["set", "-t", f"title={text}"], ["set", "-n", "-t", "title=T"],
                               ["cover", COVER], ["show"]):
                 with self.subTest(text=text, arguments=arguments):

@@ -44,7 +44,7 @@ class ProgressTest(CommandTest):
 
     def test_messages_do_not_mix_with_it(self):
         names = self.names(8)
-        (self.directory / "noise.flac").write_text("no audio")  # the service logs a line
+        (self.directory / "noise.flac").write_bytes(b"\0noise")  # the service logs a line
         files = ["x", *names[:4], "y", *names[4:], "noise.flac"]
         terminal = self.on_terminal("set", "-t", "title=T", "-t", "cueSheet=C", *files, ".", code=1)
         self.assert_full_progress(terminal, 11)

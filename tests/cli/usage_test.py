@@ -7,7 +7,8 @@ from cli_support import COMMANDS, FIELDS, CommandTest, tagwriter
 
 HELP = {"-h", "--help"}
 FILES = {"-r", "--recursive", "--json"} | HELP
-WRITING = {"--safe", "--keep-times", "--bus", "-j", "--jobs", "-n", "--dry-run", "-q", "--quiet"} | FILES
+WRITING = {"--safe", "--keep-times", "--force", "--bus", "-j", "--jobs", "-n", "--dry-run", "-q",
+           "--quiet"} | FILES
 OPTIONS = {
     "set": {"-t", "--tag", "--from"} | WRITING,
     "clear": {"-t", "--tag"} | WRITING,
@@ -90,7 +91,7 @@ class WrongUsageTest(CommandTest):
         # What the first three must not be taken for.
         others = [self.copy("mp3_plain.mp3", name) for name in ("2001", "a", "b", "x")]
         for arguments in (names, ["--", *names, "-n.mp3"]):
-            run = tagwriter("set", "-t", "title=[T]", *arguments, cwd=self.directory)
+            run = tagwriter("set", "--force", "-t", "title=[T]", *arguments, cwd=self.directory)
             self.assert_run(run, 0)
         for name in [*names, "-n.mp3"]:
             self.assertEqual(self.title(self.directory / name), "[T]")

@@ -50,7 +50,7 @@ TEST_F(SafeMode, WritesWhatAnEditInPlaceWrites) {
       EXPECT_STATUS(Status::kWritten, setTitle(safe));
       EXPECT_TRUE(stateOf(safe).bytes == readFile(inPlace));
     } else {
-      EXPECT_STATUS(Status::kRefused, setTitle(safe));
+      EXPECT_STATUS(writer_.setField(safe, "title", std::string("Title")).status(), setTitle(safe));
       EXPECT_EQ(stateOf(safe), before);
     }
   }
@@ -142,7 +142,9 @@ TEST_F(SafeMode, FailsIfThePathIsAnotherFile) {
   const FileState otherBefore = stateOf(other);
   const UniqueFd file = openFile(path_);
   for (const std::string& path : {other, in(directory_, "missing"), std::string()}) {
-    EXPECT_STATUS(Status::kCopyFailed, setTitle({file.get(), path}));
+    EXPECT_STATUS(Status::kCopyFailed,
+                  writer_.setField({file.get(), path}, "title", std::string("Title"),
+                                   {.safe = true, .anyFile = true}));
   }
   EXPECT_EQ(stateOf(other), otherBefore);
   expectUnchanged();
