@@ -81,9 +81,12 @@ TEST_F(Content, OfAnotherKindIsNamed) {
       {"\0\0\0\x18"
        "ftypheic"s,
        "a HEIF image"},
-      {"\0\0\0\x20"
+      {"\0\0\0\x18"
        "ftypmif1"s,
-       "ftypavif"s, "an AVIF image"},
+       "a HEIF image"},
+      {"\0\0\0\x20"
+       "ftypavif"s,
+       "an AVIF image"},
       {"%PDF-1.7\n"s, "a PDF document"},
       {"PK\3\4"s, "a ZIP archive"},
       {"PK\5\6"s, "a ZIP archive"},
