@@ -39,7 +39,8 @@ def main():
         sections = [formats.section(workshop), *values.sections(workshop),
                     *mistakes.sections(workshop, directory), *failures.sections(workshop),
                     speed.section(workshop), abilities.section(workshop)]
-        parts = [document.machine(directory), programs.versions()]
+        load = f"The load average was {os.getloadavg()[0]:.1f} at the end of the run.\n"
+        parts = [document.machine(directory), programs.versions(), load]
     parts += ["### Summary\n\n" + summary(sections)]
     parts += [section.markdown() for section in sections]
     results = "\n".join(parts)
