@@ -1,7 +1,7 @@
 // requests SERVICE COUNT PATH [OPTION]: starts a service, with that option if any, and measures
 // what a player sees of it. With a COUNT, writes two comments alternately into the file over a warm
 // connection, and prints the seconds that COUNT requests took. With a COUNT of 0, prints the
-// seconds from the start of the service to its first answer.
+// seconds from the start of the service to its second answer.
 
 #include <fcntl.h>
 #include <spawn.h>
