@@ -67,7 +67,7 @@ class Dispatch(EditTest):
         for field, value, name, zero in (
                 ("disc", flag, "ID3v2 TPOS", (UTF8, "0")),
                 ("trackNumber", text("4"), "ID3v2 TRCK", (UTF8, "0/10")),
-                ("rating", number(5), "ID3v2 POPM", b"no@email\0\0" + bytes(4))):
+                ("rating", text("5"), "ID3v2 POPM", b"no@email\0\0" + bytes(4))):
             result, found = self.change(field, {field: value})
             self.assertTrue(result)
             self.assertEqual(found[name], [zero])
