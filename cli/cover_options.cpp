@@ -54,7 +54,8 @@ class CoverOptions final : public CommandOptions {
           "--extract changes no audio file, so it cannot be combined with --safe, --keep-times, "
           "--bus or --dry-run");
     }
-    return ExtractArguments{options, directory_, parsed_.replace, options.quiet};
+    const FileOptions& files = options;
+    return ExtractArguments{files, directory_, parsed_.replace, options.quiet};
   }
 
   inline static const std::map<std::string, ImageType> kTypes = {{"png", ImageType::kPNG},

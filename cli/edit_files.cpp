@@ -136,6 +136,7 @@ int editEach(const EditOptions& options, const std::vector<FileEdits>& files, Re
   Progress progress(files.size(), !options.quiet && !options.dryRun);
   report.setProgress(&progress);
   std::vector<std::string> paths;
+  paths.reserve(files.size());
   for (const FileEdits& file : files) paths.push_back(file.path);
   WorkQueue queue(paths, options.jobs, interruption, progress, report);
   queue.run([&] {

@@ -59,7 +59,8 @@ std::vector<std::string> namesFor(const std::vector<PictureInfo>& pictures) {
     const std::string extension = extensionOf(picture);
     std::string name = base + extension;
     for (int i = 2; !used.insert(name).second; ++i) {
-      name = base + "-" + std::to_string(i) + extension;
+      name = base;
+      name.append("-").append(std::to_string(i)).append(extension);
     }
     names.push_back(std::move(name));
   }
