@@ -8,8 +8,8 @@ import files
 from edits import Text
 from measure import interleaved, median, progress, ratio, table
 
-REQUESTS, ROUNDS = 2000, 15
-STARTS = 201
+REQUESTS, ROUNDS = 1000, 41
+STARTS = 101
 LAST_COMMENT = Text("comment", "Second")
 
 
