@@ -175,7 +175,7 @@ FAILURES = [("write", "EIO"), ("write", "ENOSPC"), ("truncate", "EIO"), ("flush"
             ("read", "ESTALE"), ("fsync", "EIO"), ("rename", "EIO"), ("create", "EACCES")]
 
 
-def failures(directory, steps=12):
+def failures(directory, steps=8):
     """Every operation of a file system over FUSE fails once, at each of the first steps."""
     below, place = os.path.join(directory, "below"), os.path.join(directory, "failing")
     os.mkdir(below)
