@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "protocol/keys.h"
-#include "transport/dbus/truncation_server.h"
 
 namespace tagwriter {
 namespace {
@@ -50,23 +49,26 @@ bool TagWriter::Connection::connectToBus(std::string& error) {
 }
 
 std::variant<Answer, dbus::CallError> TagWriter::Connection::call(const ValueDictionary& request) {
-  if (!onBus_) return worker_.call(&dbus::ServiceClient::write, request);
+  if (!onBus_)
+    return worker_.call(&dbus::ServiceClient::write, request, {.watches = {&truncations_}});
   std::string error;
   if (!connectToBus(error)) return dbus::CallError{dbus::CallError::Kind::kNotDelivered, error};
-  return bus_->write(request);
+  return bus_->write(request, {.watches = {&truncations_}});
 }
 
 Outcome TagWriter::Connection::send(int fd, const std::string& path, ValueDictionary request) {
-  const dbus::TruncationServer truncations;
   request.set(key::kFd, BorrowedFd{fd});
   request.set(key::kPath, ByteString{path});
-  if (truncations.endpoint() >= 0) {
-    request.set(key::kTruncateConnection, BorrowedFd{truncations.endpoint()});
+  if (const int endpoint = truncations_.prepare(); endpoint >= 0) {
+    request.set(key::kTruncateConnection, BorrowedFd{endpoint});
   }
   const auto reply = call(request);
-  if (const auto* failure = std::get_if<dbus::CallError>(&reply)) return outcomeOf(*failure);
+  if (const auto* failure = std::get_if<dbus::CallError>(&reply)) {
+    truncations_.reset();
+    return outcomeOf(*failure);
+  }
   const auto& answer = std::get<Answer>(reply);
-  if (truncations.failed()) return {Status::kIncomplete, "the file could not be truncated"};
+  if (truncations_.failed()) return {Status::kIncomplete, "the file could not be truncated"};
   if (answer.incomplete) return {Status::kIncomplete, "a write failed"};
   return {answer.result ? Status::kWritten : Status::kRefused};
 }

@@ -9,6 +9,7 @@
 #include "client/reader.h"
 #include "client/tag_writer.h"
 #include "protocol/value_dictionary.h"
+#include "transport/dbus/truncation_server.h"
 
 namespace tagwriter {
 
@@ -42,6 +43,7 @@ class TagWriter::Connection {
   bool onBus_;
   std::unique_ptr<dbus::ServiceClient> bus_;
   PrivateWorker worker_;
+  dbus::TruncationServer truncations_;
   Reader reader_;
 };
 

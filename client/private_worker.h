@@ -23,30 +23,31 @@ class PrivateWorker {
 
   /// One of ServiceClient's calls.
   template <typename Reply>
-  using Call =
-      std::variant<Reply, dbus::CallError> (dbus::ServiceClient::*)(const ValueDictionary& request);
+  using Call = std::variant<Reply, dbus::CallError> (dbus::ServiceClient::*)(
+      const ValueDictionary& request, const dbus::Waiting& waiting);
 
-  /// Makes the call `method`. A request that the worker did not take is sent once more, to a new
-  /// one. Returns the reply, or why there is none: kNotDelivered also if the worker cannot be
-  /// started.
+  /// Makes the call `method`, and waits as `waiting` says. A request that the worker did not
+  /// take is sent once more, to a new one. Returns the reply, or why there is none: kNotDelivered
+  /// also if the worker cannot be started.
   template <typename Reply>
-  std::variant<Reply, dbus::CallError> call(Call<Reply> method, const ValueDictionary& request) {
-    auto reply = callOnce(method, request);
+  std::variant<Reply, dbus::CallError> call(Call<Reply> method, const ValueDictionary& request,
+                                            const dbus::Waiting& waiting = {}) {
+    auto reply = callOnce(method, request, waiting);
     const auto* failure = std::get_if<dbus::CallError>(&reply);
     // A worker that has taken its last request may not have exited yet.
     if (client_ && failure && failure->kind == dbus::CallError::Kind::kNotDelivered) {
-      reply = callOnce(method, request);
+      reply = callOnce(method, request, waiting);
     }
     return reply;
   }
 
  private:
   template <typename Reply>
-  std::variant<Reply, dbus::CallError> callOnce(Call<Reply> method,
-                                                const ValueDictionary& request) {
+  std::variant<Reply, dbus::CallError> callOnce(Call<Reply> method, const ValueDictionary& request,
+                                                const dbus::Waiting& waiting) {
     std::string error;
     if (!connect(error)) return dbus::CallError{dbus::CallError::Kind::kNotDelivered, error};
-    return (client_.get()->*method)(request);
+    return (client_.get()->*method)(request, waiting);
   }
 
   bool connect(std::string& error);

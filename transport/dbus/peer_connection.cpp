@@ -32,7 +32,7 @@ int ping(sd_bus* bus, const Deadline& deadline) {
   const MessageHandle message(raw);
   // An error counts as a reply: not every peer implements Ping.
   MessageHandle reply;
-  if ((r = callAndWait(bus, message.get(), deadline, reply)) < 0) return r;
+  if ((r = callAndWait(bus, message.get(), {deadline}, reply)) < 0) return r;
   return sd_bus_is_open(bus) > 0 ? 0 : -ECONNRESET;
 }
 

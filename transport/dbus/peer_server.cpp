@@ -28,7 +28,7 @@ int waitForFirstByte(int fd) {
   return 0;
 }
 
-int startServer(UniqueFd socket, BusHandle& bus) {
+int prepareServer(UniqueFd socket, BusHandle& bus) {
   sd_bus* raw = nullptr;
   int r = sd_bus_new(&raw);
   if (r < 0) return r;
@@ -41,9 +41,9 @@ int startServer(UniqueFd socket, BusHandle& bus) {
   return sd_bus_negotiate_fds(raw, 1);
 }
 
-/// Starts and serves until an error, which includes the peer hanging up.
+/// Serves until an error, which includes the peer hanging up.
 int process(sd_bus* bus) {
-  int r = sd_bus_start(bus);
+  int r = 0;
   while (r >= 0 || r == -EINTR) {
     r = sd_bus_process(bus, nullptr);
     if (r == 0) r = sd_bus_wait(bus, UINT64_MAX);
@@ -58,24 +58,31 @@ void prepareToServe() {
   sd_id128_get_machine(&machine);  // sd-bus answers GetMachineId with it, and keeps it
 }
 
+PeerServer::PeerServer(ServedMethod method)
+    : method_(std::move(method)),
+      vtable_{
+          SD_BUS_VTABLE_START(0),
+          SD_BUS_METHOD_WITH_NAMES(method_.method, kDictionarySignature, SD_BUS_PARAM(request),
+                                   kDictionarySignature, SD_BUS_PARAM(reply), answerCall,
+                                   SD_BUS_VTABLE_UNPRIVILEGED),
+          SD_BUS_VTABLE_END,
+      } {}
+
+int PeerServer::start(UniqueFd socket) {
+  int r = prepareServer(std::move(socket), bus_);
+  if (r < 0) return r;
+  r = sd_bus_add_object_vtable(bus_.get(), nullptr, method_.object, method_.interface,
+                               vtable_.data(), &method_);
+  if (r >= 0 && method_.addProperties) r = method_.addProperties(bus_.get());
+  return r < 0 ? r : sd_bus_start(bus_.get());
+}
+
 int servePeer(UniqueFd socket, const ServedMethod& method) {
   int r = waitForFirstByte(socket.get());
   if (r < 0) return r;
-  BusHandle bus;
-  if ((r = startServer(std::move(socket), bus)) < 0) return r;
-
-  const sd_bus_vtable vtable[] = {
-      SD_BUS_VTABLE_START(0),
-      SD_BUS_METHOD_WITH_NAMES(method.method, kDictionarySignature, SD_BUS_PARAM(request),
-                               kDictionarySignature, SD_BUS_PARAM(reply), answerCall,
-                               SD_BUS_VTABLE_UNPRIVILEGED),
-      SD_BUS_VTABLE_END,
-  };
-  r = sd_bus_add_object_vtable(bus.get(), nullptr, method.object, method.interface, vtable,
-                               const_cast<ServedMethod*>(&method));
-  if (r >= 0 && method.addProperties) r = method.addProperties(bus.get());
-  if (r < 0) return r;
-  r = process(bus.get());
+  PeerServer server(method);
+  r = server.start(std::move(socket));
+  if (r >= 0) r = process(server.bus());
   return r == -ECONNRESET || r == -ENOTCONN ? 0 : r;
 }
 

@@ -4,8 +4,10 @@
 #include <systemd/sd-bus.h>
 
 #include <functional>
+#include <vector>
 
 #include "base/unique_fd.h"
+#include "transport/dbus/handles.h"
 
 namespace tagwriter::dbus {
 
@@ -24,6 +26,24 @@ struct ServedMethod {
 /// Reads what a peer may ask any process for: a process that is about to lose the right to open
 /// files calls this first, on the thread that serves.
 void prepareToServe();
+
+/// The server end of one connection, for a loop of the caller's.
+class PeerServer {
+ public:
+  explicit PeerServer(ServedMethod method);
+  PeerServer(const PeerServer&) = delete;
+  PeerServer& operator=(const PeerServer&) = delete;
+
+  /// Starts to serve on `socket`, which it takes over. Returns 0 or a negative errno.
+  int start(UniqueFd socket);
+  /// The connection, to be processed and waited for.
+  sd_bus* bus() const { return bus_.get(); }
+
+ private:
+  ServedMethod method_;
+  std::vector<sd_bus_vtable> vtable_;
+  BusHandle bus_;  // uses the others
+};
 
 /// Serves `method` on `socket`, which it takes over, until the peer hangs up, one call at a time.
 /// Waits for the peer's first byte without a time limit. Returns 0 when the peer has hung up, and a

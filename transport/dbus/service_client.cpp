@@ -61,20 +61,23 @@ bool ServiceClient::connected() {
   return sd_bus_is_open(bus_.get()) > 0;
 }
 
-std::variant<Answer, CallError> ServiceClient::write(const ValueDictionary& request) {
-  auto result = call(kWriteObject, kWriteInterface, kWriteMethod, request);
+std::variant<Answer, CallError> ServiceClient::write(const ValueDictionary& request,
+                                                     const Waiting& waiting) {
+  auto result = call(kWriteObject, kWriteInterface, kWriteMethod, request, waiting);
   if (auto* error = std::get_if<CallError>(&result)) return std::move(*error);
   const ValueDictionary& answer = std::get<Reply>(result).values;
   return Answer{answer.getBool(key::kResult), answer.getBool(key::kIncomplete)};
 }
 
-std::variant<Reply, CallError> ServiceClient::read(const ValueDictionary& request) {
-  return call(kReadObject, kReadInterface, kReadMethod, request);
+std::variant<Reply, CallError> ServiceClient::read(const ValueDictionary& request,
+                                                   const Waiting& waiting) {
+  return call(kReadObject, kReadInterface, kReadMethod, request, waiting);
 }
 
 std::variant<Reply, CallError> ServiceClient::call(const char* object, const char* interface,
                                                    const char* method,
-                                                   const ValueDictionary& request) {
+                                                   const ValueDictionary& request,
+                                                   const Waiting& waiting) {
   sd_bus_message* raw = nullptr;
   int r = sd_bus_message_new_method_call(bus_.get(), &raw, destination_, object, interface, method);
   if (r < 0) return localError(Kind::kNotDelivered, r);
@@ -84,7 +87,7 @@ std::variant<Reply, CallError> ServiceClient::call(const char* object, const cha
   }
   Reply reply;
   bool isSent = false;
-  r = callAndWait(bus_.get(), raw, Deadline::never(), reply.message, &isSent);
+  r = callAndWait(bus_.get(), raw, waiting, reply.message, &isSent);
   if (!isSent) return localError(Kind::kNotDelivered, r < 0 ? r : -ECONNRESET);
   if (r < 0) return localError(Kind::kNoAnswer, r);
   if (const sd_bus_error* error = sd_bus_message_get_error(reply.message.get())) {

@@ -9,6 +9,7 @@
 #include "base/unique_fd.h"
 #include "protocol/answer.h"
 #include "protocol/value_dictionary.h"
+#include "transport/dbus/call.h"
 #include "transport/dbus/handles.h"
 
 namespace tagwriter::dbus {
@@ -42,11 +43,12 @@ class ServiceClient {
   /// failure, with a message in `error`.
   static std::unique_ptr<ServiceClient> openSessionBus(std::string& error);
 
-  /// Sends `request` and waits for the reply without a time limit. Data and descriptors in it stay
-  /// the caller's. Returns the reply's contents, or why there is none.
-  std::variant<Answer, CallError> write(const ValueDictionary& request);
+  /// Sends `request` and waits for the reply as `waiting` says. Data and descriptors in the request
+  /// stay the caller's. Returns the reply's contents, or why there is none.
+  std::variant<Answer, CallError> write(const ValueDictionary& request,
+                                        const Waiting& waiting = {});
   /// The same for a request to the reader.
-  std::variant<Reply, CallError> read(const ValueDictionary& request);
+  std::variant<Reply, CallError> read(const ValueDictionary& request, const Waiting& waiting = {});
 
   /// False once the other end has hung up.
   bool connected();
@@ -56,7 +58,7 @@ class ServiceClient {
       : bus_(std::move(bus)), destination_(destination) {}
 
   std::variant<Reply, CallError> call(const char* object, const char* interface, const char* method,
-                                      const ValueDictionary& request);
+                                      const ValueDictionary& request, const Waiting& waiting);
 
   BusHandle bus_;
   const char* destination_;  ///< the service's bus name, or null on a peer-to-peer connection

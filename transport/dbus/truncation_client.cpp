@@ -48,7 +48,7 @@ class TruncationClient final : public TruncationConnection {
     if ((r = appendDictionary(raw, request)) < 0) return std::strerror(-r);
 
     MessageHandle reply;
-    if ((r = callAndWait(bus_.get(), raw, deadline, reply)) < 0) return breakWith(r);
+    if ((r = callAndWait(bus_.get(), raw, {deadline}, reply)) < 0) return breakWith(r);
     if (const sd_bus_error* error = sd_bus_message_get_error(reply.get())) {
       std::string description = error->message ? error->message : error->name;
       if (sd_bus_is_open(bus_.get()) <= 0) broken_ = description;

@@ -3,38 +3,40 @@
 
 #include <systemd/sd-bus.h>
 
-#include <atomic>
-#include <thread>
+#include <optional>
 
 #include "base/unique_fd.h"
+#include "transport/dbus/peer_server.h"
+#include "transport/dbus/watch.h"
 
 namespace tagwriter::dbus {
 
-/// Serves Truncate on its own thread for the lifetime of the object: the thread that waits for
-/// Write cannot serve Truncate, or player and service would wait for each other.
-class TruncationServer {
+/// Serves Truncate while the player waits for the reply to Write, on the same thread. Few requests
+/// truncate, so a socketpair is kept for further requests until the service has connected on it.
+class TruncationServer final : public Watch {
  public:
-  /// Creates the socketpair and starts serving. On failure endpoint() is negative, and the service
-  /// truncates the file itself.
-  TruncationServer();
-  /// Hangs up and joins the thread.
-  ~TruncationServer();
-  TruncationServer(const TruncationServer&) = delete;
-  TruncationServer& operator=(const TruncationServer&) = delete;
+  /// Prepares for the next request, and returns the service's end, to be sent as
+  /// "truncateconnection". It stays owned by this object. Negative on failure: without it, the
+  /// service truncates the file itself.
+  int prepare();
 
-  /// The service's end, to be sent as "truncateconnection". Owned by this object.
-  int endpoint() const { return theirs_.get(); }
+  /// Drops the socketpair: the service may still use it for a request that has failed.
+  void reset();
 
-  /// Whether a truncation failed, so that stale bytes remain after the file's new end.
+  /// Whether a truncation of this request failed, so that stale bytes remain after the file's new
+  /// end.
   bool failed() const { return failed_; }
 
- private:
-  int handle(sd_bus_message* call, sd_bus_error* error);
+  pollfd interest() const override;
+  void handle() override;
 
-  std::atomic<bool> failed_ = false;
+ private:
+  int truncate(sd_bus_message* call, sd_bus_error* error);
+
+  bool failed_ = false;
+  UniqueFd ours_;  ///< until the service connects
   UniqueFd theirs_;
-  UniqueFd hangUp_;
-  std::thread thread_;
+  std::optional<PeerServer> server_;
 };
 
 }  // namespace tagwriter::dbus
