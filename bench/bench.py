@@ -16,6 +16,7 @@ import confinement  # noqa: E402
 import document  # noqa: E402
 import jobs  # noqa: E402
 import large  # noqa: E402
+import library  # noqa: E402
 import memory  # noqa: E402
 import short  # noqa: E402
 
@@ -25,6 +26,7 @@ SECTIONS = [
     ("Fresh FLAC files", short.fresh_flacs),
     ("Workers side by side", jobs.section),
     ("Confinement", confinement.section),
+    ("The library and the command", library.section),
     ("Memory for text fields", memory.fields),
     ("Memory for covers", memory.covers),
 ]
