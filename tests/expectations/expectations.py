@@ -37,7 +37,8 @@ ARTWORK_TYPES = table("artwork")["types"]
 
 def family_of(file):
     """The tag family that a file's extension promises."""
-    extension = {"aif": "aiff"}.get(file.rpartition(".")[2], file.rpartition(".")[2])
+    extension = file.rpartition(".")[2]
+    extension = {"aif": "aiff", "m4b": "m4a", "m4v": "m4a", "mp4": "m4a"}.get(extension, extension)
     return next(container["family"] for container in CONTAINERS["containers"]
                 if container["file"].endswith("." + extension))
 
@@ -51,6 +52,32 @@ def removed_names_of(field, family):
     """The names that an edit of the field only removes."""
     return [PREFIXES[family] + name
             for name in FIELDS[field].get("removes", {}).get(family, [])]
+
+
+def is_core(field):
+    """Whether TagLib's generic tag writes the field, into all tags that the file has."""
+    return FIELDS[field].get("kind") == "core" or field == "year"
+
+
+def is_refused(file, field):
+    """Whether the file's format does not store the field."""
+    family = family_of(file)
+    if field == "cueSheet":
+        return family in ("id3v2", "mp4", "asf") or file.endswith(".mpc")
+    return field == "totalNumberOfTracks" and family == "asf"
+
+
+def edited_names(file, field):
+    """The names, in capitals, under which an edit of the field may change the file."""
+    family = family_of(file)
+    names = set(names_of(field, family)) | set(removed_names_of(field, family))
+    if is_core(field):
+        names |= set(names_of(field, "id3v2")) | set(names_of(field, "ape"))
+    if "id3v1" in FIELDS[field] and (is_core(field) or file.endswith(".mp3")):
+        names.add("ID3v1 " + FIELDS[field]["id3v1"])
+    if field == "genre":
+        names.add("ID3v1 genre")
+    return {name.upper() for name in names}
 
 
 def text_of(kind, family, text):

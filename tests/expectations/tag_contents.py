@@ -3,18 +3,20 @@ item to the byte, and a digest of the audio data as it is stored.
 
 Names are "ID3v2 TCOM", "ID3v1 title", "MP4 ©wrt", "Xiph COMPOSER", "ASF WM/Composer",
 "APE Composer", "FLAC block 2", "chunk LIST"; each has a list of values. A TXXX frame has its
-description in the name.
+description in the name. A second tag of a kind has a number: "ID3v2 (2) TCOM".
 """
 
 import hashlib
 import io
 import struct
 
-import mutagen
 import mutagen.asf
-import mutagen.flac
-import mutagen.mp4
-import mutagen.ogg
+
+from id3v2_contents import add_id3v2, id3v2_size
+from mp4_contents import add_items, whole
+
+
+FLAC_COMMENT, FLAC_PADDING = 4, 1
 
 
 class Contents(dict):
@@ -25,61 +27,6 @@ class Contents(dict):
 
     def add_audio(self, data):
         self["audio"] = hashlib.md5(data).hexdigest()
-
-
-def syncsafe(data):
-    return data[0] << 21 | data[1] << 14 | data[2] << 7 | data[3]
-
-
-def id3v2_size(data):
-    """The bytes of an ID3v2 tag at the start of `data`, 0 when there is none."""
-    return 10 + syncsafe(data[6:10]) if data.startswith(b"ID3") else 0
-
-
-CODECS = {0: "latin-1", 1: "utf-16", 2: "utf-16-be", 3: "utf-8"}
-# What ID3v2.2 calls the frames of later versions.
-ID3V22_NAMES = {"TT2": "TIT2", "TP1": "TPE1", "TAL": "TALB", "TRK": "TRCK", "COM": "COMM",
-                "PIC": "APIC"}
-
-
-def texts(encoding, data, least=1):
-    """The texts in `data`, which zeros separate; a zero may end the last one. There are at least so
-    many."""
-    found = [text.lstrip("\ufeff") for text in data.decode(CODECS[encoding]).split("\0")]
-    return found[:-1] if found[-1] == "" and len(found) > least else found
-
-
-def picture_frame(body, version):
-    """(encoding, MIME type, picture type, description, image)"""
-    mime, rest = (body[1:4], body[4:]) if version == 2 else body[1:].split(b"\0", 1)
-    description, image = rest[1:].split(b"\0", 1)  # in one byte a character
-    return (body[0], mime.decode(), rest[0], description.decode(), image)
-
-
-def add_id3v2(contents, data):
-    """The frames of a tag without extended header and unsynchronisation. Texts are
-    (encoding, text), comments and lyrics (encoding, language, description, text)."""
-    version = data[3]
-    contents["ID3v2"] = [f"2.{version}"]
-    id_size, header_size = (3, 6) if version == 2 else (4, 10)
-    at, end = 10, id3v2_size(data)
-    while at + header_size <= end and data[at]:
-        name = data[at:at + id_size].decode()
-        name = ID3V22_NAMES.get(name, name)
-        raw_size = data[at + id_size:at + 2 * id_size]
-        size = syncsafe(raw_size) if version == 4 else int.from_bytes(raw_size, "big")
-        value = body = data[at + header_size:at + header_size + size]
-        flags = data[at + 8:at + 10] if version == 4 else b"\0\0"
-        if any(flags):
-            value = (flags, body)
-        elif name[0] == "T" or name == "GRP1":
-            value = (body[0], *texts(body[0], body[1:], 2 if name == "TXXX" else 1))
-        elif name in ("COMM", "USLT"):
-            value = (body[0], body[1:4].decode(), *texts(body[0], body[4:], 2))
-        elif name == "APIC":
-            value = picture_frame(body, version)
-        contents.add(f"ID3v2 TXXX:{value[1]}" if name == "TXXX" else "ID3v2 " + name, value)
-        at += header_size + size
 
 
 def add_id3v1(contents, tag):
@@ -102,7 +49,7 @@ def add_ape(contents, data):
     while items:
         length, item_flags = struct.unpack("<II", items[:8])
         key, _, rest = items[8:].partition(b"\0")
-        contents.add("APE " + key.decode(),
+        contents.add("APE " + key.decode("latin-1"),
                      ({0: "text", 2: "binary"}.get(item_flags, item_flags), rest[:length]))
         items = rest[length:]
     return data[:len(data) - size - (32 if flags & 1 << 31 else 0)]
@@ -110,17 +57,30 @@ def add_ape(contents, data):
 
 def add_tail(contents, data):
     """The tags at the end of a file. Returns the bytes before them."""
-    if data[-128:].startswith(b"TAG"):
+    if data[-128:].startswith(b"TAG") and data[-131:-123] != b"APETAGEX":
         add_id3v1(contents, data[-128:])
         data = data[:-128]
-    return add_ape(contents, data)
+    data = add_ape(contents, data)
+    if data[-10:].startswith(b"3DI"):
+        start = len(data) - id3v2_size(b"ID3" + data[-7:])
+        add_id3v2(contents, data[start:], "ID3v2 at the end")
+        data = data[:start]
+    return data
+
+
+def add_front(contents, data):
+    """The ID3v2 tags in front of a file. Returns the bytes after them."""
+    count = 0
+    while data.startswith(b"ID3"):
+        count += 1
+        add_id3v2(contents, data, "ID3v2" if count == 1 else f"ID3v2 ({count})")
+        data = data[id3v2_size(data):]
+    return data
 
 
 def of_mpeg(data):
     contents = Contents()
-    if data.startswith(b"ID3"):
-        add_id3v2(contents, data)
-    contents.add_audio(add_tail(contents, data[id3v2_size(data):]))
+    contents.add_audio(add_tail(contents, add_front(contents, data)))
     return contents
 
 
@@ -133,14 +93,15 @@ def of_ape(data):
 def of_chunks(data):
     """RIFF and IFF files."""
     contents = Contents()
-    at = 12
+    at, tags, order = 12, 0, "<" if data.startswith((b"RIFF", b"RF64")) else ">"
     while at + 8 <= len(data):
-        name, size = struct.unpack(">4sI" if data.startswith(b"FORM") else "<4sI", data[at:at + 8])
+        name, size = struct.unpack(order + "4sI", data[at:at + 8])
         body = data[at + 8:at + 8 + size]
-        if name.upper() == b"ID3 ":
-            add_id3v2(contents, body)
+        if name.upper() == b"ID3 " and body:
+            tags += 1
+            add_id3v2(contents, body, "ID3v2" if tags == 1 else f"ID3v2 ({tags})")
         else:
-            contents.add("chunk " + name.decode(), body)
+            contents.add("chunk " + name.decode("latin-1"), body)
         at += 8 + size + size % 2
     return contents
 
@@ -150,68 +111,110 @@ def of_dsf(data):
     pointer, = struct.unpack("<Q", data[20:28])
     if pointer:
         add_id3v2(contents, data[pointer:])
+        after = data[pointer + id3v2_size(data[pointer:]):]
+        if after:
+            contents["bytes after the tag"] = [after]
     contents.add_audio(data[:20] + data[28:pointer or len(data)])
     return contents
 
 
 def of_mp4(data):
     contents = Contents()
-    file = io.BytesIO(data)
-    atoms = mutagen.mp4.Atoms(file)
-    contents.add_audio(b"".join(atom.read(file)[1] for atom in atoms.atoms
-                                if atom.name == b"mdat"))
-    try:
-        items = atoms.path(b"moov", b"udta", b"meta", b"ilst")[-1].children
-    except KeyError:
-        return contents
-    for item in items:
-        body = item.read(file)[1]
-        name = item.name.decode("latin-1")
-        if name == "----":
-            mean = int.from_bytes(body[:4], "big")
-            label = int.from_bytes(body[mean:mean + 4], "big")
-            name += f":{body[12:mean].decode()}:{body[mean + 12:mean + label].decode()}"
-        contents.add("MP4 " + name, body)
+    add_items(contents, whole(data))
     return contents
 
 
-def add_xiph(contents, comment):
-    contents["Xiph vendor"] = [comment.vendor]
-    for name, value in comment:
-        contents.add("Xiph " + name.upper(), value)
+def add_xiph(contents, body, prefix="Xiph"):
+    """The fields of a comment. Returns the bytes after them."""
+    def packed(at):
+        size, = struct.unpack("<I", body[at:at + 4])
+        return body[at + 4:at + 4 + size].decode(), at + 4 + size
+
+    vendor, at = packed(0)
+    contents[f"{prefix} vendor"] = [vendor]
+    count, = struct.unpack("<I", body[at:at + 4])
+    at += 4
+    for _ in range(count):
+        field, at = packed(at)
+        name, _, value = field.partition("=")
+        contents.add(f"{prefix} {name.upper()}", value)
+    return body[at:]
 
 
 def of_flac(data):
     contents = Contents()
-    if data.startswith(b"ID3"):
-        add_id3v2(contents, data)
-    at, last = id3v2_size(data) + 4, False
+    data = add_front(contents, data)
+    at, last, comments = 4, False, 0
     while not last:
         last, kind = bool(data[at] & 0x80), data[at] & 0x7f
         size = int.from_bytes(data[at + 1:at + 4], "big")
         body = data[at + 4:at + 4 + size]
-        if kind == mutagen.flac.VCFLACDict.code:
-            add_xiph(contents, mutagen.flac.VCFLACDict(body))
-        elif kind != mutagen.flac.Padding.code:
+        if kind == FLAC_COMMENT:
+            comments += 1
+            add_xiph(contents, body, "Xiph" if comments == 1 else f"Xiph ({comments})")
+        elif kind != FLAC_PADDING:
             contents.add(f"FLAC block {kind}", body)
         at += 4 + size
     contents.add_audio(add_tail(contents, data[at:]))
     return contents
 
 
+class OggStream:
+    """A logical stream of an Ogg file."""
+
+    def __init__(self):
+        self.packets, self.open, self.position, self.flags = [], False, 0, 0
+
+    def add_page(self, flags, position, sizes, body):
+        """Adds what is on a page."""
+        self.position, self.flags = position, flags
+        for size in sizes:
+            if not self.open:
+                self.packets.append(b"")
+            self.packets[-1] += body[:size]
+            body, self.open = body[size:], size == 255
+
+    def add_comment(self, contents, prefix):
+        """Adds the fields of the comment. Returns the other packets."""
+        first, comment, *others = self.packets
+        for start, skipped in ((b"\1vorbis", 7), (b"OpusHead", 8), (b"\x7fFLAC", 4),
+                               (b"Speex", 0)):
+            if first.startswith(start):
+                rest = add_xiph(contents, comment[skipped:], prefix)
+                if start == b"OpusHead" and rest[:1] and rest[0] & 1:
+                    contents[f"{prefix} binary"] = [rest]
+                return [first, *others]
+        return self.packets
+
+
+def ogg_streams(data):
+    """The logical streams by the place of their first pages."""
+    streams, serials, at = [], {}, 0
+    while at < len(data):
+        flags, position, serial = struct.unpack("<BQI", data[at + 5:at + 18])
+        sizes = data[at + 27:at + 27 + data[at + 26]]
+        if flags & 2:
+            serials[serial] = OggStream()
+            streams.append(serials[serial])
+        at += 27 + len(sizes)
+        serials[serial].add_page(flags, position, sizes, data[at:at + sum(sizes)])
+        at += sum(sizes)
+    return streams
+
+
 def of_ogg(data):
     contents = Contents()
-    file = io.BytesIO(data)
-    pages = []
-    while file.tell() < len(data):
-        pages.append(mutagen.ogg.OggPage(file))
-    packets = mutagen.ogg.OggPage.to_packets(pages)
-    add_xiph(contents, mutagen.File(io.BytesIO(data)).tags)
-    if packets[0].startswith(b"\x7fFLAC"):
-        contents["last block"] = [index for index, packet in enumerate(packets)
-                                  if index and packet[0] & 0x80 and packet[0] != 0xff]
-    del packets[1]
-    contents.add_audio(b"".join(packets))
+    for number, stream in enumerate(ogg_streams(data), 1):
+        tag, audio = (("Xiph", "audio") if number == 1 else
+                      (f"Xiph ({number})", f"audio ({number})"))
+        packets = stream.add_comment(contents, tag)
+        if number == 1 and packets[0].startswith(b"\x7fFLAC"):
+            contents["last block"] = [index for index, packet in enumerate(stream.packets)
+                                      if index and packet[0] & 0x80 and packet[0] != 0xff]
+        if stream.open:
+            contents["unfinished packet"] = [number]
+        contents[audio] = hashlib.md5(b"".join(packets)).hexdigest()
+        contents[f"end of {audio}"] = [(stream.position, stream.flags & 4)]
     return contents
 
 
@@ -221,10 +224,16 @@ DATA_OBJECT = bytes.fromhex("3626b2758e66cf11a6d900aa0062ce6c")
 DESCRIPTION_TEXTS = ("Title", "Author", "Copyright", "Description", "Rating")
 
 
+def asf_value(value):
+    """(type, content), followed by language and stream if they are not those of the file."""
+    place = (value.language or 0, value.stream or 0)
+    return (value.TYPE, value.value, *(place if any(place) else ()))
+
+
 def of_asf(data):
     contents = Contents()
     tags = mutagen.asf.ASF(io.BytesIO(data)).tags
-    attributes = {key: [(value.TYPE, value.value) for value in tags[key]] for key in tags.keys()}
+    attributes = {key: [asf_value(value) for value in tags[key]] for key in tags.keys()}
     at = data.find(CONTENT_DESCRIPTION)
     lengths = struct.unpack("<5H", data[at + 24:at + 34]) if at >= 0 else (0,) * 5
     # mutagen puts these texts in front of the attributes with the same names.
@@ -240,7 +249,8 @@ def of_asf(data):
 
 
 READERS = {"mp3": of_mpeg, "aif": of_chunks, "aiff": of_chunks, "wav": of_chunks, "dsf": of_dsf,
-           "m4a": of_mp4, "flac": of_flac, "ogg": of_ogg, "oga": of_ogg, "opus": of_ogg,
+           "m4a": of_mp4, "m4b": of_mp4, "m4v": of_mp4, "mp4": of_mp4,
+           "flac": of_flac, "ogg": of_ogg, "oga": of_ogg, "opus": of_ogg,
            "wma": of_asf, "ape": of_ape, "wv": of_ape, "mpc": of_ape}
 
 

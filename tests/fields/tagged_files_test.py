@@ -9,7 +9,7 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."
 
 from edits import EditTest, audio_digests, contents, data, tag_contents  # noqa: E402
 from expectations import (  # noqa: E402
-    FIELDS, VALUES, family_of, names_of, put, removed_names_of)
+    FIELDS, VALUES, edited_names, family_of, is_core, is_refused, put)
 from saved_files import SAVED, saved  # noqa: E402
 
 # The ID3v1 tag that an MP3 gets when TagLib's generic file reference saves it: what the ID3v2 tag
@@ -26,11 +26,6 @@ TYPICAL = {"rating": 3.5, "compilation": True, "bpm": 120, "year": 2024, "trackN
            "totalNumberOfTracks": 12, "disc": [2, 3]}
 # These fields do not simply replace the old value; other tests show what they do.
 OF_THEIR_OWN = ("comment", "lyrics", "catalogNumber", "trackNumber", "totalNumberOfTracks")
-
-
-def is_core(field):
-    """Whether TagLib's generic tag writes the field, into all tags that the file has."""
-    return FIELDS[field].get("kind") == "core" or field == "year"
 
 
 def stored_typical(field, family):
@@ -56,28 +51,10 @@ def stored_absent(field, family):
 
 class TaggedFiles(EditTest):
 
-    def is_refused(self, name, field):
-        family = family_of(name)
-        if field == "cueSheet":
-            return family in ("id3v2", "mp4", "asf") or name.endswith(".mpc")
-        return field == "totalNumberOfTracks" and family == "asf"
-
-    def edited_names(self, name, field):
-        """The names that are not compared."""
-        family = family_of(name)
-        names = set(names_of(field, family)) | set(removed_names_of(field, family))
-        if is_core(field):
-            names |= set(names_of(field, "id3v2")) | set(names_of(field, "ape"))
-        if "id3v1" in FIELDS[field] and (is_core(field) or name.endswith(".mp3")):
-            names.add("ID3v1 " + FIELDS[field]["id3v1"])
-        if field == "genre":
-            names.add("ID3v1 genre")
-        return {key.upper() for key in names}
-
     def check(self, name, field, value, stored):
         family = family_of(name)
         path = self.file(name)
-        if self.is_refused(name, field):
+        if is_refused(name, field):
             return self.assert_untouched(path, contents(data(name)),
                                          lambda: self.edit(field, value, path))
         self.assert_edited(field, value, path)
@@ -88,13 +65,13 @@ class TaggedFiles(EditTest):
             expected["ID3v1 genre"] = [255]
         found = tag_contents(path)
         if is_core(field) or field in OF_THEIR_OWN:
-            names = self.edited_names(name, field)
+            names = edited_names(name, field)
             for tags in (found, expected):
                 for key in [key for key in tags if key.upper() in names]:
                     del tags[key]
         else:
             for key in [key for key in expected  # APE items, in whose keys the case may change
-                        if key.upper() in self.edited_names(name, field)]:
+                        if key.upper() in edited_names(name, field)]:
                 del expected[key]
             put(expected, field, family, stored)
         if not any(key.startswith("ID3v2 ") for key in expected):
