@@ -3,7 +3,10 @@
 #include <id3v2framefactory.h>
 #include <id3v2header.h>
 
+#include "dsf/stream_types.h"
+
 namespace TagLib::DSF {
+inline namespace tagwriter {
 namespace {
 
 // The DSD chunk, with which the file starts (DSF File Format Specification, version 1.01).
@@ -12,9 +15,9 @@ namespace {
 //  12  8  total file size: neither read nor written (see File::save)
 //  20  8  pointer to the metadata chunk, 0 if there is none
 constexpr const char* kDsdChunkId = "DSD ";
-constexpr unsigned long kChunkIdWidth = 4;
-constexpr long kMetadataPointerOffset = 20;
-constexpr unsigned long kMetadataPointerWidth = 8;
+constexpr unsigned kChunkIdWidth = 4;
+constexpr unsigned kMetadataPointerOffset = 20;
+constexpr unsigned kMetadataPointerWidth = 8;
 
 constexpr bool kMostSignificantByteFirst = false;  // in all numbers of the file
 
@@ -27,8 +30,8 @@ class File::FilePrivate {
   bool canSeek() const { return metadataOffset >= 0; }
 
   long long metadataOffset = -1;
-  unsigned long long tagSize = 0;  // on disk, with header and footer
-  bool hasTag = false;             // found on disk, or written since
+  StreamSize tagSize = 0;  // on disk, with header and footer
+  bool hasTag = false;     // found on disk, or written since
 
   // Members are destroyed in reverse order: the properties before the tag.
   std::unique_ptr<ID3v2::Tag> tag;
@@ -88,7 +91,7 @@ void File::read(bool readProperties) {
   // Quirk: a pointer to nowhere counts as a tag too, so that a file in doubt is left as it is: a
   // later save writes no tag, and only removing the tag resets the pointer. TagLib parses whatever
   // is at the stream's position, usually into an empty tag.
-  d->tag = std::make_unique<ID3v2::Tag>(this, static_cast<long>(d->metadataOffset),
+  d->tag = std::make_unique<ID3v2::Tag>(this, static_cast<StreamOffset>(d->metadataOffset),
                                         ID3v2::FrameFactory::instance());
   d->hasTag = true;
   d->tagSize = d->tag->header()->completeTagSize();
@@ -98,7 +101,7 @@ void File::removeMetadata() {
   if (!d->hasTag) return;
 
   // Given an impossible offset, some streams, such as TagLib's own, would damage the audio.
-  if (d->canSeek()) removeBlock(static_cast<unsigned long>(d->metadataOffset), d->tagSize);
+  if (d->canSeek()) removeBlock(static_cast<StreamStart>(d->metadataOffset), d->tagSize);
   d->hasTag = false;
   d->tagSize = 0;
   d->metadataOffset = 0;
@@ -109,7 +112,7 @@ void File::writeMetadata() {
   if (d->hasTag) {
     const ByteVector rendered = d->tag->render();
     // As above: a tag without a valid position is not written.
-    if (d->canSeek()) insert(rendered, static_cast<unsigned long>(d->metadataOffset), d->tagSize);
+    if (d->canSeek()) insert(rendered, static_cast<StreamStart>(d->metadataOffset), d->tagSize);
     d->tagSize = d->tag->header()->completeTagSize();
     return;
   }
@@ -128,4 +131,5 @@ void File::writeMetadataPointer() {
   writeBlock(ByteVector::fromLongLong(d->metadataOffset, kMostSignificantByteFirst));
 }
 
+}  // namespace tagwriter
 }  // namespace TagLib::DSF

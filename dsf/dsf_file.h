@@ -13,6 +13,7 @@
 #include "dsf/dsf_properties.h"
 
 namespace TagLib::DSF {
+inline namespace tagwriter {
 
 /// A DSF file and its ID3v2 tag (DSF File Format Specification, version 1.01).
 class File : public TagLib::File {
@@ -56,4 +57,5 @@ class File : public TagLib::File {
   std::unique_ptr<FilePrivate> d;
 };
 
+}  // namespace tagwriter
 }  // namespace TagLib::DSF

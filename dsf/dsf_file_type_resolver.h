@@ -1,4 +1,4 @@
-// Lets TagLib::FileRef open ".dsf" files, which TagLib does not know.
+// Lets TagLib::FileRef open ".dsf" files as this directory's class.
 #pragma once
 
 #include <fileref.h>

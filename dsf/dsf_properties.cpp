@@ -4,8 +4,10 @@
 #include <limits>
 
 #include "dsf/dsf_file.h"
+#include "dsf/stream_types.h"
 
 namespace TagLib::DSF {
+inline namespace tagwriter {
 namespace {
 
 // The fmt chunk (DSF File Format Specification, version 1.01), after the DSD chunk.
@@ -21,7 +23,7 @@ namespace {
 //      24  8  sample count per channel
 //      32  4  block size per channel: not used
 constexpr const char* kFmtChunkId = "fmt ";
-constexpr long kFmtChunkOffset = 28;
+constexpr unsigned kFmtChunkOffset = 28;
 constexpr long long kFmtHeaderSize = 12;
 constexpr long long kFmtSizeLimit = 128;  // no more is read of a longer chunk
 constexpr unsigned int kChannelCount = 12;
@@ -35,15 +37,19 @@ constexpr unsigned int kSampleCount = 24;
 constexpr const char* kDataChunkId = "data";
 constexpr unsigned long long kDataHeaderBits = 96;
 
-constexpr unsigned long kChunkIdWidth = 4;
-constexpr unsigned long kChunkSizeWidth = 8;
+constexpr unsigned kChunkIdWidth = 4;
+constexpr unsigned kChunkSizeWidth = 8;
 constexpr bool kMostSignificantByteFirst = false;  // in all numbers of the file
 
-/// Seconds of audio, truncated towards zero; 0 if the division is undefined.
-long long lengthOf(long long sampleCount, int sampleRate) {
+/// Whether the samples divided by the rate are a number of seconds.
+bool isDefined(long long sampleCount, int sampleRate) {
   constexpr long long kMin = std::numeric_limits<long long>::min();
-  if (sampleRate == 0 || (sampleRate == -1 && sampleCount == kMin)) return 0;
-  return sampleCount / sampleRate;
+  return sampleRate != 0 && (sampleRate != -1 || sampleCount != kMin);
+}
+
+/// The milliseconds beyond whole seconds, truncated towards zero.
+int millisecondsOf(long long sampleCount, int sampleRate) {
+  return static_cast<int>(sampleCount % sampleRate * 1000 / sampleRate);
 }
 
 /// The bitrate in kbit/s of a data chunk of `dataSize` bytes that plays for `length` > 0 seconds.
@@ -57,22 +63,31 @@ int bitrateOf(long long dataSize, long long length) {
 
 class Properties::PropertiesPrivate {
  public:
-  long long length = 0;
   int bitrate = 0;
   int sampleRate = 0;
   int channels = 0;
   int bitsPerSample = 0;  // AudioProperties has no accessor for it
 };
 
+int Lengths::lengthInSeconds() const {
+  return static_cast<int>(seconds_);
+}
+
+int Lengths::lengthInMilliseconds() const {
+  // A number that does not fit wraps around, as that of the seconds does.
+  return static_cast<int>(1000U * static_cast<unsigned>(seconds_) +
+                          static_cast<unsigned>(milliseconds_));
+}
+
 Properties::Properties(File* file, ReadStyle style)
-    : AudioProperties(style), d(std::make_unique<PropertiesPrivate>()) {
+    : Lengths(style), d(std::make_unique<PropertiesPrivate>()) {
   read(file);
 }
 
 Properties::~Properties() = default;
 
 int Properties::length() const {
-  return static_cast<int>(d->length);
+  return lengthInSeconds();
 }
 
 int Properties::bitrate() const {
@@ -95,16 +110,21 @@ void Properties::read(File* file) {
   if (fmtSize < kFmtHeaderSize) return;
 
   // Fields beyond the end of a short body read as 0.
-  const ByteVector body = file->readBlock(
-      static_cast<unsigned long>(std::min(fmtSize, kFmtSizeLimit) - kFmtHeaderSize));
+  const ByteVector body =
+      file->readBlock(static_cast<StreamSize>(std::min(fmtSize, kFmtSizeLimit) - kFmtHeaderSize));
   d->channels = static_cast<int>(body.toUInt(kChannelCount, kMostSignificantByteFirst));
   d->sampleRate = static_cast<int>(body.toUInt(kSamplingFrequency, kMostSignificantByteFirst));
   d->bitsPerSample = static_cast<int>(body.toUInt(kBitsPerSample, kMostSignificantByteFirst));
-  d->length = lengthOf(body.toLongLong(kSampleCount, kMostSignificantByteFirst), d->sampleRate);
+  const long long sampleCount = body.toLongLong(kSampleCount, kMostSignificantByteFirst);
+  if (isDefined(sampleCount, d->sampleRate)) {
+    seconds_ = sampleCount / d->sampleRate;
+    milliseconds_ = millisecondsOf(sampleCount, d->sampleRate);
+  }
 
   if (file->readBlock(kChunkIdWidth) != kDataChunkId) return;
   const long long dataSize = file->readBlock(kChunkSizeWidth).toLongLong(kMostSignificantByteFirst);
-  if (d->length > 0) d->bitrate = bitrateOf(dataSize, d->length);
+  if (seconds_ > 0) d->bitrate = bitrateOf(dataSize, seconds_);
 }
 
+}  // namespace tagwriter
 }  // namespace TagLib::DSF

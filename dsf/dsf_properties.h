@@ -6,20 +6,38 @@
 #include <memory>
 
 namespace TagLib::DSF {
+inline namespace tagwriter {
 
 class File;
+
+/// The lengths that a class answers in TagLib 2, where they are virtual, but not in TagLib 1. They
+/// are in a class of their own because `override` would be right in one series only.
+class Lengths : public AudioProperties {
+ public:
+  /// The length in whole seconds, truncated towards zero.
+  int lengthInSeconds() const;
+
+  /// The same in milliseconds.
+  int lengthInMilliseconds() const;
+
+ protected:
+  using AudioProperties::AudioProperties;
+
+  long long seconds_ = 0;
+  int milliseconds_ = 0;  ///< beyond the whole seconds
+};
 
 /// The audio properties of a DSF file (DSF File Format Specification, version 1.01, fmt chunk and
 /// data chunk). A missing value is 0; if the fmt chunk is not where it belongs, all are 0. Values
 /// are returned as the file states them, unchecked.
-class Properties : public AudioProperties {
+class Properties : public Lengths {
  public:
   /// Reads the properties from `file`, which is borrowed for this call; its position changes.
   /// `style` makes no difference.
   explicit Properties(File* file, ReadStyle style = Average);
   ~Properties() override;
 
-  /// The length in whole seconds, truncated towards zero.
+  /// The same as lengthInSeconds().
   int length() const override;
 
   /// The bitrate of the audio data in kbit/s; 0 for less than a second of audio.
@@ -38,4 +56,5 @@ class Properties : public AudioProperties {
   std::unique_ptr<PropertiesPrivate> d;
 };
 
+}  // namespace tagwriter
 }  // namespace TagLib::DSF

@@ -170,7 +170,7 @@ class Commit {
 
   /// Returns whether the file has that length now, whatever the player says.
   bool truncate(std::uint64_t length) {
-    file_.truncate(static_cast<long>(length));
+    file_.truncate(static_cast<TagLib::StreamOffset>(length));
     const auto now = file_.extent();
     return now && now->length == length;
   }

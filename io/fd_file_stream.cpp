@@ -9,6 +9,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 #include "base/log.h"
 #include "io/lost_writes.h"
@@ -21,7 +22,7 @@ namespace {
 
 using tagwriter::logText;
 
-constexpr unsigned long kBufferSize = 1024;
+constexpr StreamSize kBufferSize = 1024;
 
 std::size_t readInto(std::FILE* file, ByteVector& buffer) {
   return buffer.isEmpty() ? 0 : std::fread(buffer.data(), 1, buffer.size(), file);
@@ -74,7 +75,7 @@ FileName FDFileStream::name() const {
   return d->name.toCString(true);
 }
 
-ByteVector FDFileStream::readBlock(unsigned long length) {
+ByteVector FDFileStream::readBlock(StreamSize length) {
   if (!isOpen()) {
     logText("FDFileStream::readBlock() -- invalid file");
     return ByteVector();
@@ -82,8 +83,8 @@ ByteVector FDFileStream::readBlock(unsigned long length) {
   if (length == 0) return ByteVector();
 
   if (length > kBufferSize) {
-    const auto fileLength = static_cast<unsigned long>(std::max(this->length(), 0L));
-    length = std::min({length, fileLength, static_cast<unsigned long>(INT_MAX)});
+    const auto fileLength = static_cast<std::uint64_t>(std::max(this->length(), StreamOffset{0}));
+    length = static_cast<StreamSize>(std::min<std::uint64_t>({length, fileLength, INT_MAX}));
   }
   ByteVector buffer(static_cast<unsigned int>(length), 0);
   buffer.resize(static_cast<unsigned int>(readInto(d->file, buffer)));
@@ -102,7 +103,7 @@ void FDFileStream::writeBlock(const ByteVector& data) {
   writeFrom(d->file, data);
 }
 
-void FDFileStream::insert(const ByteVector& data, unsigned long start, unsigned long replace) {
+void FDFileStream::insert(const ByteVector& data, StreamStart start, StreamSize replace) {
   if (!isOpen()) {
     logText("FDFileStream::insert() -- invalid file");
     return;
@@ -111,10 +112,10 @@ void FDFileStream::insert(const ByteVector& data, unsigned long start, unsigned 
     logText("FDFileStream::insert() -- read only file");
     return;
   }
-  if (!isWithinReach(start, std::max<unsigned long>(replace, data.size()))) return;
+  if (!isWithinReach(start, std::max<StreamSize>(replace, data.size()))) return;
 
   if (data.size() <= replace) {
-    seek(static_cast<long>(start));
+    seek(static_cast<StreamOffset>(start));
     writeBlock(data);
     if (data.size() < replace) removeBlock(start + data.size(), replace - data.size());
     return;
@@ -122,21 +123,21 @@ void FDFileStream::insert(const ByteVector& data, unsigned long start, unsigned 
 
   // The file grows. Each pass reads the chunk that the next write overwrites, so the buffer must be
   // at least as long as the growth.
-  const unsigned long growth = data.size() - replace;
-  const unsigned long bufferLength = (growth + kBufferSize - 1) / kBufferSize * kBufferSize;
+  const StreamSize growth = data.size() - replace;
+  const StreamSize bufferLength = (growth + kBufferSize - 1) / kBufferSize * kBufferSize;
 
-  unsigned long readPosition = start + replace;
-  unsigned long writePosition = start;
+  StreamStart readPosition = start + replace;
+  StreamStart writePosition = start;
   ByteVector pending = data;
   ByteVector carry(static_cast<unsigned int>(bufferLength), 0);
 
   while (true) {
-    seek(static_cast<long>(readPosition));
+    seek(static_cast<StreamOffset>(readPosition));
     const std::size_t count = readInto(d->file, carry);
     carry.resize(static_cast<unsigned int>(count));
     if (count < bufferLength) clear();  // so that the write at the end of the file succeeds
 
-    seek(static_cast<long>(writePosition));
+    seek(static_cast<StreamOffset>(writePosition));
     writeBlock(pending);
     if (count == 0) return;
 
@@ -146,41 +147,42 @@ void FDFileStream::insert(const ByteVector& data, unsigned long start, unsigned 
   }
 }
 
-void FDFileStream::removeBlock(unsigned long start, unsigned long length) {
+void FDFileStream::removeBlock(StreamStart start, StreamSize length) {
   if (!isOpen()) {
     logText("FDFileStream::removeBlock() -- invalid file");
     return;
   }
   if (!isWithinReach(start, length)) return;
 
-  unsigned long readPosition = start + length;
-  unsigned long writePosition = start;
+  StreamStart readPosition = start + length;
+  StreamStart writePosition = start;
   ByteVector buffer(static_cast<unsigned int>(kBufferSize), 0);
 
   while (true) {
-    seek(static_cast<long>(readPosition));
+    seek(static_cast<StreamOffset>(readPosition));
     const std::size_t count = readInto(d->file, buffer);
     if (count < buffer.size()) {
       clear();
       buffer.resize(static_cast<unsigned int>(count));
     }
-    seek(static_cast<long>(writePosition));
+    seek(static_cast<StreamOffset>(writePosition));
     writeFrom(d->file, buffer);
     readPosition += count;
     writePosition += count;
     if (count == 0) break;
   }
-  truncate(static_cast<long>(writePosition));
+  truncate(static_cast<StreamOffset>(writePosition));
 }
 
 /// Whether a file can have the range. Beyond the end only a seek shows the file system's limit.
-bool FDFileStream::isWithinReach(unsigned long start, unsigned long length) const {
-  if (start > LONG_MAX || length > LONG_MAX - start) return false;
+bool FDFileStream::isWithinReach(std::uint64_t start, std::uint64_t length) const {
+  constexpr std::uint64_t kMax = std::numeric_limits<StreamOffset>::max();
+  if (start > kMax || length > kMax - start) return false;
   const auto now = extent();
   if (now && start + length <= now->length) return true;
-  const long position = std::ftell(d->file);
-  const bool possible = std::fseek(d->file, static_cast<long>(start + length), SEEK_SET) == 0;
-  std::fseek(d->file, position, SEEK_SET);
+  const off_t position = ::ftello(d->file);
+  const bool possible = ::fseeko(d->file, static_cast<off_t>(start + length), SEEK_SET) == 0;
+  ::fseeko(d->file, position, SEEK_SET);
   return possible;
 }
 
@@ -196,20 +198,20 @@ int FDFileStream::descriptor() const {
   return isOpen() ? ::fileno(d->file) : -1;
 }
 
-void FDFileStream::seek(long offset, Position position) {
+void FDFileStream::seek(StreamOffset offset, Position position) {
   if (!isOpen()) {
     logText("FDFileStream::seek() -- invalid file");
     return;
   }
   switch (static_cast<unsigned int>(position)) {
     case Beginning:
-      std::fseek(d->file, offset, SEEK_SET);
+      ::fseeko(d->file, offset, SEEK_SET);
       break;
     case Current:
-      std::fseek(d->file, offset, SEEK_CUR);
+      ::fseeko(d->file, offset, SEEK_CUR);
       break;
     case End:
-      std::fseek(d->file, offset, SEEK_END);
+      ::fseeko(d->file, offset, SEEK_END);
       break;
     default:
       logText("FDFileStream::seek() -- Invalid Position value.");
@@ -222,18 +224,18 @@ void FDFileStream::clear() {
   std::clearerr(d->file);
 }
 
-long FDFileStream::tell() const {
-  return isOpen() ? std::ftell(d->file) : 0;
+StreamOffset FDFileStream::tell() const {
+  return isOpen() ? static_cast<StreamOffset>(::ftello(d->file)) : 0;
 }
 
-long FDFileStream::length() {
+StreamOffset FDFileStream::length() {
   if (!isOpen()) {
     logText("FDFileStream::length() -- invalid file");
     return 0;
   }
-  const long position = tell();
+  const StreamOffset position = tell();
   seek(0, End);
-  const long end = tell();
+  const StreamOffset end = tell();
   seek(position, Beginning);
   return end;
 }
@@ -288,14 +290,14 @@ bool FDFileStream::connectForTruncation() {
   return truncation_ != nullptr;
 }
 
-void FDFileStream::truncate(long length) {
+void FDFileStream::truncate(StreamOffset length) {
   if (!isOpen()) return;
 
   if (std::fflush(d->file) != 0) {
     logText("FDFileStream::truncate() -- fflush error: %d %s.", errno, std::strerror(errno));
   }
   if (connectForTruncation()) {
-    const auto error = truncation_->truncate(descriptor(), static_cast<unsigned long>(length));
+    const auto error = truncation_->truncate(descriptor(), static_cast<std::uint64_t>(length));
     if (!error) return;
     logText("FDFileStream::truncate() -- xpc error: %s.\n", error->c_str());
     tagwriter::noteLostWrite();

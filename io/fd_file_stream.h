@@ -14,6 +14,8 @@
 #include <memory>
 #include <optional>
 
+#include "dsf/stream_types.h"
+
 namespace tagwriter {
 class Dictionary;
 class TruncationConnection;
@@ -43,20 +45,20 @@ class FDFileStream : public IOStream {
 
   /// Returns up to `length` bytes from the current position; fewer at the end of the file. If
   /// `length` is above 1024, no more than the length of the file is allocated.
-  ByteVector readBlock(unsigned long length) override;
+  ByteVector readBlock(StreamSize length) override;
 
   /// Writes `data` at the current position. Refused on a read-only stream.
   void writeBlock(const ByteVector& data) override;
 
   /// Replaces the `replace` bytes at offset `start` with `data` and moves the rest of the file.
   /// Refused on a read-only stream. Does nothing if the range is beyond what a file can hold.
-  void insert(const ByteVector& data, unsigned long start = 0, unsigned long replace = 0) override;
+  void insert(const ByteVector& data, StreamStart start = 0, StreamSize replace = 0) override;
 
   /// Removes the `length` bytes at offset `start` and truncates the file. Does nothing if the range
   /// is beyond what a file can hold.
   /// Quirk: not refused on a read-only stream, as in TagLib's own stream; the writes fail silently
   /// and the truncation is still tried. TagLib's save() refuses a read-only file before that.
-  void removeBlock(unsigned long start = 0, unsigned long length = 0) override;
+  void removeBlock(StreamStart start = 0, StreamSize length = 0) override;
 
   /// True unless the descriptor was opened for update.
   bool readOnly() const override;
@@ -67,21 +69,21 @@ class FDFileStream : public IOStream {
   int descriptor() const;
 
   /// Moves to `offset` bytes from `position`. An unknown position is reported and changes nothing.
-  void seek(long offset, Position position = Beginning) override;
+  void seek(StreamOffset offset, Position position = Beginning) override;
 
   /// Clears the end-of-file and error indicators.
   void clear() override;
 
   /// The current offset in bytes; 0 if not open.
-  long tell() const override;
+  StreamOffset tell() const override;
 
   /// The file's length in bytes; 0 if not open. The position does not change.
-  long length() override;
+  StreamOffset length() override;
 
   /// Sets the file's length in bytes. The player does it if the request has a truncation endpoint
   /// and a connection to it can be made; otherwise the stream truncates the descriptor itself. If
   /// the player fails there is no fallback: the file keeps its length.
-  void truncate(long length) override;
+  void truncate(StreamOffset length) override;
 
   // These bypass the position and the buffer of the stream, and must not be mixed with reads,
   // writes and seeks. Offsets and sizes are in bytes. Failures are returned, not counted.
@@ -103,7 +105,7 @@ class FDFileStream : public IOStream {
   void releaseReserved();
 
  private:
-  bool isWithinReach(unsigned long start, unsigned long length) const;
+  bool isWithinReach(std::uint64_t start, std::uint64_t length) const;
   bool connectForTruncation();
 
   class FDFileStreamPrivate;

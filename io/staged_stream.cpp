@@ -4,6 +4,7 @@
 #include <array>
 #include <climits>
 #include <cstring>
+#include <limits>
 
 #include "io/commit.h"
 
@@ -55,14 +56,14 @@ StagedStream::StagedStream(FDFileStream& file, const std::optional<FDFileStream:
       plan_(extent_.length),
       refused_(!extent) {}
 
-ByteVector StagedStream::readBlock(unsigned long length) {
+ByteVector StagedStream::readBlock(StreamSize length) {
   if (!isOpen()) return file_.readBlock(length);  // says so
   if (length == 0 || refused_) return {};
 
-  constexpr unsigned long kNeedsLength = 1024;
+  constexpr StreamSize kNeedsLength = 1024;
   if (length > kNeedsLength) {
-    length = std::min(
-        {length, static_cast<unsigned long>(this->length()), static_cast<unsigned long>(INT_MAX)});
+    const auto fileLength = static_cast<std::uint64_t>(this->length());
+    length = static_cast<StreamSize>(std::min<std::uint64_t>({length, fileLength, INT_MAX}));
   }
   if (metEnd_) return {};
   const std::uint64_t left = plan_.length() - std::min(position_, plan_.length());
@@ -83,13 +84,13 @@ void StagedStream::writeBlock(const ByteVector& data) {
   position_ += data.size();
 }
 
-void StagedStream::insert(const ByteVector& data, unsigned long start, unsigned long replaced) {
+void StagedStream::insert(const ByteVector& data, StreamStart start, StreamSize replaced) {
   if (!isOpen() || readOnly()) return file_.insert(data, start, replaced);  // says so
   if (!change(start, replaced, data)) return;
   moveTo(data.size() == replaced ? start + replaced : plan_.length());
 }
 
-void StagedStream::removeBlock(unsigned long start, unsigned long length) {
+void StagedStream::removeBlock(StreamStart start, StreamSize length) {
   if (!isOpen()) return file_.removeBlock(start, length);  // says so
   if (readOnly()) {
     // There only the truncation takes effect.
@@ -103,7 +104,7 @@ void StagedStream::removeBlock(unsigned long start, unsigned long length) {
   moveTo(plan_.length());
 }
 
-void StagedStream::seek(long offset, Position position) {
+void StagedStream::seek(StreamOffset offset, Position position) {
   if (!isOpen()) return file_.seek(offset, position);  // says so
   std::uint64_t base = 0;
   switch (static_cast<unsigned>(position)) {
@@ -118,18 +119,19 @@ void StagedStream::seek(long offset, Position position) {
     default:
       return file_.seek(offset, position);  // says so
   }
-  long target = 0;
-  if (__builtin_add_overflow(static_cast<long>(base), offset, &target) || target < 0) return;
+  StreamOffset target = 0;
+  if (__builtin_add_overflow(static_cast<StreamOffset>(base), offset, &target) || target < 0)
+    return;
   moveTo(static_cast<std::uint64_t>(target));
 }
 
-long StagedStream::length() {
+StreamOffset StagedStream::length() {
   if (!isOpen()) return file_.length();  // says so
   metEnd_ = false;
-  return static_cast<long>(plan_.length());
+  return static_cast<StreamOffset>(plan_.length());
 }
 
-void StagedStream::truncate(long length) {
+void StagedStream::truncate(StreamOffset length) {
   if (!isOpen()) return;
   const auto newLength = static_cast<std::uint64_t>(length);
   if (isWithinReach(newLength, 0, 0)) plan_.resize(newLength);
@@ -146,7 +148,7 @@ void StagedStream::moveTo(std::uint64_t position) {
 
 /// Whether `replaced` bytes at `start` can become `added` bytes; if not, the plan is refused.
 bool StagedStream::isWithinReach(std::uint64_t start, std::uint64_t replaced, std::uint64_t added) {
-  constexpr std::uint64_t kMaxOffset = LONG_MAX;
+  constexpr std::uint64_t kMaxOffset = std::numeric_limits<StreamOffset>::max();
   const std::uint64_t length = std::max(start, plan_.length());
   refused_ = refused_ || start > kMaxOffset || replaced > kMaxOffset - start ||
              length - std::min(replaced, length - start) + added > maxLength_ ||

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "dsf/stream_types.h"
 #include "io/block_cache.h"
 #include "io/fd_file_stream.h"
 #include "io/piece_table.h"
@@ -26,17 +27,17 @@ class StagedStream final : public IOStream {
   StagedStream(FDFileStream& file, std::uint64_t maxGrowth);
 
   FileName name() const override { return file_.name(); }
-  ByteVector readBlock(unsigned long length) override;
+  ByteVector readBlock(StreamSize length) override;
   void writeBlock(const ByteVector& data) override;
-  void insert(const ByteVector& data, unsigned long start = 0, unsigned long replace = 0) override;
-  void removeBlock(unsigned long start = 0, unsigned long length = 0) override;
+  void insert(const ByteVector& data, StreamStart start = 0, StreamSize replace = 0) override;
+  void removeBlock(StreamStart start = 0, StreamSize length = 0) override;
   bool readOnly() const override { return file_.readOnly(); }
   bool isOpen() const override { return file_.isOpen(); }
-  void seek(long offset, Position position = Beginning) override;
+  void seek(StreamOffset offset, Position position = Beginning) override;
   void clear() override { metEnd_ = false; }
-  long tell() const override { return static_cast<long>(position_); }
-  long length() override;
-  void truncate(long length) override;
+  StreamOffset tell() const override { return static_cast<StreamOffset>(position_); }
+  StreamOffset length() override;
+  void truncate(StreamOffset length) override;
 
   /// The file's descriptor, which it owns; -1 when it could not be opened.
   int descriptor() const { return file_.descriptor(); }

@@ -11,6 +11,7 @@
 
 #include "dsf/dsf_file.h"
 #include "io/fd_file_stream.h"
+#include "tests/io/stream_file.h"
 #include "tests/support/temporary_directory.h"
 
 namespace tagwriter::test {

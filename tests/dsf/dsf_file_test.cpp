@@ -12,12 +12,6 @@
 namespace tagwriter::test {
 namespace {
 
-using TagLib::ByteVector;
-
-ByteVector vectorOf(const std::string& bytes) {
-  return ByteVector(bytes.data(), static_cast<unsigned int>(bytes.size()));
-}
-
 TEST(DsfFile, HasTheTagAtThePointer) {
   const OpenDsf dsf(dataFile("dsf_tagged.dsf"), O_RDONLY);
   ASSERT_TRUE(dsf.file.isValid());
@@ -40,7 +34,7 @@ TEST(DsfFile, HasAnEmptyTagWhereThePointerIsZeroOrPointsNowhere) {
 class SeekLog : public TagLib::ByteVectorStream {
  public:
   using ByteVectorStream::ByteVectorStream;
-  void seek(long offset, Position position) override {
+  void seek(TagLib::StreamOffset offset, Position position) override {
     if (position == Beginning) offsets.insert(offset);
     ByteVectorStream::seek(offset, position);
   }

@@ -15,10 +15,11 @@ namespace {
 
 using TagLib::DSFFileTypeResolver;
 
-/// An empty stream with this name.
+/// A stream with this name, over these bytes.
 class NamedStream : public TagLib::ByteVectorStream {
  public:
-  explicit NamedStream(const char* name) : ByteVectorStream(TagLib::ByteVector()), name_(name) {}
+  explicit NamedStream(const char* name, const std::string& bytes = {})
+      : ByteVectorStream(vectorOf(bytes)), name_(name) {}
   TagLib::FileName name() const override { return name_; }
 
  private:
@@ -95,6 +96,22 @@ TEST_F(DsfFileRef, NeverOpensTheNameOfAStream) {
 
   editUnderTheName(directory_.path() / "absent.DSF");
   EXPECT_FALSE(std::filesystem::exists(directory_.path() / "absent.DSF"));
+}
+
+/// TagLib 2 has a class with the name of ours. It recognizes the content of a stream whose name is
+/// not for the resolver.
+TEST_F(DsfFileRef, GetsOurClassAndDoesNotTakeTheOneOfTagLibForIt) {
+  const std::string bytes = readFile(dataFile("dsf_tagged.dsf"));
+  NamedStream named("song.dsf", bytes);
+  NamedStream unnamed("song", bytes);
+  const TagLib::FileRef ours(&named);
+  const TagLib::FileRef theirs(&unnamed);
+  EXPECT_NE(dynamic_cast<TagLib::DSF::File*>(ours.file()), nullptr);
+  EXPECT_EQ(theirs.isNull(), TAGLIB_MAJOR_VERSION == 1);
+  EXPECT_EQ(dynamic_cast<TagLib::DSF::File*>(theirs.file()), nullptr);
+  if (theirs.isNull()) return;
+  EXPECT_EQ(theirs.tag()->title(), ours.tag()->title());
+  EXPECT_EQ(dynamic_cast<TagLib::DSF::Properties*>(theirs.audioProperties()), nullptr);
 }
 
 TEST_F(DsfFileRef, OpensDsfFilesOnly) {

@@ -22,11 +22,10 @@ constexpr Values kNothing = {0, 0, 0, 0};
 constexpr Values kAll = {3, 5644, kRate, 2};  // 2 channels of 2822400 bits per second
 
 Values valuesOf(const std::string& bytes, TagLib::AudioProperties::ReadStyle style) {
-  TagLib::ByteVectorStream stream(
-      TagLib::ByteVector(bytes.data(), static_cast<unsigned int>(bytes.size())));
+  TagLib::ByteVectorStream stream(vectorOf(bytes));
   const TagLib::DSF::File file(&stream, true, style);
   EXPECT_TRUE(file.isValid());
-  const TagLib::AudioProperties* properties = file.audioProperties();
+  const TagLib::DSF::Properties* properties = file.audioProperties();
   if (!properties) return {-1, -1, -1, -1};
   return {properties->length(), properties->bitrate(), properties->sampleRate(),
           properties->channels()};
@@ -92,6 +91,33 @@ TEST(DsfProperties, FollowTheNumbersOfTheFile) {
     dsf.dataSize = row.dataSize;
     EXPECT_EQ(valuesOf(dsf), row.expected)
         << row.channels << " " << row.sampleRate << " " << row.sampleCount << " " << row.dataSize;
+  }
+}
+
+TEST(DsfProperties, HaveTheLengthInMillisecondsToo) {
+  struct Row {
+    std::int64_t sampleCount;
+    std::uint32_t sampleRate;
+    int seconds;
+    int milliseconds;
+  };
+  for (const Row& row : {Row{5 * kRate / 2 - 1, kRate, 2, 2499},
+                         {-5 * kRate / 2, kRate, -2, -2500},
+                         {kMax, 0x7FFFFFFF, 2, 2000},
+                         {kMin, 0xFFFFFFFF, 0, 0},
+                         {3, 0, 0, 0}}) {
+    DsfBytes dsf;
+    dsf.sampleCount = row.sampleCount;
+    dsf.sampleRate = row.sampleRate;
+    TagLib::ByteVectorStream stream(vectorOf(dsf.bytes()));
+    const TagLib::DSF::File file(&stream);
+    EXPECT_EQ(file.audioProperties()->lengthInSeconds(), row.seconds);
+    EXPECT_EQ(file.audioProperties()->lengthInMilliseconds(), row.milliseconds);
+    // TagLib 1 asks only its own classes.
+    const TagLib::AudioProperties& asAnyFile = *file.audioProperties();
+    constexpr bool kAsksOurs = TAGLIB_MAJOR_VERSION > 1;
+    EXPECT_EQ(asAnyFile.lengthInSeconds(), kAsksOurs ? row.seconds : 0);
+    EXPECT_EQ(asAnyFile.lengthInMilliseconds(), kAsksOurs ? row.milliseconds : 0);
   }
 }
 

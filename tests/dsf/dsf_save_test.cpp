@@ -6,6 +6,7 @@
 #include <limits>
 #include <random>
 
+#include "dsf/stream_types.h"
 #include "tests/dsf/dsf_bytes.h"
 
 namespace tagwriter::test {
@@ -14,10 +15,6 @@ namespace {
 using TagLib::ByteVector;
 using TagLib::DSF::File;
 using TagLib::ID3v2::Tag;
-
-std::string stringOf(const ByteVector& bytes) {
-  return std::string(bytes.begin(), bytes.end());
-}
 
 /// The file's bytes after each save, computed in memory.
 class SaveModel {
@@ -158,11 +155,12 @@ TEST_F(DsfSave, WritesWhatMutagenReads) {
 /// Takes no change and reports nothing.
 class DeafStream : public TagLib::ByteVectorStream {
  public:
-  explicit DeafStream(const std::string& bytes)
-      : ByteVectorStream(ByteVector(bytes.data(), static_cast<unsigned int>(bytes.size()))) {}
+  explicit DeafStream(const std::string& bytes) : ByteVectorStream(vectorOf(bytes)) {}
   void writeBlock(const ByteVector&) override { calls += "write "; }
-  void insert(const ByteVector&, unsigned long, unsigned long) override { calls += "insert "; }
-  void removeBlock(unsigned long, unsigned long) override { calls += "remove "; }
+  void insert(const ByteVector&, TagLib::StreamStart, TagLib::StreamSize) override {
+    calls += "insert ";
+  }
+  void removeBlock(TagLib::StreamStart, TagLib::StreamSize) override { calls += "remove "; }
   std::string calls;
 };
 

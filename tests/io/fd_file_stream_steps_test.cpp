@@ -24,11 +24,11 @@ class Recording final : public Stream {
     record("write " + std::to_string(data.size()));
     Stream::writeBlock(data);
   }
-  void removeBlock(unsigned long start, unsigned long length) override {
+  void removeBlock(TagLib::StreamStart start, TagLib::StreamSize length) override {
     record("remove " + std::to_string(start) + " " + std::to_string(length));
     Stream::removeBlock(start, length);
   }
-  void seek(long offset, TagLib::IOStream::Position position) override {
+  void seek(TagLib::StreamOffset offset, TagLib::IOStream::Position position) override {
     record("seek " + std::to_string(offset) +
            (position == TagLib::IOStream::End ? " from end" : ""));
     Stream::seek(offset, position);
@@ -37,7 +37,7 @@ class Recording final : public Stream {
     record("clear");
     Stream::clear();
   }
-  void truncate(long length) override {
+  void truncate(TagLib::StreamOffset length) override {
     record("truncate " + std::to_string(length));
     Stream::truncate(length);
   }

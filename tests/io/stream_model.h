@@ -4,14 +4,20 @@
 #include <tiostream.h>
 
 #include <algorithm>
-#include <climits>
+#include <cstdint>
+#include <limits>
 #include <string>
 
+#include "dsf/stream_types.h"
 #include "tests/io/stream_file.h"
 
 namespace tagwriter::test {
 
 class StreamModel final : public TagLib::IOStream {
+  using Offset = TagLib::StreamOffset;
+  using Start = TagLib::StreamStart;
+  using Size = TagLib::StreamSize;
+
  public:
   explicit StreamModel(std::string bytes) : bytes_(std::move(bytes)) {}
 
@@ -21,11 +27,11 @@ class StreamModel final : public TagLib::IOStream {
   bool readOnly() const override { return false; }
   bool isOpen() const override { return true; }
   void clear() override {}
-  long tell() const override { return static_cast<long>(position_); }
-  long length() override { return static_cast<long>(bytes_.size()); }
-  void truncate(long length) override { bytes_.resize(static_cast<std::size_t>(length)); }
+  Offset tell() const override { return static_cast<Offset>(position_); }
+  Offset length() override { return static_cast<Offset>(bytes_.size()); }
+  void truncate(Offset length) override { bytes_.resize(static_cast<std::size_t>(length)); }
 
-  TagLib::ByteVector readBlock(unsigned long length) override {
+  TagLib::ByteVector readBlock(Size length) override {
     const std::string data = from(position_).substr(0, length);
     position_ += data.size();
     return vectorOf(data);
@@ -38,7 +44,7 @@ class StreamModel final : public TagLib::IOStream {
     position_ += data.size();
   }
 
-  void insert(const TagLib::ByteVector& data, unsigned long start, unsigned long replace) override {
+  void insert(const TagLib::ByteVector& data, Start start, Size replace) override {
     if (!isOffset(start, replace) || !isOffset(start, data.size())) return;
     if (data.size() == replace) {
       position_ = start;
@@ -48,18 +54,19 @@ class StreamModel final : public TagLib::IOStream {
     }
   }
 
-  void removeBlock(unsigned long start, unsigned long length) override {
+  void removeBlock(Start start, Size length) override {
     if (isOffset(start, length)) splice("", start, length);
   }
 
-  void seek(long offset, Position position) override {
-    const long target = offset + (position == Current ? tell() : position == End ? length() : 0);
+  void seek(Offset offset, Position position) override {
+    const Offset target = offset + (position == Current ? tell() : position == End ? length() : 0);
     if (target >= 0) position_ = static_cast<std::size_t>(target);
   }
 
  private:
-  static bool isOffset(unsigned long start, unsigned long length) {
-    return start <= LONG_MAX && length <= LONG_MAX - start;
+  static bool isOffset(std::uint64_t start, std::uint64_t length) {
+    constexpr std::uint64_t kMax = std::numeric_limits<Offset>::max();
+    return start <= kMax && length <= kMax - start;
   }
 
   std::string from(std::size_t start) const {
