@@ -30,18 +30,19 @@
 namespace tagwriter {
 
 /// Opens a `File` on `stream`, without reading the audio properties, and returns operation(file);
-/// false if the operation does not accept that class.
+/// false if the operation does not accept that class. In TagLib 1, the classes that read ID3v2
+/// frames want a frame factory; in TagLib 2, all arguments of a constructor but the stream have
+/// defaults and stand in the same order.
 template <typename File, typename Operation>
 bool openAs(TagLib::StagedStream& stream, const Operation& operation) {
   constexpr auto kStyle = TagLib::AudioProperties::Average;
   if constexpr (!std::is_invocable_r_v<bool, const Operation&, File&>) {
     return false;
-  } else if constexpr (std::is_same_v<File, TagLib::MPEG::File> ||
-                       std::is_same_v<File, TagLib::FLAC::File>) {
-    File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false, kStyle);
+  } else if constexpr (std::is_constructible_v<File, TagLib::IOStream*, bool, decltype(kStyle)>) {
+    File file(&stream, false, kStyle);
     return operation(file);
   } else {
-    File file(&stream, false, kStyle);
+    File file(&stream, TagLib::ID3v2::FrameFactory::instance(), false, kStyle);
     return operation(file);
   }
 }
