@@ -100,11 +100,11 @@ std::optional<String> getText(const TagLib::APE::Tag& tag, const char* key) {
 }
 
 String readID3v2FrameText(const TagLib::ID3v2::Tag& tag, const char* frameId) {
-  return getText(tag, frameId).value_or(nullString());
+  return getText(tag, frameId).value_or(String());
 }
 
 String readAPEItemText(const TagLib::APE::Tag& tag, const char* key) {
-  return getText(tag, key).value_or(nullString());
+  return getText(tag, key).value_or(String());
 }
 
 }  // namespace tagwriter

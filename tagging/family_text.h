@@ -67,10 +67,10 @@ std::optional<TagLib::String> getText(const TagLib::Ogg::XiphComment& comment, c
 std::optional<TagLib::String> getText(const TagLib::ASF::Tag& tag, const char* name);
 std::optional<TagLib::String> getText(const TagLib::APE::Tag& tag, const char* key);
 
-/// The text of the first frame called `frameId`, or the null string if there is none.
+/// The text of the first frame called `frameId`, or an empty string if there is none.
 TagLib::String readID3v2FrameText(const TagLib::ID3v2::Tag& tag, const char* frameId);
 
-/// The values of the item called `key`, joined with spaces, or the null string if there is none.
+/// The values of the item called `key`, joined with spaces, or an empty string if there is none.
 TagLib::String readAPEItemText(const TagLib::APE::Tag& tag, const char* key);
 
 }  // namespace tagwriter

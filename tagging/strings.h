@@ -5,10 +5,7 @@
 
 namespace tagwriter {
 
-/// TagLib's null string. TagLib treats it differently from an empty string.
-const TagLib::String& nullString();
-
-/// `value` (UTF-8) as a TagLib string; null gives the null string.
+/// `value` (UTF-8) as a TagLib string; null gives an empty one.
 TagLib::String toTagString(const char* value);
 
 }  // namespace tagwriter
