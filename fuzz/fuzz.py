@@ -10,13 +10,15 @@ input of each kind of failure, and runs.jsonl with one line for each run, from w
 a table.
 
 Several targets run side by side, as many as there are processors. Fails if a promise of ours is
-broken or our code crashes. A crash of TagLib at a damaged file is reported, and does not fail: the
-process of the service dies there, and the file is as it was. Inputs that take too much time or
-memory are counted: the service limits both.
+broken, if our code crashes, and if TagLib crashes in a way that is not in known_faults. A run goes
+on after each failure. Inputs that take too much time or memory are only counted: the service limits
+both.
 """
 
+import base64
 import collections
 import concurrent.futures
+import gzip
 import json
 import os
 import re
@@ -26,6 +28,9 @@ import sys
 import time
 from pathlib import Path
 
+from kinds import HANGS, OUT_OF_TIME, count, kind_of, kinds_in, known_faults
+from report import report
+
 FUZZ = Path(__file__).resolve().parent
 TARGETS = {
     "edit": "a file and a change, through the whole request handling",
@@ -34,20 +39,14 @@ TARGETS = {
     "read": "a file and a question, through the reader",
     "small": "number pairs, the codec of Ogg files, DSF files, images, texts",
 }
-# The service allows an edit 30 s of CPU time. The sanitizers take several times as long.
-SECONDS_PER_INPUT = 10
+HANGS_AFTER = 300  # seconds of real time; main.cpp limits the CPU time of an input
 MEGABYTES = 2048
 # Short records of allocations, because they are half of the work.
 ASAN_OPTIONS = "allocator_may_return_null=1:malloc_context_size=6:quarantine_size_mb=64"
-EXHAUSTED = ("timeout", "oom", "slow")  # kinds of inputs that are only counted
-OUT_OF_MEMORY = ("out-of-memory", "allocation-size-too-big", "calloc-overflow")
-UNREADABLE = "unreadable-"  # what edit.cpp keeps as an example
 
 EXECUTIONS = re.compile(r"^stat::number_of_executed_units: (\d+)", re.M)
-COVERED = re.compile(r"\((\d+) inline 8-bit counters\)[\s\S]* cov: (\d+)")
-FRAME = re.compile(r"^ +#\d+ 0x[0-9a-f]+ in (.+) (/\S+)", re.M)
-PROMISE = re.compile(r"^fuzz: promise broken: (.+)$", re.M)
-ERROR = re.compile(r"(?:AddressSanitizer|LeakSanitizer|libFuzzer): ([\w-]+)|runtime error: (.+)")
+EDGES = re.compile(r"^#\d+\s+\w+ +cov: (\d+)", re.M)
+ALL_EDGES = re.compile(r"\((\d+) inline 8-bit counters\)")
 
 
 class Target:
@@ -55,6 +54,7 @@ class Target:
 
     def __init__(self, build, name):
         self.name = name
+        self.cpu = 0.0  # seconds
         self.program = build / "bin" / f"fuzz_{name}"
         self.corpus = build / "corpus" / name
         self.findings = build / "findings" / name
@@ -67,6 +67,7 @@ class Target:
     def fuzz(self, seconds):
         """Fuzzes for that long, and starts again after each finding. Returns the numbers."""
         started, executions, kinds = time.monotonic(), 0, collections.Counter()
+        edges = set()
         while (left := seconds - (time.monotonic() - started)) >= 1:
             output = self.run(f"-max_total_time={int(left)}", f"-dict={FUZZ / 'tags.dict'}",
                               "-print_final_stats=1", self.corpus, self.seeds)
@@ -74,11 +75,12 @@ class Target:
             if not made or int(made[1]) == 0:
                 raise RuntimeError(f"{output[-3000:]}\nfuzz: {self.name} does not run")
             executions += int(made[1])
-            kinds.update(self.sort(path) for path in self.new.iterdir())
-        covered = COVERED.search(self.run("-runs=0", self.corpus, self.seeds))
+            edges.update(int(number) for number in EDGES.findall(output))
+            kinds.update(self.sort(path, output) for path in sorted(self.new.iterdir()))
         return {"target": self.name, "date": time.strftime("%Y-%m-%d"),
-                "seconds": round(time.monotonic() - started), "executions": executions,
-                "edges": int(covered[2]), "of": int(covered[1]),
+                "seconds": round(time.monotonic() - started), "cpu": round(self.cpu),
+                "executions": executions, "edges": max(edges, default=0),
+                "of": int(ALL_EDGES.search(output)[1]),
                 "inputs": len(list(self.corpus.iterdir())), "findings": dict(kinds)}
 
     def run(self, *arguments):
@@ -86,58 +88,42 @@ class Target:
         environment = os.environ | {
             "ASAN_OPTIONS": ASAN_OPTIONS, "UBSAN_OPTIONS": "print_stacktrace=1",
             "TAGWRITER_FUZZ_EXAMPLES": str(self.findings)}
-        result = subprocess.run(
-            [self.program, f"-timeout={SECONDS_PER_INPUT}", f"-rss_limit_mb={MEGABYTES}",
-             f"-artifact_prefix={self.new}/", "-entropic=0", *arguments],
-            env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT, check=False)
-        return result.stdout.decode(errors="replace")
+        with subprocess.Popen(
+                [self.program, f"-artifact_prefix={self.new}/", f"-rss_limit_mb={MEGABYTES}",
+                 f"-timeout={HANGS_AFTER}", f"-report_slow_units={HANGS_AFTER}", "-entropic=0",
+                 *arguments],
+                env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                stderr=subprocess.STDOUT) as process:
+            output = process.stdout.read().decode(errors="replace")
+            _, process.returncode, usage = os.wait4(process.pid, 0)
+        self.cpu += usage.ru_utime + usage.ru_stime
+        return output
 
-    def sort(self, path):
-        """Keeps this input if it is the first of its kind. Returns the kind."""
-        kind, output = path.name.split("-")[0], ""
-        if kind not in EXHAUSTED:
-            output = self.run(path)
+    def sort(self, path, output):
+        """Keeps this input if it is the first of its kind. `output` is that of the run that made
+        it. Returns the kind."""
+        # It may be from an earlier run, and would end every later one.
+        (self.corpus / path.name.rpartition("-")[2]).unlink(missing_ok=True)
+        if path.name.startswith("timeout"):  # of libFuzzer, in real time
+            kind = HANGS
+        else:
+            if OUT_OF_TIME not in output and not path.name.startswith("oom"):
+                output = self.run(path)
             kind = kind_of(output)
         kept = self.findings / kind
         if not kept.exists():
             shutil.copy(path, kept)
-            kept.with_name(kind + ".txt").write_text(output)
-        path.unlink(missing_ok=True)
+            kept.with_name(kind + ".txt").write_text(output[-20_000:])
+        path.unlink()
         return kind
-
-
-def kind_of(output):
-    """A name for a failure, as a file name: whose code it is in, what happens and where."""
-    if any(text in output for text in OUT_OF_MEMORY):
-        return "oom"
-    if promise := PROMISE.search(output):
-        return "ours-" + as_name(promise[1])
-    error = ERROR.search(output)
-    what = as_name(error[1] or error[2]) if error else "no-error-when-repeated"
-    for function, source in FRAME.findall(output):
-        if "/build/taglib/" in source or source.startswith(f"{FUZZ.parent}/"):
-            whose = "taglib" if "/build/taglib/" in source else "ours"
-            return f"{whose}-{what}-{as_name(re.sub(r'[(<].*', '', function))}"
-    return f"ours-{what}"
-
-
-def as_name(text):
-    return re.sub(r"\W+", "-", text).strip("-")[:80]
-
-
-def kinds_in(run, whose):
-    """The kinds of failures in "ours", our code, or in "taglib"."""
-    return sorted(kind for kind in run["findings"] if kind.startswith(f"{whose}-"))
 
 
 def line_of(run):
     """A run in one line."""
     return (f"{run['target']}: {run['seconds']} s, {run['executions']} executions, "
             f"{run['edges']} of {run['of']} edges, {run['inputs']} inputs in the corpus, "
-            f"{run['findings'].get('timeout', 0)} timeouts, "
-            f"{run['findings'].get('oom', 0)} out of memory, findings: "
-            f"{len(kinds_in(run, 'ours'))} ours, {len(kinds_in(run, 'taglib'))} of TagLib")
+            f"{count(run['findings'], 'timeout-')} timeouts, "
+            f"{count(run['findings'], 'oom-')} out of memory")
 
 
 def run_one(build, name, seconds):
@@ -148,44 +134,29 @@ def run_one(build, name, seconds):
     return run
 
 
+def shown(kind, build, target, is_known):
+    """How to reproduce a failure, also where nothing but this text is left."""
+    path = build / "findings" / target / kind
+    if is_known:
+        return f"  known: {kind}, {path}"
+    packed = base64.b64encode(gzip.compress(path.read_bytes(), mtime=0)).decode()
+    return (f"  NEW: {kind}\n    reproduce: {build}/bin/fuzz_{target} {path}\n"
+            f"    its report: {path}.txt\n"
+            f"    the input: base64 -d <<< {packed} | gunzip")
+
+
 def run_all(build, seconds, names):
     """Runs the targets and says what they found. Returns the exit status."""
-    failed = False
+    known, new = known_faults(), []
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         for run in pool.map(lambda name: run_one(build, name, seconds), names):
             print(line_of(run), flush=True)
-            for kind in kinds_in(run, "ours") + kinds_in(run, "taglib"):
-                path = build / "findings" / run["target"] / kind
-                print(f"  FOUND {kind}\n    reproduce: {build}/bin/fuzz_{run['target']} {path}\n"
-                      f"    its report: {path}.txt", flush=True)
-            failed = failed or bool(kinds_in(run, "ours"))
-    return 1 if failed else 0
-
-
-def row(name, runs):
-    """A row of the report, over all runs of a target."""
-    def kinds(whose):
-        return len({kind for run in runs for kind in kinds_in(run, whose)})
-
-    def inputs(kind):
-        return sum(run["findings"].get(kind, 0) for run in runs)
-
-    last = runs[-1]
-    return (f"| {name} | {sum(run['seconds'] for run in runs) / 3600:.2f} h | "
-            f"{sum(run['executions'] for run in runs):,} | {last['edges']:,} of {last['of']:,} | "
-            f"{last['inputs']:,} | {inputs('timeout')} | {inputs('oom')} | {kinds('ours')} | "
-            f"{kinds('taglib')} |")
-
-
-def report(build):
-    """A table over all runs so far, in Markdown."""
-    with open(build / "runs.jsonl", encoding="utf-8") as file:
-        runs = [json.loads(line) for line in file]
-    print("| target | time | executions | edges | corpus | timeouts | out of memory | our faults | "
-          "TagLib's |\n|---|---|---|---|---|---|---|---|---|")
-    for name in TARGETS:
-        if mine := [run for run in runs if run["target"] == name]:
-            print(row(name, mine))
+            for kind in kinds_in(run["findings"], ("ours-", "taglib-")):
+                new += [kind] if kind not in known else []
+                print(shown(kind, build, run["target"], kind in known), flush=True)
+    if new:
+        print("fuzz: a new failure; \"New failures\" in fuzz/README.md says what to do")
+    return 1 if new else 0
 
 
 def main():
@@ -196,7 +167,7 @@ def main():
         case ["run", build, seconds, *names] if names and set(names) <= set(TARGETS):
             return run_all(Path(build).resolve(), int(seconds), names)
         case ["report", build]:
-            report(Path(build))
+            print(report(build), end="")
         case _:
             print(__doc__)
             return 2
