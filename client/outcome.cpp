@@ -52,6 +52,10 @@ const char* textOf(Status status) {
       return "not what its name says";
     case Status::kEmptyFile:
       return "an empty file";
+    case Status::kCancelled:
+      return "cancelled";
+    case Status::kTimedOut:
+      return "the deadline has passed";
   }
   return "";
 }
@@ -79,6 +83,10 @@ const std::string& Outcome::detail() const {
 
 std::size_t Outcome::edit() const {
   return known().edit;
+}
+
+bool Outcome::mayHaveTouchedFile() const {
+  return status_ == Status::kWritten || status_ == Status::kTimesNotKept || known().touched;
 }
 
 std::string Outcome::message() const {

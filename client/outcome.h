@@ -34,6 +34,8 @@ enum class Status {
   kUnknownType,         ///< tags are not written into files with this extension; see anyFile
   kOtherContent,        ///< the content is plainly something else than the name says; see anyFile
   kEmptyFile,           ///< there is nothing in the file; see anyFile
+  kCancelled,           ///< stopped before it was sent; see WriteOptions::stop and ~TagWriter
+  kTimedOut,            ///< the deadline has passed; see WriteOptions::deadline
 };
 
 /// The status of a request, with details.
@@ -51,6 +53,9 @@ class [[nodiscard]] TAGWRITER_API Outcome {
   const std::string& detail() const;
   /// The index of the edit that failed, in the list that was to be written.
   std::size_t edit() const;
+  /// Whether the file may be other than before the call. After kIncomplete, kNoAnswer and kTimedOut
+  /// it may be damaged then. False in safe mode, unless the change was written.
+  bool mayHaveTouchedFile() const;
   /// A message for users: the status and the detail.
   std::string message() const;
 

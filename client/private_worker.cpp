@@ -1,6 +1,8 @@
 #include "client/private_worker.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <utility>
 
 #include "base/unique_fd.h"
@@ -8,7 +10,12 @@
 namespace tagwriter {
 namespace {
 
-constexpr std::chrono::seconds kStartLimit(30);
+constexpr std::chrono::microseconds kStartLimit = std::chrono::seconds(30);
+
+std::chrono::microseconds startLimit(const dbus::Deadline& deadline) {
+  const auto limit = static_cast<std::uint64_t>(kStartLimit.count());
+  return std::chrono::microseconds(std::min(limit, deadline.microsecondsLeft()));
+}
 
 }  // namespace
 
@@ -28,13 +35,24 @@ bool PrivateWorker::start(std::string& error) {
   UniqueFd socket;
   auto worker = dbus::WorkerProcess::start(program, socket, error);
   if (!worker) return false;
-  client_ = dbus::ServiceClient::join(std::move(socket), kStartLimit, error);
+  guard_.watch(socket.get(), worker->pid());
+  client_ = dbus::ServiceClient::join(std::move(socket), startLimit(deadline_), error);
   if (!client_) {
     worker->kill();  // it may not exit when its socket closes
     return false;
   }
   worker_.emplace(std::move(*worker));
   return true;
+}
+
+void PrivateWorker::endIfLost(dbus::CallError::Kind failure) {
+  using Kind = dbus::CallError::Kind;
+  const bool isLost =
+      failure == Kind::kTimedOut || (failure == Kind::kNoAnswer && !client_->connected());
+  if (!isLost) return;
+  worker_->kill();  // it may still be at work
+  client_.reset();
+  worker_.reset();
 }
 
 }  // namespace tagwriter

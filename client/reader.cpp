@@ -140,6 +140,7 @@ Outcome Reader::call(int fd, const std::string& path, ValueDictionary request, d
   request.set(key::kPath, ByteString{path});
   auto result = worker_.call(&dbus::ServiceClient::read, request);
   if (const auto* failure = std::get_if<dbus::CallError>(&result)) {
+    if (deadline_.hasPassed()) return Status::kTimedOut;
     if (failure->kind == dbus::CallError::Kind::kNotDelivered) {
       return {Status::kServiceUnavailable, failure->message};
     }

@@ -1,6 +1,7 @@
 // Reads files through tagreaderd: this process parses nothing.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -56,6 +57,17 @@ class Reader {
   /// `program` is the path of tagreaderd; if empty, it is searched for.
   explicit Reader(std::string program = {}) : worker_(dbus::kReaderProgram, std::move(program)) {}
 
+  const std::string& program() const { return worker_.program(); }
+
+  /// Until when the calls that follow wait for the reader. They fail with kTimedOut then.
+  void setDeadline(const dbus::Deadline& deadline) {
+    deadline_ = deadline;
+    worker_.setDeadline(deadline);
+  }
+
+  /// Hangs up on a reader that does not answer, as StallGuard does. From any thread.
+  void hangUpIfStalled(std::chrono::milliseconds limit) { worker_.hangUpIfStalled(limit); }
+
   /// Reads the regular file `fd`, which is borrowed, into `contents`. Its offset moves if it is
   /// open for reading only; otherwise the reader gets a new descriptor for reading. `path` is its
   /// name and is not opened. Fails with kUnreadable, if the reader dies or the file cannot be
@@ -77,6 +89,7 @@ class Reader {
  private:
   Outcome call(int fd, const std::string& path, ValueDictionary request, dbus::Reply& reply);
 
+  dbus::Deadline deadline_ = dbus::Deadline::never();
   PrivateWorker worker_;
 };
 

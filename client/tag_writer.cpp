@@ -36,6 +36,17 @@ class TimestampGuard {
   bool known_;
 };
 
+bool mayBeDamaged(const Outcome& outcome) {
+  switch (outcome.status()) {
+    case Status::kIncomplete:
+    case Status::kNoAnswer:
+    case Status::kTimedOut:
+      return outcome.mayHaveTouchedFile();
+    default:
+      return false;
+  }
+}
+
 }  // namespace
 
 TagWriter::TagWriter(const std::filesystem::path& workerProgram)
@@ -57,6 +68,9 @@ Outcome TagWriter::write(const AudioFile& file, const Edit& edit, const WriteOpt
 
 Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
                          const WriteOptions& options) {
+  connection_->setLimits(options);
+  connection_->finishQueue();
+  if (Outcome begins = connection_->checkLimits(); !begins) return begins;
   UniqueFd fd;
   if (Outcome opened = openForEdit(file, fd); !opened) return opened;
   if (!options.anyFile) {
@@ -68,8 +82,7 @@ Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
   const TimestampGuard times(fd.get());
   Outcome outcome = send(fd.get(), file.path(), edits);
   // A file that may be damaged must look modified, so that a backup notices.
-  const bool restores = options.keepTimes && outcome.status() != Status::kIncomplete &&
-                        outcome.status() != Status::kNoAnswer;
+  const bool restores = options.keepTimes && !mayBeDamaged(outcome);
   if (restores && !times.restore(fd.get()) && outcome) {
     return {Status::kTimesNotKept, std::strerror(errno)};
   }
@@ -84,6 +97,7 @@ Outcome TagWriter::send(int fd, const std::string& path, std::span<const Edit> e
     if (outcome) outcome = connection_->send(fd, path, request);
     if (!outcome) {
       outcome.details().edit = i;
+      if (i > 0) outcome.details().touched = true;
       return outcome;
     }
   }
@@ -112,10 +126,37 @@ Outcome TagWriter::writeSafely(int fd, const std::string& path, std::span<const 
   const TimestampGuard times(fd);
   SafeCopy copy;
   if (Outcome made = copy.make(fd, path); !made) return made;
-  if (Outcome written = send(copy.fd(), path, edits); !written) return written;
+  if (Outcome written = send(copy.fd(), path, edits); !written) {
+    written.details().touched = false;  // only the copy
+    return written;
+  }
   if (Outcome readable = checkCopy(copy.fd(), path); !readable) return readable;
+  if (Outcome limits = connection_->checkLimits(); !limits) return limits;
   if (keepTimes && !times.restore(copy.fd())) return {Status::kCopyFailed, std::strerror(errno)};
   return copy.replaceOriginal(fd);
+}
+
+void TagWriter::writeAsync(const AudioFile& file, std::vector<Edit> edits,
+                           const WriteOptions& options, WriteCallback callback) {
+  QueuedRequest request = {file, {}, std::move(edits), options, std::move(callback)};
+  if (file.fd()) {
+    request.fd = duplicateFd(*file.fd());
+    request.file = AudioFile(request.fd.get(), file.path());
+  }
+  connection_->queue().add(std::move(request));
+}
+
+std::future<Outcome> TagWriter::writeAsync(const AudioFile& file, std::vector<Edit> edits,
+                                           const WriteOptions& options) {
+  auto promise = std::make_shared<std::promise<Outcome>>();  // a std::function must be copyable
+  std::future<Outcome> future = promise->get_future();
+  writeAsync(file, std::move(edits), options,
+             [promise](const Outcome& outcome) { promise->set_value(outcome); });
+  return future;
+}
+
+void TagWriter::hangUpIfStalled(std::chrono::milliseconds limit) {
+  connection_->hangUpIfStalled(limit);
 }
 
 const char* version() noexcept {

@@ -17,16 +17,21 @@
 // The headers need only the standard library.
 #pragma once
 
+#include <chrono>
 #include <concepts>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
+#include <future>
 #include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "edit.h"
 #include "export.h"
@@ -36,6 +41,7 @@
 
 namespace tagwriter {
 
+class RequestQueue;
 class ValueDictionary;
 
 /// The version of the shared library that is loaded, as in TAGWRITER_VERSION_STRING.
@@ -87,15 +93,28 @@ struct WriteOptions {
   /// kOtherContent and kEmptyFile. A file with an unknown extension is edited like an MP3, which
   /// ruins most others.
   bool anyFile = false;
+  /// When a stop is requested, nothing more is sent to the service, and the outcome is kCancelled.
+  /// A request that has been sent is carried out: only the deadline ends that.
+  std::stop_token stop = {};
+  /// The time at which the outcome is kTimedOut, unless it is known by then. A private worker that
+  /// has not answered is killed, which can damage a file that is edited in place; on the session
+  /// bus, the service may still carry the request out. Outcome::mayHaveTouchedFile says whether it
+  /// had been sent. Without a deadline, a service that hangs is waited for forever.
+  std::chrono::steady_clock::time_point deadline = {};
 
   /// Room for later options: all zero is what they mean where a program does not know them.
-  unsigned char reserved[64] = {};
+  unsigned char reserved[48] = {};
 };
 
-/// Writes tags through the service. Calls block until the file is written. An object may be used
-/// from several threads, but only from one at a time. A moved-from object can only be assigned to
-/// or destroyed. Nothing here throws anything but std::bad_alloc. A worker that dies between two
-/// requests stays a zombie until the next one.
+/// Receives the outcome of a request on a thread of the library, where all signals are blocked. May
+/// make further requests, but not destroy the writer. Must not throw. It should be short: the next
+/// request waits for its return.
+using WriteCallback = std::function<void(const Outcome& outcome)>;
+
+/// Writes tags through the service. Calls block until the file is written, except writeAsync. An
+/// object may be used from several threads, but only from one at a time. A moved-from object can
+/// only be assigned to or destroyed. Nothing here throws anything but std::bad_alloc. A worker that
+/// dies between two requests stays a zombie until the next one.
 class TAGWRITER_API TagWriter {
  public:
   /// Uses a private worker process, started at the first request and restarted if it dies.
@@ -108,6 +127,10 @@ class TAGWRITER_API TagWriter {
 
   TagWriter(TagWriter&&) noexcept;
   TagWriter& operator=(TagWriter&&) noexcept;
+  /// Requests of writeAsync that have not begun end with kCancelled. The one under way is waited
+  /// for as long as the worker makes progress; after two seconds without, the worker is killed. (On
+  /// the session bus: after two seconds, the service is left alone.) All callbacks have been called
+  /// when this returns.
   ~TagWriter();
 
   /// Writes one edit.
@@ -122,6 +145,16 @@ class TAGWRITER_API TagWriter {
     return write(file, std::span(edits.begin(), edits.size()), options);
   }
 
+  /// Does the same as write on a thread of the library, and passes the outcome to `callback` there.
+  /// Returns at once. The requests of a writer are carried out in order, over a worker of their
+  /// own; calls that block first wait until all of them are done. A descriptor of the caller's in
+  /// `file` is duplicated and may be closed; the image of a cover must be kept until the callback.
+  void writeAsync(const AudioFile& file, std::vector<Edit> edits, const WriteOptions& options,
+                  WriteCallback callback);
+  /// The same, with a future. Unlike that of std::async, it does not wait when it is destroyed.
+  std::future<Outcome> writeAsync(const AudioFile& file, std::vector<Edit> edits,
+                                  const WriteOptions& options = {});
+
   /// Shorthand for write with Edit::setField.
   template <typename Value>
   requires requires(Text key, const Value& value) { Edit::setField(key, value); }
@@ -135,9 +168,11 @@ class TAGWRITER_API TagWriter {
   }
 
  private:
+  friend class RequestQueue;
   class Connection;
   explicit TagWriter(std::unique_ptr<Connection> connection);
 
+  void hangUpIfStalled(std::chrono::milliseconds limit);
   Outcome send(int fd, const std::string& path, std::span<const Edit> edits);
   Outcome check(int fd, const std::string& path, const ValueDictionary& request);
   Outcome checkCopy(int copy, const std::string& path);

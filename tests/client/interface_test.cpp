@@ -42,7 +42,7 @@ static_assert(!std::constructible_from<AudioFile, std::nullptr_t> &&
 // A program allocates these, so their sizes stay: see docs/LIBRARY.md. On 64-bit systems.
 static_assert(sizeof(void*) != 8 ||
               (sizeof(Outcome) == 24 && sizeof(Edit) == 16 && sizeof(AudioFile) == 40 &&
-               sizeof(TagWriter) == 8 && sizeof(TagReader) == 8));
+               sizeof(TagWriter) == 8 && sizeof(TagReader) == 8 && sizeof(WriteOptions) == 72));
 
 TEST(Interface, TakesEditsInBraces) {
   const TemporaryDirectory directory;

@@ -9,7 +9,7 @@
 namespace tagwriter::test {
 namespace {
 
-constexpr WriteOptions kSafe = {.safe = true};
+const WriteOptions kSafe = {.safe = true};
 constexpr std::string_view kDamage = "crash, whatever else\1";
 
 /// A reader that crashes at damaged files, next to the service.

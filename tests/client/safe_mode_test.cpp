@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
-constexpr WriteOptions kSafe = {.safe = true};
+const WriteOptions kSafe = {.safe = true};
 constexpr uid_t kSomebody = 12345;
 /// The longest file name in an encrypted directory, in bytes.
 constexpr std::size_t kShortestLimit = 143;

@@ -1,8 +1,11 @@
 // A worker that always answers true. The environment variable DAMAGE says what it does to the file;
-// "leave": nothing, but each answer is its last.
+// "leave": nothing, but each answer is its last; "hang": it overwrites the second file, and never
+// answers.
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <string>
 
@@ -14,8 +17,14 @@ int main(int argc, char** argv) {
   const std::string option = argc > 1 ? argv[1] : "";
   const std::string damage = std::getenv("DAMAGE");
   const int socket = std::stoi(option.substr(option.find('=') + 1));
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  int requests = 0;
   const auto edit = [&](const Dictionary& request) {
     const UniqueFd file = request.duplicateDescriptor(key::kFd);
+    if (damage == "hang" && ++requests == 2) {
+      (void)!::pwrite(file.get(), "no audio", 8, 0);
+      while (true) ::pause();
+    }
     if (damage == "truncate") return Answer{::ftruncate(file.get(), 0) == 0};
     if (damage == "overwrite") return Answer{::pwrite(file.get(), "no audio", 8, 0) == 8};
     return Answer{true};

@@ -26,9 +26,11 @@ class Deadline {
  public:
   static Deadline never() { return Deadline(); }
   static Deadline in(std::chrono::microseconds span) { return Deadline(Clock::now() + span); }
+  static Deadline at(std::chrono::steady_clock::time_point end) { return Deadline(end); }
 
   /// Microseconds left: 0 when it has passed, UINT64_MAX for never, as sd-bus expects.
   std::uint64_t microsecondsLeft() const;
+  bool hasPassed() const { return microsecondsLeft() == 0; }
 
  private:
   using Clock = std::chrono::steady_clock;

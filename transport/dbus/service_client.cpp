@@ -89,7 +89,7 @@ std::variant<Reply, CallError> ServiceClient::call(const char* object, const cha
   bool isSent = false;
   r = callAndWait(bus_.get(), raw, waiting, reply.message, &isSent);
   if (!isSent) return localError(Kind::kNotDelivered, r < 0 ? r : -ECONNRESET);
-  if (r < 0) return localError(Kind::kNoAnswer, r);
+  if (r < 0) return localError(r == -ETIMEDOUT ? Kind::kTimedOut : Kind::kNoAnswer, r);
   if (const sd_bus_error* error = sd_bus_message_get_error(reply.message.get())) {
     return remoteError(*error);
   }

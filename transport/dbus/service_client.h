@@ -20,6 +20,7 @@ struct CallError {
     kNotEncodable,  ///< a text is not UTF-8 or contains a zero byte; nothing was sent
     kNotDelivered,  ///< no service received the request
     kNoAnswer,      ///< it is unknown how far the service got
+    kTimedOut,      ///< the same: the deadline has passed
   };
   Kind kind;
   std::string message;
@@ -52,6 +53,9 @@ class ServiceClient {
 
   /// False once the other end has hung up.
   bool connected();
+
+  /// The socket of the connection, which stays owned by it.
+  int socket() const { return sd_bus_get_fd(bus_.get()); }
 
  private:
   ServiceClient(BusHandle bus, const char* destination)

@@ -138,10 +138,13 @@ WorkerProcess::WorkerProcess(pid_t pid)
     : pid_(pid), handle_(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0))) {}
 
 WorkerProcess::WorkerProcess(WorkerProcess&& other) noexcept
-    : pid_(std::exchange(other.pid_, -1)), handle_(std::move(other.handle_)) {}
+    : pid_(std::exchange(other.pid_, -1)),
+      isKilled_(other.isKilled_),
+      handle_(std::move(other.handle_)) {}
 
-void WorkerProcess::kill() const {
+void WorkerProcess::kill() {
   if (pid_ > 0) ::kill(pid_, SIGKILL);
+  isKilled_ = true;
 }
 
 bool WorkerProcess::exitsWithin(std::chrono::milliseconds limit) const {
@@ -153,12 +156,11 @@ bool WorkerProcess::exitsWithin(std::chrono::milliseconds limit) const {
 WorkerProcess::~WorkerProcess() {
   if (pid_ <= 0) return;
   StallClock clock(pid_);
-  while (!exitsWithin(kLookAgain)) {
-    if (clock.stalledFor() < kExitLimit) continue;
-    kill();
-    exitsWithin(kKillLimit);
-    return;
+  while (!isKilled_) {
+    if (exitsWithin(kLookAgain)) return;
+    if (clock.stalledFor() >= kExitLimit) kill();
   }
+  exitsWithin(kKillLimit);
 }
 
 }  // namespace tagwriter::dbus

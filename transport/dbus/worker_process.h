@@ -35,8 +35,9 @@ class WorkerProcess {
   /// itself.
   ~WorkerProcess();
 
-  /// Sends SIGKILL, for a process that may not exit otherwise.
-  void kill() const;
+  /// Sends SIGKILL, for a process that may not exit otherwise. The destructor then waits for half a
+  /// second at most.
+  void kill();
 
   /// The process ID. Only this object may wait for the process.
   pid_t pid() const { return pid_; }
@@ -46,6 +47,7 @@ class WorkerProcess {
   bool exitsWithin(std::chrono::milliseconds limit) const;
 
   pid_t pid_;
+  bool isKilled_ = false;
   UniqueFd handle_;  ///< readable once the process has exited; empty if the system has no pidfds
 };
 
