@@ -33,7 +33,8 @@ file's format, the service answers false and does not save the file.
 | APE | Monkey's Audio, WavPack, Musepack |
 
 The *core* fields are an exception: TagLib detects the format by name or content, writes them into
-every tag that an MP3 has, and adds an ID3v1 tag if the MP3 has none.
+every tag that an MP3 has, and adds an ID3v1 tag if the MP3 has none. TagLib 2 writes them into the
+INFO list of a WAV file, too.
 
 An absent text clears the field. An absent number, rating or flag counts as 0 or false; how that is
 stored depends on the kind. An empty text clears ID3v2 text frames. In the other families it is set

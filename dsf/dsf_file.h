@@ -1,4 +1,5 @@
-// DSF files (DSD streams), for which TagLib has no class.
+// DSF files (DSD streams), for which TagLib 1 has no class. TagLib 2 has one of the same name,
+// which saves differently; the inline namespace keeps the two apart.
 //
 // A DSF file is a sequence of chunks, with all numbers little-endian: "DSD ", which has a pointer
 // to the metadata; "fmt " and "data", which DSF::Properties reads; and, from the pointer to the end

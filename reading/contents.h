@@ -16,7 +16,7 @@ struct Contents {
   bool isAudio = false;     ///< whether it also reads the file as the type that the name says
   TagListing tags;
   StoredFields fields;
-  StoredFields info;  ///< those in the INFO list of a WAV file, which the service does not edit
+  StoredFields info;  ///< those in the INFO list of a WAV file; see docs/FAILURES.md
   Pictures pictures;
 };
 

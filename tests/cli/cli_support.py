@@ -17,7 +17,7 @@ from pathlib import Path
 import mutagen
 
 HERE = Path(__file__).resolve().parent
-sys.path += [str(HERE.parent / "player"), str(HERE.parent / "bus")]
+sys.path += [str(HERE.parent / name) for name in ("player", "bus", "expectations")]
 
 from processes import DEADLINE, Process, wait_for  # noqa: E402
 

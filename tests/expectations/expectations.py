@@ -8,15 +8,18 @@ import json
 import os
 import struct
 
-TAGLIB = "TagLib 1"  # the column of outcomes that TagLib decides
+# The columns of outcomes that TagLib decides, up to the series that the programs are built with.
+TAGLIB = [f"TagLib {series}" for series in range(1, int(os.environ["TAGWRITER_TAGLIB_SERIES"]) + 1)]
 
 PREFIXES = {"id3v2": "ID3v2 ", "mp4": "MP4 ", "xiph": "Xiph ", "asf": "ASF ", "ape": "APE "}
 EMAIL = "no@email"
 
 
 def _resolved(value):
-    if isinstance(value, dict) and TAGLIB in value:
-        return value[TAGLIB]
+    """The table with the outcomes of this series. A series without a column of its own has the
+    outcome of the series before."""
+    if isinstance(value, dict) and TAGLIB[0] in value:
+        return value[next(column for column in reversed(TAGLIB) if column in value)]
     if isinstance(value, dict):
         return {key: _resolved(entry) for key, entry in value.items()}
     return [_resolved(entry) for entry in value] if isinstance(value, list) else value
@@ -145,6 +148,24 @@ def stored(field, family, name, value):
     if family == "asf":
         return _asf(name, value)
     return ("text", value.encode()) if family == "ape" else value
+
+
+def put_info(contents, field, text):
+    """Sets the item of a WAV file's INFO list that an edit of the field writes, too, or removes it
+    if there is no text. TagLib sorts the items."""
+    name, items = FIELDS[field].get("info"), {}
+    if name is None:
+        return
+    chunk, at = contents.pop("chunk LIST", [b"INFO"])[0], 4
+    while at < len(chunk):
+        size, = struct.unpack("<I", chunk[at + 4:at + 8])
+        items[chunk[at:at + 4]] = chunk[at + 8:at + 8 + size]
+        at += 8 + size + size % 2
+    items[name.encode()] = text.encode() + b"\0" if text else b""
+    if any(items.values()):
+        contents["chunk LIST"] = [b"INFO" + b"".join(
+            key + struct.pack("<I", len(value)) + value + bytes(len(value) % 2)
+            for key, value in sorted(items.items()) if value)]
 
 
 def put(contents, field, family, values):

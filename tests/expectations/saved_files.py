@@ -1,4 +1,4 @@
-"""What TagLib 1 does on its own whenever it saves one of the tagged test files, file by file."""
+"""What TagLib does on its own whenever it saves one of the tagged test files, file by file."""
 
 import os
 

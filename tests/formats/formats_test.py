@@ -13,7 +13,7 @@ import mutagen  # noqa: E402
 
 from edits import (  # noqa: E402
     EditTest, GLib, change, contents, data, dictionary, raw_bytes, run, tag_contents, text)
-from expectations import CONTAINERS  # noqa: E402
+from expectations import CONTAINERS, FIELDS  # noqa: E402
 
 FILES = [container["file"] for container in CONTAINERS["containers"]]
 FAMILY = {container["file"]: container["family"] for container in CONTAINERS["containers"]}
@@ -242,7 +242,10 @@ class OtherReaders(EditTest):
                                        "format_tags:stream_tags", path))
                 tags = {key.lower(): value for part in [*shown["streams"], shown["format"]]
                         for key, value in part.get("tags", {}).items()}
-                self.assertEqual((tags["title"], tags["composer"]), (TITLE, COMPOSER))
+                # ffprobe shows nothing of the ID3v2 tag of a WAV file that has an INFO list.
+                is_hidden = name.endswith(".wav") and FIELDS["title"]["info"]
+                self.assertEqual((tags["title"], tags.get("composer")),
+                                 (TITLE, None if is_hidden else COMPOSER))
 
     def test_the_tools_of_flac_and_vorbis(self):
         expected = {"COMPOSER=" + COMPOSER, "TITLE=" + TITLE}
