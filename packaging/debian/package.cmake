@@ -23,7 +23,7 @@ set(CPACK_DEBIAN_PROGRAMS_DESCRIPTION
 ${about}
 
 This package contains the service, a second one that reads, and the tagwriter
-command.")
+command. Built with TagLib ${TAGLIB_VERSION}.")
 # Only players on the bus need a bus.
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_RECOMMENDS "default-dbus-session-bus | dbus-session-bus")
 

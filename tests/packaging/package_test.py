@@ -2,11 +2,12 @@
 
 import os
 import re
+import subprocess
 import unittest
 
 from staging import (
-    BUILD, LIBDIR, SOURCE, VERSION, StagingTest, files_below, installed_files, run, uses_taglib,
-    without_configuration)
+    BUILD, LIBDIR, SOURCE, VERSION, StagingTest, files_below, installed_files, run, taglib_of,
+    uses_taglib, without_configuration)
 
 NAMES = ["libtagwriter-dev", "libtagwriter0", "tagwriter"]
 DOCUMENTS = [f"usr/share/doc/{name}/{file}" for name in NAMES
@@ -70,12 +71,25 @@ class PackageTest(StagingTest):
                 "lib/systemd/user/tagwriter.service": f"ExecStart=/{FRONT}"}.items():
             self.assertIn(line, (self.root / "usr" / file).read_text().splitlines())
 
+    def taglib_packages(self):
+        """The Debian package of the TagLib that the service loads; none if it was built by hand."""
+        (series, path), = taglib_of(self.root / SERVICE)
+        owner = subprocess.run(["dpkg", "-S", os.path.realpath(path)], check=False,
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        return set() if owner.returncode else {"libtag1v5" if series == "1" else "libtag2"}
+
+    def test_the_description_says_with_which_taglib_the_service_was_built(self):
+        package, = (path for path in self.packages if path.name.startswith("tagwriter_"))
+        description = run("dpkg-deb", "-f", package, "Description").replace("\n ", " ")
+        (series, _), = taglib_of(self.root / SERVICE)
+        self.assertIn(f"Built with TagLib {series}.", description)
+
     def test_metadata(self):
         architecture = run("dpkg", "--print-architecture").strip()
         self.assertEqual([package.name for package in self.packages],
                          [f"{name}_{VERSION}_{architecture}.deb" for name in NAMES])
         run_time = {"libc6", "libgcc-s1", "libstdc++6", "libsystemd0"}
-        depends = {"tagwriter": run_time | {"libmimalloc2.0", "libtag1v5"},
+        depends = {"tagwriter": run_time | {"libmimalloc2.0"} | self.taglib_packages(),
                    "libtagwriter0": run_time | {"tagwriter"}, "libtagwriter-dev": {"libtagwriter0"}}
         for name, package in zip(NAMES, self.packages):
             fields = run("dpkg-deb", "-f", package)

@@ -33,7 +33,9 @@ def run_on_bus(prefix, *command):
     with tempfile.TemporaryDirectory(prefix="tagwriter-session-") as home:
         environment = {**os.environ, "HOME": home, "XDG_RUNTIME_DIR": home, "XDG_DATA_HOME": home,
                        "XDG_DATA_DIRS": f"{prefix}/share",
-                       "LD_LIBRARY_PATH": str(prefix / LIBDIR), "PYTHONDONTWRITEBYTECODE": "1"}
+                       "LD_LIBRARY_PATH": ":".join(filter(None, (
+                           str(prefix / LIBDIR), os.environ.get("LD_LIBRARY_PATH")))),
+                       "PYTHONDONTWRITEBYTECODE": "1"}
         # What the bus and the front print goes to the test's standard error.
         return run("dbus-run-session", "--", "sh", "-c", '"$@" 2>&1', "sh", *command,
                    env=environment, stderr=None)
@@ -98,6 +100,11 @@ def spy_on(program):
     program.write_text(f'#!/bin/sh\n: > "{mark}"\nexec "{real}" "$@"\n')
     program.chmod(0o755)
     return mark
+
+
+def taglib_of(program):
+    """The series and the path of each TagLib that a program loads."""
+    return re.findall(r"libtag\.so\.(\d+) => (\S+)", run("ldd", program))
 
 
 def uses_taglib(program):
