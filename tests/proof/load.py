@@ -142,23 +142,25 @@ def die_waiting(ours, message, fds):
 
 
 def deaths_of_players(rounds, seed=0):
-    """Players that are killed at each step of a request to their own worker."""
-    generator, written = generator_for("deaths", seed), 0
+    """Players that are killed at each step of a request to their own worker. The request is carried
+    out if all of it was sent."""
+    generator = generator_for("deaths", seed)
     with tempfile.TemporaryDirectory(prefix="tagwriter-load-") as directory:
         songs = make_songs(directory, "songs")
-        for _ in range(rounds):
+        for number in range(rounds):
             for die in (die_connecting, die_in_message, die_waiting):
-                song, title = generator.choice(songs), any_text(generator)
+                song, title = generator.choice(songs), f"{number} {any_text(generator)}"
                 request = change("title", text(title), song.path)
                 with Service() as service, opened(song) as fds:
                     die(service.socket, write_blob(request, 1, fds), [fds[0].fileno()])
                     service.socket.close()
                     require(service.wait() in (0, 1), f"{die.__name__}: {service.log()}")
-                written += song.settle({**song.expected, "title": [title]})
+                is_written = song.settle({**song.expected, "title": [title]})
+                require(is_written == (die is die_waiting), f"{die.__name__}: {song.path}")
             die_truncating(directory)
         check(songs)
-    require(written >= rounds, "a request that was sent was not carried out")
-    return f"{4 * rounds} players killed at 4 steps; {written} of their requests were carried out"
+    return (f"{4 * rounds} players killed at 4 steps; the {rounds} requests that were sent as a "
+            "whole were carried out, the halves were not")
 
 
 def die_truncating(directory):
