@@ -2,7 +2,7 @@
 
 - ours-...: a promise is broken, or the memory error is in our code
 - taglib-...: the memory error is in TagLib's code
-- timeout-..., oom-...: TagLib takes too much time or memory, which the service limits
+- timeout-..., oom-...: too much time or memory is taken, which the service limits
 """
 
 import os
@@ -18,6 +18,8 @@ HANGS = "ours-hangs"
 
 FRAME = re.compile(r"^ +#\d+ 0x[0-9a-f]+ in (.+) (/\S+)", re.M)
 PROMISE = re.compile(r"^fuzz: promise broken: (.+)$", re.M)
+# Where TagLib takes long, the innermost function is another one each time.
+WORK = re.compile("::(File|Tag|Properties)::")
 ERROR = re.compile(
     r"(?:AddressSanitizer|libFuzzer): ([\w-]+)|(LeakSanitizer)|runtime error: (.+)")
 
@@ -48,15 +50,16 @@ def kind_of(output):
     frames = frames_in(output)
     in_taglib = [function for function, source in frames
                  if source.startswith(TAGLIB) and not source.startswith(TOOLKIT)]
-    where = in_taglib[0] if in_taglib else "elsewhere"
+    functions = [*in_taglib, *(function for function, _ in frames), "elsewhere"]
+    work = next(filter(WORK.search, in_taglib), functions[0])
     if any(text in output for text in OUT_OF_MEMORY):
-        return f"oom-{where}"
+        return f"oom-{work}"
     if OUT_OF_TIME in output:
-        return f"timeout-{where}" if in_taglib else "ours-timeout"
+        return f"timeout-{work}"
     error = ERROR.search(output)
-    what = as_name(error[error.lastindex]) if error else "no-error-when-repeated"
+    what = as_name(error[error.lastindex]) if error else "no-error"
     if frames and frames[0][1].startswith(TAGLIB):
-        return f"taglib-{what}-{where}"
+        return f"taglib-{what}-{functions[0]}"
     return "-".join(["ours", what, *(function for function, _ in frames[:1])])
 
 

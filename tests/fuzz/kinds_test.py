@@ -11,6 +11,7 @@ sys.path.append(str(ROOT / "fuzz"))
 from kinds import kind_of, known_faults  # noqa: E402
 
 TOOLKIT = ("TagLib::ByteVector::operator[](int)", "build/taglib/taglib/toolkit/tbytevector.cpp")
+TAG = ("TagLib::MP4::Tag::save()", "build/taglib/taglib/mp4/mp4tag.cpp")
 ATOM = ("TagLib::MP4::Atom::Atom(TagLib::File*)", "build/taglib/taglib/mp4/mp4atom.cpp")
 STREAM = ("TagLib::StagedStream::read(long)", "build/fuzz/../../io/staged_stream.cpp")
 HIDDEN = ("tagwriter::(anonymous namespace)::open<int>(int)", "io/audio_file.h")
@@ -35,8 +36,8 @@ class Kinds(unittest.TestCase):
                 ("ours-division-by-zero", "number_pair.cpp:1:2: runtime error: division by zero"),
                 ("ours-all-is-well", f"fuzz: promise broken: all is well\n{ABORT}", ATOM),
                 ("ours-LeakSanitizer", "==7==ERROR: LeakSanitizer: detected memory leaks"),
-                ("timeout-MP4::Atom::Atom", f"fuzz: out of time\n{ABORT}", TARGET, STREAM, ATOM),
-                ("ours-timeout", f"fuzz: out of time\n{ABORT}", STREAM, HIDDEN, TARGET),
+                ("timeout-MP4::Tag::save", f"fuzz: out of time\n{ABORT}", TARGET, ATOM, TAG, HIDDEN),
+                ("timeout-StagedStream::read", f"fuzz: out of time\n{ABORT}", STREAM, HIDDEN, TARGET),
                 ("oom-MP4::Atom::Atom", "==7== ERROR: libFuzzer: out-of-memory", TOOLKIT, ATOM)):
             with self.subTest(kind=kind):
                 self.assertEqual(kind_of(output(*printed)), kind)
