@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "io/mp4_fragments.h"
+
 namespace tagwriter {
 namespace {
 
@@ -95,6 +97,12 @@ bool saveKeepingLastBlock(TagLib::Ogg::FLAC::File& file, Save save) {
   return last ? saveLastBlock(file, *last) : save();
 }
 
+template <typename Save>
+bool saveKeepingFragments(TagLib::MP4::File& file, Save save) {
+  const auto offsets = fragmentOffsets(file);
+  return save() && updateFragmentOffsets(file, offsets);
+}
+
 }  // namespace
 
 bool saveFile(TagLib::MPEG::File& file) {
@@ -114,6 +122,10 @@ bool saveFile(TagLib::ASF::File& file) {
   return canSave(file) && file.save();
 }
 
+bool saveFile(TagLib::MP4::File& file) {
+  return saveKeepingFragments(file, [&] { return file.save(); });
+}
+
 bool saveReference(TagLib::FileRef& reference) {
   if (const auto* wma = dynamic_cast<TagLib::ASF::File*>(reference.file())) {
     return canSave(*wma) && reference.save();
@@ -123,6 +135,9 @@ bool saveReference(TagLib::FileRef& reference) {
   }
   if (auto* oggFlac = dynamic_cast<TagLib::Ogg::FLAC::File*>(reference.file())) {
     return canSave(*oggFlac) && saveKeepingLastBlock(*oggFlac, [&] { return reference.save(); });
+  }
+  if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(reference.file())) {
+    return saveKeepingFragments(*mp4, [&] { return reference.save(); });
   }
   return reference.save();
 }

@@ -4,6 +4,7 @@
 #include <asffile.h>
 #include <fileref.h>
 #include <flacfile.h>
+#include <mp4file.h>
 #include <mpegfile.h>
 #include <oggflacfile.h>
 
@@ -35,7 +36,10 @@ bool saveFile(TagLib::Ogg::FLAC::File& file);
 /// specification, 3.10).
 bool saveFile(TagLib::ASF::File& file);
 
-/// Calls FileRef::save(), with the same checks and repairs for FLAC, Ogg FLAC and WMA files.
+/// Keeps the fragments of an MP4 file playable (io/mp4_fragments.h).
+bool saveFile(TagLib::MP4::File& file);
+
+/// Calls FileRef::save(), with the same checks and repairs for FLAC, Ogg FLAC, WMA and MP4 files.
 bool saveReference(TagLib::FileRef& reference);
 
 }  // namespace tagwriter

@@ -1,4 +1,5 @@
-"""Saves that TagLib would do with damage: Ogg FLAC files, and blocks beyond the sizes of FLAC."""
+"""Saves that TagLib would do with damage: Ogg FLAC files, blocks beyond the sizes of FLAC, and
+fragments of MP4 files."""
 
 import io
 import os
@@ -11,7 +12,7 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."
 from mutagen._vorbis import VComment  # noqa: E402
 from mutagen.ogg import OggPage  # noqa: E402
 
-from edits import EditTest, contents, data, run, tag_contents  # noqa: E402
+from edits import EditTest, audio_digests, contents, data, run, tag_contents  # noqa: E402
 
 MAX_BLOCK = 2**24 - 1
 
@@ -115,6 +116,24 @@ class BlockLimit(EditTest):
         before = contents(path)
         self.assert_untouched(path, before, lambda: self.write_cover(path, bytes(12_600_000), 0))
         self.assertTrue(self.write_cover(path, bytes(12_400_000), 0))
+
+
+class Fragments(EditTest):
+    """The data of each fragment of an MP4 file is found when the boxes in front have grown."""
+
+    def test_offsets_from_the_start_of_the_file(self):
+        made = os.path.join(self.directory, "made.m4a")
+        run("ffmpeg", "-v", "error", "-i", data("wav_plain.wav"), "-c:a", "aac", "-movflags",
+            "frag_keyframe+empty_moov", "-frag_duration", "100000", made)
+        self.assertGreater(contents(made).count(b"moof"), 2)
+        path = self.file("a.m4a", data=contents(made))
+        for text in ("x" * 200_000, "y", "z" * 70_000):
+            for edit in (lambda: self.assert_edited("title", text, path),
+                         lambda: self.assert_edited("composer", text, path),
+                         lambda: self.assertTrue(self.write_cover(path, text.encode(), 1, True)),
+                         lambda: self.assertTrue(self.clear_covers(path))):
+                edit()
+                self.assertEqual(*audio_digests([made, path]))
 
 
 if __name__ == "__main__":
