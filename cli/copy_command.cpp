@@ -8,6 +8,7 @@
 #include "cli/field_edits.h"
 #include "cli/file_contents.h"
 #include "cli/printable.h"
+#include "cli/report.h"
 
 namespace tagwriter {
 namespace {
@@ -46,6 +47,7 @@ int run(const CopyArguments& arguments) {
   Reader reader;
   OpenedFile file;
   const std::string problem = readFile(arguments.from, reader, file);
+  Report(false, false).log(arguments.from, reader.takeLog());
   if (!problem.empty()) return fail(arguments.from, problem);
   const FileContents& contents = file.contents;
   if (!contents.isComplete) {

@@ -1,6 +1,7 @@
 #include "cli/edit_files.h"
 
 #include <algorithm>
+#include <span>
 
 #include "cli/field_value.h"
 #include "cli/file_contents.h"
@@ -59,6 +60,7 @@ class FileEditor {
     }
     const bool isEdited = file.problem.empty() && !options_.dryRun;
     if (isEdited && !options_.quiet) noteInfoList(file);
+    report_.log(file.path, reader_.takeLog());
   }
 
  private:
@@ -76,6 +78,12 @@ class FileEditor {
       report_.note(file.path, info.first + ": the INFO list of the file still has '" +
                                   textOf(info.second) + "', which some players show");
     }
+  }
+
+  Outcome write(const std::string& path, std::span<const Edit> edits) {
+    Outcome outcome = writer_.write(path, edits, writeOptions());
+    report_.log(path, outcome.log());
+    return outcome;
   }
 
   WriteOptions writeOptions() const {
@@ -101,7 +109,7 @@ class FileEditor {
     for (const NamedEdit& edit : edits) {
       const PlannedEdit planned = edit.plan(path, reader_);
       Outcome outcome = planned.problem;
-      if (outcome) outcome = writer_.write(path, planned.edit, writeOptions());
+      if (outcome) outcome = write(path, {&planned.edit, 1});
       if (!outcome && endsFile(outcome.status())) return report_.failed(path, outcome.message());
       report_.done(path, edit.name, outcome);
     }
@@ -115,7 +123,7 @@ class FileEditor {
       if (!planned.problem) return report_.failed(path, planned.problem.message());
       changes.push_back(planned.edit);
     }
-    const Outcome outcome = writer_.write(path, changes, writeOptions());
+    const Outcome outcome = write(path, changes);
     if (outcome) {
       for (const NamedEdit& edit : edits) report_.done(path, edit.name, outcome);
     } else if (endsFile(outcome.status())) {

@@ -74,6 +74,12 @@ class Extractor {
       : arguments_(arguments), report_(report) {}
 
   void extract(const std::string& path) {
+    extractFrom(path);
+    report_.log(path, reader_.takeLog());
+  }
+
+ private:
+  void extractFrom(const std::string& path) {
     OpenedFile file;
     if (const auto problem = readFile(path, reader_, file); !problem.empty()) {
       return report_.failed(path, problem);
@@ -92,7 +98,6 @@ class Extractor {
     }
   }
 
- private:
   std::filesystem::path directoryFor(const std::string& path) const {
     if (arguments_.directory.empty()) return std::filesystem::path(path).parent_path();
     return arguments_.directory;

@@ -1,6 +1,7 @@
 #include "cli/report.h"
 
 #include <iostream>
+#include <sstream>
 
 #include "cli/json_line.h"
 #include "cli/printable.h"
@@ -67,6 +68,11 @@ void Report::note(const std::string& path, const std::string& text) {
 
 void Report::note(const std::string& text) {
   addError("tagwriter: " + text);
+}
+
+void Report::log(const std::string& path, const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) addError((path + ": log: ").append(line));
 }
 
 void Report::print(const std::vector<ReportLine>& lines) {

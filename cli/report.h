@@ -38,6 +38,9 @@ class Report {
   /// Reports something about the whole run.
   void note(const std::string& text);
 
+  /// Reports what the workers said about a file, as in Outcome::log; no failure either.
+  void log(const std::string& path, const std::string& text);
+
   bool anyFailed() const { return anyFailed_; }
 
   /// Keeps all lines from now on, to be taken instead of printed.

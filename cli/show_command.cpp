@@ -91,6 +91,12 @@ class FileViewer {
       : arguments_(arguments), report_(report) {}
 
   void show(const std::string& path) {
+    showFile(path);
+    report_.log(path, reader_.takeLog());
+  }
+
+ private:
+  void showFile(const std::string& path) {
     OpenedFile file;
     const std::string problem = readFile(path, reader_, file);
     if (!problem.empty()) return report_.failed(path, problem);
@@ -101,7 +107,6 @@ class FileViewer {
     }
   }
 
- private:
   void showAll(const std::string& path, const FileContents& contents) {
     if (arguments_.options.json) {
       nlohmann::json object = toJson(path, contents);

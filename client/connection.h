@@ -46,6 +46,9 @@ class TagWriter::Connection {
   /// The requests that are made on another thread, over a connection of their own.
   RequestQueue& queue();
 
+  /// Takes what the private workers have reported since the last time, as in Outcome::log.
+  std::string takeLog() { return worker_.takeLog() + reader_.takeLog(); }
+
   /// Hangs up on a service or reader that does not answer, as StallGuard does. From any thread.
   void hangUpIfStalled(std::chrono::milliseconds limit);
 

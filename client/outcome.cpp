@@ -85,6 +85,10 @@ std::size_t Outcome::edit() const {
   return known().edit;
 }
 
+const std::string& Outcome::log() const {
+  return known().log;
+}
+
 bool Outcome::mayHaveTouchedFile() const {
   return status_ == Status::kWritten || status_ == Status::kTimesNotKept || known().touched;
 }

@@ -56,6 +56,9 @@ class [[nodiscard]] TAGWRITER_API Outcome {
   /// Whether the file may be other than before the call. After kIncomplete, kNoAnswer and kTimedOut
   /// it may be damaged then. False in safe mode, unless the change was written.
   bool mayHaveTouchedFile() const;
+  /// What the private workers of the library reported on standard error during the request, as they
+  /// wrote it: lines that may contain any bytes. Usually empty.
+  const std::string& log() const;
   /// A message for users: the status and the detail.
   std::string message() const;
 

@@ -11,6 +11,7 @@ namespace tagwriter {
 struct Outcome::Details {
   std::string detail;
   std::size_t edit = 0;
+  std::string log;
   bool touched = false;  ///< of a failure: whether the file may be other than before
 };
 

@@ -33,7 +33,7 @@ bool PrivateWorker::start(std::string& error) {
     return false;
   }
   UniqueFd socket;
-  auto worker = dbus::WorkerProcess::start(program, socket, error);
+  auto worker = dbus::WorkerProcess::start(program, socket, error, log_.open().get());
   if (!worker) return false;
   guard_.watch(socket.get(), worker->pid());
   client_ = dbus::ServiceClient::join(std::move(socket), startLimit(deadline_), error);

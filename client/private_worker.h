@@ -8,6 +8,7 @@
 #include <utility>
 #include <variant>
 
+#include "client/log_pipe.h"
 #include "client/stall_guard.h"
 #include "protocol/value_dictionary.h"
 #include "transport/dbus/service_client.h"
@@ -38,7 +39,8 @@ class PrivateWorker {
   /// kNotDelivered also if the worker cannot be started, or not before the deadline.
   template <typename Reply>
   std::variant<Reply, dbus::CallError> call(Call<Reply> method, const ValueDictionary& request,
-                                            const dbus::Watches& watches = {}) {
+                                            dbus::Watches watches = {}) {
+    watches.push_back(&log_);
     auto reply = callOnce(method, request, watches);
     const auto* failure = std::get_if<dbus::CallError>(&reply);
     // A worker that has taken its last request may not have exited yet.
@@ -47,6 +49,9 @@ class PrivateWorker {
     }
     return reply;
   }
+
+  /// Takes what the worker has reported since the last time (LogPipe).
+  std::string takeLog() { return log_.take(); }
 
   /// Hangs up on a worker that does not answer a call, as StallGuard does. From any thread.
   void hangUpIfStalled(std::chrono::milliseconds limit) { guard_.hangUpIfStalled(limit); }
@@ -73,6 +78,7 @@ class PrivateWorker {
   std::string program_;
   dbus::Deadline deadline_ = dbus::Deadline::never();
   StallGuard guard_;
+  LogPipe log_;
   // The order matters: the connection closes first, then the worker is waited for.
   std::optional<dbus::WorkerProcess> worker_;
   std::unique_ptr<dbus::ServiceClient> client_;

@@ -65,6 +65,9 @@ class Reader {
     worker_.setDeadline(deadline);
   }
 
+  /// Takes what the reader has reported since the last time, as in Outcome::log.
+  std::string takeLog() { return worker_.takeLog(); }
+
   /// Hangs up on a reader that does not answer, as StallGuard does. From any thread.
   void hangUpIfStalled(std::chrono::milliseconds limit) { worker_.hangUpIfStalled(limit); }
 

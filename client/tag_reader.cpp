@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/unique_fd.h"
+#include "client/outcome_details.h"
 #include "client/reader.h"
 #include "client/tag_writer.h"
 
@@ -40,6 +41,7 @@ std::optional<TrackValue> TagReader::readField(const AudioFile& file, Text key, 
   std::optional<TrackValue> value;
   Outcome result = openForReading(file, fd);
   if (result) result = reader_->readField(fd.get(), file.path(), key, value);
+  if (std::string log = reader_->takeLog(); !log.empty()) result.details().log = std::move(log);
   if (outcome) *outcome = std::move(result);
   return value;
 }

@@ -70,6 +70,14 @@ Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
                          const WriteOptions& options) {
   connection_->setLimits(options);
   connection_->finishQueue();
+  Outcome outcome = writeNow(file, edits, options);
+  if (std::string log = connection_->takeLog(); !log.empty())
+    outcome.details().log = std::move(log);
+  return outcome;
+}
+
+Outcome TagWriter::writeNow(const AudioFile& file, std::span<const Edit> edits,
+                            const WriteOptions& options) {
   if (Outcome begins = connection_->checkLimits(); !begins) return begins;
   UniqueFd fd;
   if (Outcome opened = openForEdit(file, fd); !opened) return opened;

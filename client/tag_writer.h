@@ -173,6 +173,7 @@ class TAGWRITER_API TagWriter {
   explicit TagWriter(std::unique_ptr<Connection> connection);
 
   void hangUpIfStalled(std::chrono::milliseconds limit);
+  Outcome writeNow(const AudioFile& file, std::span<const Edit> edits, const WriteOptions& options);
   Outcome send(int fd, const std::string& path, std::span<const Edit> edits);
   Outcome check(int fd, const std::string& path, const ValueDictionary& request);
   Outcome checkCopy(int copy, const std::string& path);

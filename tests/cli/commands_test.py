@@ -85,7 +85,8 @@ exec {BIN}/tagwriterd "$@"
         mp3.unlink()
         mp3.symlink_to(f"/proc/{os.getpid()}/fd/{fd}")
         run = tagwriter("set", "-t", "lyrics=", "-t", "title=T", mp3)
-        self.assert_run(run, 1, "FDFileStream::truncate() -- xpc error: Operation not permitted.\n"
+        self.assert_run(run, 1, f"{mp3}: log: FDFileStream::truncate() -- xpc error: "
+                                "Operation not permitted.\n"
                                 f"{mp3}: not written completely: the file could not be truncated\n")
         self.assertNotIn(b"TIT2", mp3.read_bytes())
 

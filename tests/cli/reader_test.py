@@ -50,6 +50,21 @@ class ReaderTest(CommandTest):
         self.assertEqual(self.starts("set", "-t", "disc=3", flac), 1)
         self.assertEqual(mutagen.File(flac).tags["DISCNUMBER"], ["3/4"])
 
+    def test_what_the_workers_report_is_printed_escaped(self):
+        for name in ("tagwriterd", "tagreaderd"):
+            program = self.aside / name
+            program.unlink()
+            program.write_text("#!/bin/sh\nprintf '\\033[31mR\\nS' >&2\n"
+                               f'exec {BIN}/{name} "$@"\n')
+            program.chmod(0o755)
+        flac = self.copy("flac_pictures.flac")
+        text = "".join(f"{flac}: log: {line}\n" for line in (r"\x1b[31mR", "S"))
+        for arguments in (["set", "-t", "title=T"], ["show"], ["cover", "--extract"],
+                          ["copy", "-t", "title", flac]):
+            with self.subTest(arguments=arguments):
+                run = tagwriter(*arguments, flac, program=self.program)
+                self.assert_run(run, 0, text * (2 if arguments[0] == "copy" else 1))
+
     def test_one_that_dies_is_an_error_for_this_file_only(self):
         damaged, good = self.directory / "a.flac", self.copy("flac_comment.flac", "b.flac")
         damaged.write_bytes(b"crash" + good.read_bytes())

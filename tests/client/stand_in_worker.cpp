@@ -1,11 +1,12 @@
 // A worker that always answers true. The environment variable DAMAGE says what it does to the file;
 // "leave": nothing, but each answer is its last; "hang": it overwrites the second file, and never
-// answers.
+// answers; "log": nothing, but it writes a million bytes to standard error.
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -27,6 +28,7 @@ int main(int argc, char** argv) {
     }
     if (damage == "truncate") return Answer{::ftruncate(file.get(), 0) == 0};
     if (damage == "overwrite") return Answer{::pwrite(file.get(), "no audio", 8, 0) == 8};
+    if (damage == "log") std::fputs(std::string(1'000'000, '-').c_str(), stderr);
     return Answer{true};
   };
   return dbus::serveWrites(UniqueFd(socket), edit, [&] { return damage == "leave"; });

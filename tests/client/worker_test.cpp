@@ -121,6 +121,32 @@ TEST_F(Worker, IsNotDisturbedByThePlayersSignals) {
   EXPECT_EQ(elsewhere, 0) << "a handler of the player ran on a thread of the library";
 }
 
+TEST_F(Worker, ReportsIntoTheOutcomeOnly) {
+  const std::string worker = script("tagwriterd", R"(echo one >&2; exec $WORKER "$@")");
+  const std::string reader =
+      script("tagreaderd", R"(printf 'two\033' >&2; exec ${WORKER%writerd}readerd "$@")");
+  testing::internal::CaptureStderr();
+  {
+    TagWriter writer(worker);
+    EXPECT_EQ(setTitle(writer).log(), "one\n");
+    EXPECT_EQ(setTitle(writer).log(), "");
+    EXPECT_EQ(writer.setField(path_, "title", "T", {.safe = true}).log(), "two\033");
+    Outcome read;
+    EXPECT_TRUE(TagReader(reader).readField(path_, "title", &read));
+    EXPECT_EQ(read.log(), "two\033");
+    TagWriter failing(script("fails", "echo why >&2; exit 1"));
+    EXPECT_EQ(setTitle(failing).log(), "why\n");
+    // More than fits into a pipe.
+    ::setenv("DAMAGE", "log", 1);
+    TagWriter logging(TAGWRITER_STAND_IN);
+    const Outcome outcome = setTitle(logging);
+    ::unsetenv("DAMAGE");
+    EXPECT_STATUS(Status::kWritten, outcome);
+    EXPECT_EQ(outcome.log(), std::string(std::size_t{64} << 10, '-'));
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST_F(Worker, EndsEvenIfAForkedChildHoldsItsSocket) {
   pid_t child = -1;
   {

@@ -33,11 +33,14 @@ constexpr std::chrono::seconds kExitLimit(4);
 constexpr std::chrono::milliseconds kKillLimit(500);
 constexpr std::chrono::milliseconds kLookAgain(50);
 
-/// What the new process inherits: the standard streams and its socket as descriptor kWorkerFd.
+/// What the new process inherits: the standard streams, with `log` as standard error unless it is
+/// negative, and its socket as descriptor kWorkerFd.
 class SpawnPlan {
  public:
-  explicit SpawnPlan(int socket) {
+  SpawnPlan(int socket, int log) {
     ::posix_spawn_file_actions_init(&actions_);
+    // First, because it may have the number kWorkerFd.
+    if (log >= 0) ::posix_spawn_file_actions_adddup2(&actions_, log, STDERR_FILENO);
     ::posix_spawn_file_actions_adddup2(&actions_, socket, kWorkerFd);
     // Not the player's descriptors that lack close-on-exec.
     ::posix_spawn_file_actions_addclosefrom_np(&actions_, kWorkerFd + 1);
@@ -112,7 +115,7 @@ std::string findWorkerProgram(const char* name) {
 }
 
 std::optional<WorkerProcess> WorkerProcess::start(const std::string& program, UniqueFd& socket,
-                                                  std::string& error) {
+                                                  std::string& error, int log) {
   SocketPair sockets = makeSocketPair();
   if (!sockets.theirs) {
     error = std::strerror(errno);
@@ -125,7 +128,7 @@ std::optional<WorkerProcess> WorkerProcess::start(const std::string& program, Un
     return std::nullopt;
   }
   pid_t pid = -1;
-  const int r = SpawnPlan(theirs.get()).run(program, pid);
+  const int r = SpawnPlan(theirs.get(), log).run(program, pid);
   if (r != 0) {
     error = program + ": " + std::strerror(r);
     return std::nullopt;
