@@ -60,6 +60,8 @@ def installed_files():
     cmake, documents = f"{LIBDIR}/cmake/tagwriter", "share/doc/tagwriter"
     player_cpp = f"{documents}/examples/player_cpp"
     player_xpc = f"{documents}/examples/player_xpc"
+    player_glib = f"{documents}/examples/player_glib"
+    player_qt = f"{documents}/examples/player_qt"
     files = f"""
         bin/tagwriter include/tagwriter/edit.h include/tagwriter/export.h include/tagwriter/fields.h
         include/tagwriter/outcome.h include/tagwriter/tag_writer.h include/tagwriter/text.h
@@ -82,6 +84,8 @@ def installed_files():
         share/man/man8/tagwriter-bus.8 share/man/man8/tagwriterd.8 share/man/man8/tagreaderd.8
         {documents}/README.md {documents}/examples/player_python/player.py
         {player_cpp}/CMakeLists.txt {player_cpp}/player.cpp
+        {player_glib}/CMakeLists.txt {player_glib}/player.cpp
+        {player_qt}/CMakeLists.txt {player_qt}/player.cpp
         {player_xpc}/CMakeLists.txt {player_xpc}/player.cpp""".split()
     files += [f"{documents}/{page.relative_to(SOURCE)}" for pattern in ("*.md", "images/*.svg")
               for page in (SOURCE / "docs").glob(pattern)]
