@@ -1,8 +1,8 @@
 """Files at which TagLib crashes or never ends: nothing is lost but the reply.
 
 The files are in tests/data/library_faults, or made here if they are large. docs/FAILURES.md
-describes them. What TagLib does with them depends on its version, so the service may also refuse the
-edit, or make it.
+describes them. What TagLib does with them depends on its version, so the service may also refuse
+the edit, or make it.
 """
 
 import os
@@ -29,7 +29,7 @@ def synchsafe(number):
 
 def nested_chapters():
     """An ID3v2 tag with a chapter in a chapter, and so on."""
-    times = b"\0" * 17  # after an empty name
+    times = b"\0" * 17  # an empty name, and four numbers
     frames, length = [], 0
     for _ in range(40_000):
         frames.append(b"CHAP" + synchsafe(len(times) + length) + b"\0\0" + times)
