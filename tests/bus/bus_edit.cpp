@@ -1,8 +1,10 @@
 // A player on the session bus that reads edits from standard input, one per line:
 //
 //   set PATH FIELD VALUE    set-safely PATH FIELD VALUE    cover PATH SIZE
+//   set-soon PATH FIELD VALUE   with a deadline of a second
 //
 // and prints a line for each: its status and its message.
+#include <chrono>
 #include <iostream>
 #include <map>
 #include <sstream>
@@ -18,7 +20,7 @@ using tagwriter::Status;
 const std::map<Status, const char*> kNames = {
     {Status::kWritten, "written"},           {Status::kRefused, "refused"},
     {Status::kNoAnswer, "no-answer"},        {Status::kServiceUnavailable, "unavailable"},
-    {Status::kRequestTooLarge, "too-large"},
+    {Status::kRequestTooLarge, "too-large"}, {Status::kTimedOut, "timed-out"},
 };
 
 tagwriter::Outcome run(tagwriter::TagWriter& writer, const std::string& line) {
@@ -36,7 +38,11 @@ tagwriter::Outcome run(tagwriter::TagWriter& writer, const std::string& line) {
   std::string field, value;
   words >> field;
   std::getline(words >> std::ws, value);
-  return writer.setField(path, field, value, {.safe = command == "set-safely"});
+  WriteOptions options = {.safe = command == "set-safely"};
+  if (command == "set-soon") {
+    options.deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+  }
+  return writer.setField(path, field, value, options);
 }
 
 }  // namespace

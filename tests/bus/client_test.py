@@ -10,7 +10,7 @@ import unittest
 
 import mutagen
 
-from bus_support import BusTest
+from bus_support import STAND_IN, BusTest
 from processes import DEADLINE
 from session import BIN, WORKER
 
@@ -82,6 +82,12 @@ class ClientTest(BusTest):
         self.assertEqual(self.path.read_bytes(), before)
         self.assertEqual(self.set_title("Two"), "written")
         self.assertEqual(self.title(), ["Two"])
+
+    def test_does_not_wait_longer_than_the_deadline(self):
+        front, slow = self.front_with(STAND_IN), {"STAND_IN": "toils", "SECONDS": "5"}
+        self.start_editor(self.start_bus((front,), slow))
+        self.assertEqual(self.set_title("T", "set-soon"), "timed-out")
+        self.assertIn("at work", self.message)
 
     def test_reports_when_no_service_can_be_started(self):
         before = self.path.read_bytes()

@@ -1,6 +1,7 @@
 // A worker that always answers true. The environment variable DAMAGE says what it does to the file;
 // "leave": nothing, but each answer is its last; "hang": it overwrites the second file, and never
-// answers; "log": nothing, but it writes a million bytes to standard error.
+// answers; "spin": the same, but it is busy; "log": nothing, but it writes a million bytes to
+// standard error.
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -22,9 +23,9 @@ int main(int argc, char** argv) {
   int requests = 0;
   const auto edit = [&](const Dictionary& request) {
     const UniqueFd file = request.duplicateDescriptor(key::kFd);
-    if (damage == "hang" && ++requests == 2) {
+    if ((damage == "hang" || damage == "spin") && ++requests == 2) {
       (void)!::pwrite(file.get(), "no audio", 8, 0);
-      while (true) ::pause();
+      while (true) damage == "spin" ? ::getppid() : ::pause();
     }
     if (damage == "truncate") return Answer{::ftruncate(file.get(), 0) == 0};
     if (damage == "overwrite") return Answer{::pwrite(file.get(), "no audio", 8, 0) == 8};
