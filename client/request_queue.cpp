@@ -31,6 +31,10 @@ class SignalsBlocked {
   sigset_t before_{};
 };
 
+void report(const QueuedRequest& request, const Outcome& outcome) {
+  if (request.callback) request.callback(outcome);
+}
+
 }  // namespace
 
 RequestQueue::~RequestQueue() {
@@ -54,7 +58,7 @@ void RequestQueue::add(QueuedRequest request) {
       return;
     }
   }
-  request.callback({Status::kServiceUnavailable, "no thread can be started"});
+  report(request, {Status::kServiceUnavailable, "no thread can be started"});
 }
 
 void RequestQueue::waitUntilDone(std::chrono::steady_clock::time_point deadline) {
@@ -101,7 +105,7 @@ void RequestQueue::run() {
 void RequestQueue::process(QueuedRequest request, bool isCancelled) {
   Outcome outcome = Status::kCancelled;
   if (!isCancelled) outcome = writer_.write(request.file, request.edits, request.options);
-  request.callback(outcome);
+  report(request, outcome);
 }
 
 }  // namespace tagwriter

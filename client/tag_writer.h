@@ -145,10 +145,11 @@ class TAGWRITER_API TagWriter {
     return write(file, std::span(edits.begin(), edits.size()), options);
   }
 
-  /// Does the same as write on a thread of the library, and passes the outcome to `callback` there.
-  /// Returns at once. The requests of a writer are carried out in order, over a worker of their
-  /// own; calls that block first wait until all of them are done. A descriptor of the caller's in
-  /// `file` is duplicated and may be closed; the image of a cover must be kept until the callback.
+  /// Does the same as write on a thread of the library, and passes the outcome to `callback` there,
+  /// unless that is empty. Returns at once. The requests of a writer are carried out in order, by a
+  /// worker that is theirs; calls that block first wait until all of them are done. A descriptor of
+  /// the caller's in `file` is duplicated and may be closed; the image of a cover must be kept
+  /// until the callback.
   void writeAsync(const AudioFile& file, std::vector<Edit> edits, const WriteOptions& options,
                   WriteCallback callback);
   /// The same, with a future. Unlike that of std::async, it does not wait when it is destroyed.

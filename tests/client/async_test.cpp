@@ -48,6 +48,7 @@ TEST_F(Async, KeepsTheOrderOnAThreadOfItsOwn) {
       threads.insert(std::this_thread::get_id());
     });
   }
+  writer_.writeAsync(path_, {Edit::setField("album", "Album")}, {}, {});
   // This waits for all of them.
   EXPECT_STATUS(Status::kWritten, writer_.setField(path_, "artist", "Artist"));
   ASSERT_EQ(order.size(), kRequests);
@@ -55,6 +56,7 @@ TEST_F(Async, KeepsTheOrderOnAThreadOfItsOwn) {
   EXPECT_EQ(threads.size(), 1);
   EXPECT_FALSE(threads.contains(std::this_thread::get_id()));
   EXPECT_EQ(titleOf(path_), std::to_string(kRequests - 1));
+  EXPECT_EQ(reader_.readField(path_, "album"), TrackValue("Album"));
 }
 
 TEST_F(Async, GivesFutures) {
