@@ -1,6 +1,7 @@
 """The numbers of all fuzz runs so far, in Markdown."""
 
 import collections
+import datetime
 import json
 from pathlib import Path
 
@@ -17,8 +18,9 @@ def findings_in(runs):
     return sum((collections.Counter(run["findings"]) for run in runs), collections.Counter())
 
 
-def hours(runs):
-    return f"{sum(run['cpu'] for run in runs) / 3600:.2f} h"
+def cpu_time(runs):
+    """As hours, minutes and seconds."""
+    return str(datetime.timedelta(seconds=sum(run["cpu"] for run in runs)))
 
 
 def faults(findings):
@@ -33,7 +35,7 @@ def row(name, runs):
     last, findings = runs[-1], findings_in(runs)
     # A run on a busy machine may not get through the corpus.
     widest = max(runs, key=lambda run: run["edges"])
-    return (f"| `{name}` | {hours(runs)} | {sum(run['executions'] for run in runs):,} | "
+    return (f"| `{name}` | {cpu_time(runs)} | {sum(run['executions'] for run in runs):,} | "
             f"{widest['edges']:,} of {widest['of']:,} | {last['inputs']:,} inputs | "
             f"{faults(findings)} | {count(findings, 'timeout-')} | {count(findings, 'oom-')} |\n")
 
@@ -57,7 +59,7 @@ def report(build):
         by_target[run["target"]].append(run)
     dates = sorted({run["date"] for run in runs})
     text = (f"{len(runs)} runs, {' to '.join(dict.fromkeys((dates[0], dates[-1])))}: "
-            f"{hours(runs)} of CPU time, {sum(run['executions'] for run in runs):,} "
+            f"{cpu_time(runs)} of CPU time (h:mm:ss), {sum(run['executions'] for run in runs):,} "
             f"executions.\n\n{HEAD}")
     text += "".join(row(name, by_target[name]) for name in sorted(by_target))
     if findings := findings_in(runs):
