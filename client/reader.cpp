@@ -78,6 +78,8 @@ Outcome Reader::read(int fd, const std::string& path, FileContents& contents) {
   if (Outcome called = call(fd, path, {}, reply); !called) return called;
   contents = {};
   contents.isReadable = reply.values.getBool(key::kReadable);
+  contents.isAudio = reply.values.getBool(key::kAudio);
+  contents.isTagged = reply.values.getBool(key::kTagged);
   contents.isComplete = !reply.values.getBool(key::kIncomplete);
   if (const auto* track = reply.values.getDictionary(key::kTrack)) {
     contents.fields = fieldsIn(*track);

@@ -43,6 +43,8 @@ using TagListing = std::vector<std::pair<std::string, std::string>>;
 /// What is in a file.
 struct FileContents {
   bool isReadable = false;  ///< whether TagLib can read it, as any type
+  bool isAudio = false;     ///< whether it can read it as the type that the name says
+  bool isTagged = false;    ///< whether it has the tag that the service edits in files of that type
   bool isComplete = false;  ///< false if something was too large for a message
   FieldListing fields;
   FieldListing info;  ///< the fields in the INFO list of a WAV file, which no edit changes

@@ -7,8 +7,8 @@
 // The reply repeats kPath and has kResult, and kIncomplete if bytes were lost. The truncation
 // request, from the service to the player, has kFd and kTruncateSize.
 //
-// A request to the reader has the open file and its path. Its reply has kReadable, kAudio and the
-// contents:
+// A request to the reader has the open file and its path. Its reply has kReadable, kAudio, kTagged
+// and the contents:
 //   everything      kTags, kTrack, kInfo, kPictures
 //   one field       with kField in the request: kTrack
 //   one picture     with kPicture, and kOffset, in the request: kSize, kData
@@ -35,6 +35,7 @@ inline constexpr char kPicture[] = "picture";
 inline constexpr char kOffset[] = "offset";
 inline constexpr char kReadable[] = "readable";
 inline constexpr char kAudio[] = "audio";
+inline constexpr char kTagged[] = "tagged";
 inline constexpr char kTags[] = "tags";
 inline constexpr char kInfo[] = "info";
 inline constexpr char kPictures[] = "pictures";

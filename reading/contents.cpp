@@ -29,6 +29,7 @@ class OwnTagReader {
     }
     auto* tag = ownTag(file, IfMissing::kNull);
     if (!tag) return false;
+    contents_.isTagged = true;
     addOtherFields(*tag, contents_.fields);
     addPictures(*tag, contents_.pictures);
     return true;

@@ -14,6 +14,7 @@ namespace tagwriter {
 struct Contents {
   bool isReadable = false;  ///< whether TagLib reads the file, whatever its type; if not, no tags
   bool isAudio = false;     ///< whether it also reads the file as the type that the name says
+  bool isTagged = false;    ///< whether it has the tag that the service edits in files of that type
   TagListing tags;
   StoredFields fields;
   StoredFields info;  ///< those in the INFO list of a WAV file; see docs/FAILURES.md

@@ -108,6 +108,7 @@ ValueDictionary startReply(const Contents& contents) {
   ValueDictionary reply;
   reply.set(key::kReadable, contents.isReadable);
   reply.set(key::kAudio, contents.isAudio);
+  reply.set(key::kTagged, contents.isTagged);
   return reply;
 }
 

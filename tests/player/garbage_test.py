@@ -173,7 +173,8 @@ class ReaderFiles(Files):
         before = contents(path)
         with open(path, "rb") as file:
             reply = self.player.read({"path": text(path), "fd": GLib.Variant("h", 0)}, [file])
-        self.assertEqual(set(reply) - {"info"}, {"readable", "audio", "tags", "track", "pictures"})
+        self.assertEqual(set(reply) - {"info"},
+                         {"readable", "audio", "tagged", "tags", "track", "pictures"})
         self.assertEqual(contents(path), before)
 
     def assert_still_answers(self):

@@ -14,7 +14,8 @@ from support import AUDIO_FILES, PlayerTest, contents  # noqa: E402
 
 MIB = 1 << 20
 PIECE = 16 * MIB  # the most that comes in one reply
-NOTHING = {"readable": False, "audio": False, "tags": [], "track": {}, "pictures": []}
+NOTHING = {"readable": False, "audio": False, "tagged": False, "tags": [], "track": {},
+           "pictures": []}
 # Ogg files with a codec that the service does not write under this name.
 OTHER_OGG = ("oggflac_named.ogg", "opus.oga", "speex.oga")
 
@@ -67,7 +68,8 @@ class Everything(ReaderTest):
                 request = change("disc", None, path) | {"track": dictionary(disc)}
                 self.assertTrue(writer.write(request, [file])["result"])
             reply = self.read(path)
-            self.assertEqual(set(reply), {"readable", "audio", "tags", "track", "pictures"})
+            self.assertEqual(set(reply),
+                             {"readable", "audio", "tagged", "tags", "track", "pictures"})
             track = reply["track"]
             for key, value in (values | disc).items():
                 found = track.lookup_value(key, value.get_type())
@@ -154,7 +156,7 @@ class Large(ReaderTest):
                         {"picture": GLib.Variant("t", 0), "offset": GLib.Variant("t", 30 * MIB)}):
             self.assertEqual(self.unpacked(path, **options)["data"], [])
         self.assertEqual(self.unpacked(path, picture=GLib.Variant("t", len(images))),
-                         {"readable": True, "audio": True})
+                         {"readable": True, "audio": True, "tagged": True})
 
     def test_what_does_not_fit_is_left_out(self):
         path = self.copy("mp3_plain.mp3")
