@@ -101,6 +101,9 @@ TEST_F(Content, OfAnotherKindIsNamed) {
       {"\x7f"
        "ELF\2\1\1"s,
        "a program"},
+      {"\xfe\xed\xfa\xce"s, "a program"},
+      {"\xfe\xed\xfa\xcf"s, "a program"},
+      {"\xce\xfa\xed\xfe"s, "a program"},
       {"\xcf\xfa\xed\xfe"s, "a program"},
       {"\xca\xfe\xba\xbe"s, "a program"},
       {"MZ\x90\0\3\0\0\0\4\0\0\0\xff\xff\0\0"s, "a program"},
@@ -120,6 +123,10 @@ TEST_F(Content, OfAnotherKindIsNamed) {
       EXPECT_EQ(outcome.detail(), kind);
     }
   }
+  for (const std::string& start : {"\xff\xfa\x90\0"s, "\xff\xf3\x80\0"s, "\xff\xf2\x80\0"s}) {
+    EXPECT_EQ(check("song.flac", start).detail(), "an MP3 file");
+  }
+  EXPECT_EQ(check("song.mp3", "MP+\7"s).detail(), "a Musepack file");
   EXPECT_EQ(check("song.flac", "RIFF\x24\0\0\0WAVELIST"s).detail(), "a WAV file");
   EXPECT_EQ(check("song.flac", "RIFF\x24\0\0\0RMP3data"s).detail(), "a RIFF file with MPEG audio");
   // An uncompressed WAV file is no MP3, whatever it is called.
