@@ -10,8 +10,7 @@ const char* textOf(Status status) {
     case Status::kWritten:
       return "written";
     case Status::kRefused:
-      return "not written: the content does not match the file name, the format does not support "
-             "this, there was nothing to remove, or the disk is full";
+      return "not written: the service refused the change";
     case Status::kIncomplete:
       return "not written completely";
     case Status::kNoAnswer:
@@ -56,6 +55,20 @@ const char* textOf(Status status) {
       return "cancelled";
     case Status::kTimedOut:
       return "the deadline has passed";
+    case Status::kFieldNotKept:
+      return "files of this type do not store this field";
+    case Status::kOutOfRange:
+      return "out of range";
+    case Status::kNeedsTrackNumber:
+      return "this file keeps a number of tracks only beside a track number";
+    case Status::kBlockTooLarge:
+      return "too large for a block of this file format";
+    case Status::kNotThisType:
+      return "not written: cannot be read as the type of file that its name says";
+    case Status::kNothingToRemove:
+      return "there is no picture to remove";
+    case Status::kNoSpace:
+      return "not written: there is not enough space";
   }
   return "";
 }

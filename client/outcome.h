@@ -11,9 +11,9 @@ namespace tagwriter {
 
 /// Result of a request. Values are never removed or reused; later versions may add some.
 enum class Status {
-  kWritten,  ///< the service answered true
-  kRefused,  ///< the service answered false, and the file is as it was: the content does not match
-             ///< the file name, the format does not support the change, or the disk is full
+  kWritten,             ///< the service answered true
+  kRefused,             ///< the service answered false, for another reason than those below; the
+                        ///< file is as it was
   kIncomplete,          ///< writes failed half way; in place, the file may be damaged
   kNoAnswer,            ///< the service died during the request; in place, the file may be damaged
   kServiceUnavailable,  ///< cannot start or reach the service; nothing was sent
@@ -36,6 +36,13 @@ enum class Status {
   kEmptyFile,           ///< there is nothing in the file; see anyFile
   kCancelled,           ///< stopped before it was sent; see WriteOptions::stop and ~TagWriter
   kTimedOut,            ///< the deadline has passed; see WriteOptions::deadline
+  kFieldNotKept,        ///< files of this type do not store the field
+  kOutOfRange,          ///< a number or a rating is outside of what the file's tag can hold
+  kNeedsTrackNumber,    ///< the file keeps a number of tracks only beside a track number
+  kBlockTooLarge,       ///< the text or cover does not fit into a block of the file's format
+  kNotThisType,         ///< the service cannot read the file as the type that its name says
+  kNothingToRemove,     ///< there is no picture to remove
+  kNoSpace,  ///< no room on the disk, or within a quota or a limit; the file is as it was
 };
 
 /// The status of a request, with details.

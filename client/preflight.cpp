@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "client/content.h"
 #include "protocol/file_type.h"
 #include "protocol/keys.h"
 
@@ -94,6 +95,11 @@ Outcome openForEdit(const AudioFile& file, UniqueFd& fd) {
   }
   if (Outcome kind = checkKind(fd.get()); !kind) return kind;
   return checkMode(fd.get());
+}
+
+Outcome openAudio(const AudioFile& file, const WriteOptions& options, UniqueFd& fd) {
+  Outcome opened = openForEdit(file, fd);
+  return opened && !options.anyFile ? checkContent(fd.get(), file.path()) : opened;
 }
 
 Outcome checkRequest(int fd, const std::string& path, const ValueDictionary& request) {

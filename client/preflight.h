@@ -12,6 +12,9 @@ namespace tagwriter {
 /// with the file.
 Outcome openForEdit(const AudioFile& file, UniqueFd& fd);
 
+/// The same, and unless `options` say anyFile, checks that it is audio (checkContent).
+Outcome openAudio(const AudioFile& file, const WriteOptions& options, UniqueFd& fd);
+
 /// Checks whether `request` can be sent for the open file `fd` (borrowed) with the name `path`:
 /// - kRequestTooLarge: it would reach 64 MiB on the wire (D-Bus specification, maximum length of an
 ///   array); the session bus would disconnect us.

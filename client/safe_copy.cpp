@@ -24,6 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t kModeBits = 07777;
+constexpr char kCreating[] = "creating a file in the same directory";
 
 Outcome failed(Status status, const char* what) {
   const int error = errno;
@@ -173,6 +174,12 @@ Outcome SafeCopy::make(int original, const std::string& path) {
   return copyAttributes(original, Status::kCopyFailed);
 }
 
+Outcome SafeCopy::check(int original, const std::string& path) {
+  if (Outcome found = find(original, path); !found) return found;
+  const int allowed = ::faccessat(directory_.get(), ".", W_OK | X_OK, AT_EACCESS);
+  return allowed == 0 ? Outcome() : copyFailed(kCreating);
+}
+
 /// Opens the directory once: its path may name another directory later.
 Outcome SafeCopy::find(int original, const std::string& path) {
   const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
@@ -201,7 +208,7 @@ Outcome SafeCopy::create() {
   // Not every file system supports unnamed files.
   std::string name = newName();
   copy_ = openIn(directory_, name.c_str(), O_CREAT | O_EXCL | O_RDWR, kOwnersOnly);
-  if (!copy_) return copyFailed("creating a file in the same directory");
+  if (!copy_) return copyFailed(kCreating);
   temporary_ = std::move(name);
   return {};
 }

@@ -26,6 +26,10 @@ class SafeCopy {
   /// files.
   Outcome make(int original, const std::string& path);
 
+  /// Whether make() can create the copy, as far as can be seen without creating it: with the same
+  /// failures.
+  Outcome check(int original, const std::string& path);
+
   /// The copy, open for reading and writing; owned here.
   int fd() const { return copy_.get(); }
 

@@ -7,12 +7,15 @@
 #include <utility>
 
 #include "client/connection.h"
-#include "client/content.h"
 #include "client/edit_content.h"
+#include "client/field_check.h"
+#include "client/forecast.h"
 #include "client/outcome_details.h"
 #include "client/preflight.h"
+#include "client/room.h"
 #include "client/safe_copy.h"
 #include "protocol/artwork_type.h"
+#include "protocol/file_type.h"
 
 namespace tagwriter {
 namespace {
@@ -68,9 +71,10 @@ Outcome TagWriter::write(const AudioFile& file, const Edit& edit, const WriteOpt
 
 Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
                          const WriteOptions& options) {
-  connection_->setLimits(options);
-  connection_->finishQueue();
-  Outcome outcome = writeNow(file, edits, options);
+  return withLog(writeNow(file, edits, options));
+}
+
+Outcome TagWriter::withLog(Outcome outcome) {
   if (std::string log = connection_->takeLog(); !log.empty())
     outcome.details().log = std::move(log);
   return outcome;
@@ -78,12 +82,8 @@ Outcome TagWriter::write(const AudioFile& file, std::span<const Edit> edits,
 
 Outcome TagWriter::writeNow(const AudioFile& file, std::span<const Edit> edits,
                             const WriteOptions& options) {
-  if (Outcome begins = connection_->checkLimits(); !begins) return begins;
   UniqueFd fd;
-  if (Outcome opened = openForEdit(file, fd); !opened) return opened;
-  if (!options.anyFile) {
-    if (Outcome audio = checkContent(fd.get(), file.path()); !audio) return audio;
-  }
+  if (Outcome begun = begin(file, options, fd); !begun) return begun;
   if (edits.empty()) return {};
   if (options.safe) return writeSafely(fd.get(), file.path(), edits, options.keepTimes);
 
@@ -97,29 +97,56 @@ Outcome TagWriter::writeNow(const AudioFile& file, std::span<const Edit> edits,
   return outcome;
 }
 
+Outcome TagWriter::begin(const AudioFile& file, const WriteOptions& options, UniqueFd& fd) {
+  connection_->setLimits(options);
+  connection_->finishQueue();
+  const Outcome begins = connection_->checkLimits();
+  return begins ? openAudio(file, options, fd) : begins;
+}
+
 Outcome TagWriter::send(int fd, const std::string& path, std::span<const Edit> edits) {
-  for (std::size_t i = 0; i < edits.size(); ++i) {
-    const auto& [problem, request] = *edits[i].content_;
-    Outcome outcome = problem;
-    if (outcome) outcome = check(fd, path, request);
-    if (outcome) outcome = connection_->send(fd, path, request);
+  bool hasWritten = false;
+  for (const std::size_t i : sendingOrder(edits)) {
+    Outcome outcome = sendOne(fd, path, edits[i]);
     if (!outcome) {
       outcome.details().edit = i;
-      if (i > 0) outcome.details().touched = true;
+      if (hasWritten) outcome.details().touched = true;
       return outcome;
     }
+    hasWritten = true;
   }
   return {};
 }
 
-Outcome TagWriter::check(int fd, const std::string& path, const ValueDictionary& request) {
-  Outcome outcome = checkRequest(fd, path, request);
-  if (!outcome || !mustKeepPictures(request)) return outcome;
+Outcome TagWriter::sendOne(int fd, const std::string& path, const Edit& edit) {
+  const auto& [problem, request] = *edit.content_;
+  const TagFileType type = tagFileTypeForPath(path.c_str());
   FileContents contents;
-  outcome = connection_->reader().read(fd, path, contents);
-  // An incomplete list may lack the picture.
-  const bool hasNone = contents.pictures.empty() && contents.isComplete;
-  return outcome && !hasNone ? Outcome{Status::kHasPicture} : outcome;
+  Outcome outcome = problem;
+  if (outcome) outcome = checkField(type, request);
+  if (outcome) outcome = checkRequest(fd, path, request);
+  if (outcome && needsContents(type, request)) {
+    outcome = connection_->reader().read(fd, path, contents);
+    if (outcome) outcome = checkContents(type, request, contents);
+  }
+  if (outcome) outcome = connection_->send(fd, path, request);
+  if (outcome.status() == Status::kRefused) return whyRefused(fd, path, request);
+  const auto next = requestAfter(type, request, contents);
+  if (outcome && next && !connection_->send(fd, path, *next)) {
+    outcome = {Status::kIncomplete, "the track number was cleared with the number of tracks"};
+    outcome.details().touched = true;
+  }
+  return outcome;
+}
+
+Outcome TagWriter::whyRefused(int fd, const std::string& path, const ValueDictionary& request) {
+  FileContents contents;
+  if (connection_->reader().read(fd, path, contents)) {
+    const TagFileType type = tagFileTypeForPath(path.c_str());
+    if (Outcome reason = reasonToRefuse(type, request, contents); !reason) return reason;
+  }
+  if (Outcome room = checkRoom(fd, wireSizeOf(request)); !room) return room;
+  return {Status::kRefused};
 }
 
 Outcome TagWriter::checkCopy(int copy, const std::string& path) {

@@ -5,14 +5,16 @@
 //   if (!outcome) std::cerr << outcome.message() << '\n';
 //
 // The service answers only true or false. To report the cause of a failure, this library checks
-// files and values before it sends a request, with a status for each problem. readField reads a
-// value back afterwards.
+// files and values before it sends a request, and looks for the reason after a refusal, with a
+// status for each problem. TagWriter::check does this without writing. readField reads a value back
+// afterwards.
 //
 // The player's process parses no audio file: the service, tagwriterd, does that when it writes, and
 // a second private process, tagreaderd, when something is read. It is started when it is needed for
-// the first time: by readField, before a cover that is to replace nothing, and in safe mode, which
-// checks the edited copy. It gets descriptors for reading only. If it dies, the outcome is
-// kUnreadable or kCopyUnreadable, and the next request starts a new one.
+// the first time: by readField and check, before a cover that is to replace nothing or a number of
+// tracks that the format keeps beside the track number, in safe mode, which checks the edited copy,
+// and after a refusal. It gets descriptors for reading only. If it dies, the outcome is kUnreadable
+// or kCopyUnreadable, and the next request starts a new one.
 //
 // The headers need only the standard library.
 #pragma once
@@ -42,6 +44,7 @@
 namespace tagwriter {
 
 class RequestQueue;
+class UniqueFd;
 class ValueDictionary;
 
 /// The version of the shared library that is loaded, as in TAGWRITER_VERSION_STRING.
@@ -135,8 +138,9 @@ class TAGWRITER_API TagWriter {
 
   /// Writes one edit.
   Outcome write(const AudioFile& file, const Edit& edit, const WriteOptions& options = {});
-  /// Writes several edits, one request each, and stops at the first failure. In safe mode they are
-  /// made on one copy: all of them or none.
+  /// Writes several edits, one request each, in order, but the number of tracks after a track
+  /// number; stops at the first failure. In safe mode they are made on one copy: all of them or
+  /// none.
   Outcome write(const AudioFile& file, std::span<const Edit> edits,
                 const WriteOptions& options = {});
   /// The same for a list in braces.
@@ -156,6 +160,21 @@ class TAGWRITER_API TagWriter {
   std::future<Outcome> writeAsync(const AudioFile& file, std::vector<Edit> edits,
                                   const WriteOptions& options = {});
 
+  /// Returns what write would return, and changes nothing: for a dry run. Makes the checks of a
+  /// write, and reads the file to see what the service would refuse. It cannot know of failures to
+  /// come: a full disk, or a worker that dies.
+  Outcome check(const AudioFile& file, std::span<const Edit> edits,
+                const WriteOptions& options = {});
+  /// The same for one edit.
+  Outcome check(const AudioFile& file, const Edit& edit, const WriteOptions& options = {}) {
+    return check(file, std::span(&edit, 1), options);
+  }
+  /// The same for a list in braces.
+  Outcome check(const AudioFile& file, std::initializer_list<Edit> edits,
+                const WriteOptions& options = {}) {
+    return check(file, std::span(edits.begin(), edits.size()), options);
+  }
+
   /// Shorthand for write with Edit::setField.
   template <typename Value>
   requires requires(Text key, const Value& value) { Edit::setField(key, value); }
@@ -174,9 +193,15 @@ class TAGWRITER_API TagWriter {
   explicit TagWriter(std::unique_ptr<Connection> connection);
 
   void hangUpIfStalled(std::chrono::milliseconds limit);
+  Outcome begin(const AudioFile& file, const WriteOptions& options, UniqueFd& fd);
+  Outcome withLog(Outcome outcome);
+  Outcome checkNow(const AudioFile& file, std::span<const Edit> edits, const WriteOptions& options);
+  static std::vector<std::size_t> sendingOrder(std::span<const Edit> edits);
+  Outcome checkEach(int fd, const std::string& path, std::span<const Edit> edits);
   Outcome writeNow(const AudioFile& file, std::span<const Edit> edits, const WriteOptions& options);
   Outcome send(int fd, const std::string& path, std::span<const Edit> edits);
-  Outcome check(int fd, const std::string& path, const ValueDictionary& request);
+  Outcome sendOne(int fd, const std::string& path, const Edit& edit);
+  Outcome whyRefused(int fd, const std::string& path, const ValueDictionary& request);
   Outcome checkCopy(int copy, const std::string& path);
   Outcome writeSafely(int fd, const std::string& path, std::span<const Edit> edits, bool keepTimes);
 

@@ -49,6 +49,8 @@ class Cell {
     return stored;
   }
 
+  constexpr bool isBlank() const { return std::holds_alternative<std::monostate>(kind_); }
+
   /// Calls `visitor` with the kind, unless the cell is blank.
   template <typename Visitor>
   void visit(const Visitor& visitor) const {

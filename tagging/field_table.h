@@ -6,8 +6,11 @@
 // cells: TagLib chooses the names.
 #pragma once
 
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 
+#include "protocol/kept_fields.h"
 #include "tagging/field_row.h"
 
 namespace tagwriter {
@@ -45,6 +48,17 @@ inline constexpr FieldRow kFields[] = {
   {kDisc,                Pair{"TPOS"},     {},        Pair{"disk"},    Pair{"DISCNUMBER"},           Pair{"WM/PartOfSet"},          Pair{"Disc"}},
 };
 // clang-format on
+
+/// Whether protocol/kept_fields.h says the same about a row: which cells are blank.
+constexpr bool agreesWithProtocol(const FieldRow& row) {
+  const auto agrees = [&row](TagFamily family, const auto& cell) {
+    return isKept(row.field.key, family) == (row.core || !cell.isBlank());
+  };
+  return isCore(row.field.key) == (row.core != nullptr) && agrees(TagFamily::kID3v2, row.id3v2) &&
+         agrees(TagFamily::kMP4, row.mp4) && agrees(TagFamily::kXiph, row.xiph) &&
+         agrees(TagFamily::kASF, row.asf) && agrees(TagFamily::kAPE, row.ape);
+}
+static_assert(std::all_of(std::begin(kFields), std::end(kFields), agreesWithProtocol));
 
 }  // namespace table
 

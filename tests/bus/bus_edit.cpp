@@ -18,7 +18,7 @@ namespace {
 using tagwriter::Status;
 
 const std::map<Status, const char*> kNames = {
-    {Status::kWritten, "written"},           {Status::kRefused, "refused"},
+    {Status::kWritten, "written"},           {Status::kNotThisType, "not-this-type"},
     {Status::kNoAnswer, "no-answer"},        {Status::kServiceUnavailable, "unavailable"},
     {Status::kRequestTooLarge, "too-large"}, {Status::kTimedOut, "timed-out"},
 };

@@ -23,7 +23,7 @@ TEST_F(Descriptors, OfTheCallerStayOpenAndUsable) {
   const AudioFile audio(file.get(), path_);
   const int flags = ::fcntl(file.get(), F_GETFL);
   EXPECT_STATUS(Status::kWritten, writer_.setField(audio, "title", std::string("One")));
-  EXPECT_STATUS(Status::kRefused, writer_.setField(audio, "cueSheet", std::string("C")));
+  EXPECT_STATUS(Status::kFieldNotKept, writer_.setField(audio, "cueSheet", std::string("C")));
   EXPECT_STATUS(Status::kUnknownField, writer_.clearField(audio, "titel"));
   EXPECT_EQ(titleOf(audio), "One");
   EXPECT_EQ(::fcntl(file.get(), F_GETFL), flags);
@@ -69,7 +69,7 @@ TEST_F(Descriptors, AreNotLeakedByTheWorker) {
   const std::size_t before = count();
   for (int i = 0; i < kRounds; ++i) {
     EXPECT_STATUS(Status::kWritten, writer_.setField(path_, "title", std::to_string(i)));
-    EXPECT_STATUS(Status::kRefused, writer_.setField(path_, "cueSheet", std::string("C")));
+    EXPECT_STATUS(Status::kFieldNotKept, writer_.setField(path_, "cueSheet", std::string("C")));
   }
   // Those of the last request may still be open.
   EXPECT_LT(count(), before + kRounds / 2);

@@ -31,7 +31,7 @@ TEST_F(Edits, StopAtTheFirstFailure) {
   const std::vector<std::byte> image(std::size_t{64} << 20);
   const std::pair<Status, Edit> failures[] = {
       {Status::kUnknownField, Edit::setField("titel", std::string("?"))},
-      {Status::kRefused, Edit::setField("cueSheet", std::string("not in an MP3"))},
+      {Status::kFieldNotKept, Edit::setField("cueSheet", std::string("not in an MP3"))},
       {Status::kRequestTooLarge, Edit::setCover(image, ImageType::kPNG, true)}};
   for (const auto& [status, failing] : failures) {
     const std::string mp3 = directory_.copyOf("mp3_plain.mp3");
@@ -50,7 +50,7 @@ TEST_F(Edits, AreByTheNameOfTheFile) {
   const std::string mp3 = directory_.copyOf("mp3_plain.mp3", "caf\xe9.mp3");
   const UniqueFd file = openFile(mp3);
   const Edit composer = Edit::setField("composer", std::string("C"));
-  EXPECT_STATUS(Status::kRefused,
+  EXPECT_STATUS(Status::kNotThisType,
                 writer_.write({file.get(), "song.flac"}, composer, {.anyFile = true}));
   EXPECT_STATUS(Status::kWritten, writer_.write({file.get(), "song.mp3"}, composer));
   EXPECT_STATUS(Status::kWritten, writer_.write(mp3, title("One")));
@@ -139,7 +139,7 @@ TEST_F(Edits, ThatAreNoneChangeNothing) {
 
 TEST(Outcome, HasADistinctMessageForEachStatus) {
   std::set<std::string> messages;
-  for (int i = 0; i <= static_cast<int>(Status::kEmptyFile); ++i) {
+  for (int i = 0; i <= static_cast<int>(Status::kNoSpace); ++i) {
     const auto status = static_cast<Status>(i);
     const std::string message = Outcome{status}.message();
     EXPECT_NE(message, "");

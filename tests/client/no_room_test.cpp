@@ -16,7 +16,7 @@ TEST_P(NoRoom, LeavesTheFileAsItWas) {
   const std::vector<std::byte> image(300'000, std::byte{'i'});
   const Edit cover = Edit::setCover(image, ImageType::kPNG, true);
   for (const bool safe : {true, false}) {
-    EXPECT_STATUS(Status::kRefused, writer_.write(path, cover, {.safe = safe, .keepTimes = true}));
+    EXPECT_STATUS(Status::kNoSpace, writer_.write(path, cover, {.safe = safe, .keepTimes = true}));
     EXPECT_EQ(stateOf(path), before);
     EXPECT_EQ(namesIn(directory_.path()), std::vector<std::string>{GetParam()});
   }

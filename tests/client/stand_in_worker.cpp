@@ -1,7 +1,7 @@
-// A worker that always answers true. The environment variable DAMAGE says what it does to the file;
+// A worker that answers true. The environment variable DAMAGE says what it does to the file;
 // "leave": nothing, but each answer is its last; "hang": it overwrites the second file, and never
 // answers; "spin": the same, but it is busy; "log": nothing, but it writes a million bytes to
-// standard error.
+// standard error; a key: nothing, and it answers false to changes of that field.
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -30,7 +30,8 @@ int main(int argc, char** argv) {
     if (damage == "truncate") return Answer{::ftruncate(file.get(), 0) == 0};
     if (damage == "overwrite") return Answer{::pwrite(file.get(), "no audio", 8, 0) == 8};
     if (damage == "log") std::fputs(std::string(1'000'000, '-').c_str(), stderr);
-    return Answer{true};
+    const char* field = request.getString(key::kChangedTag);
+    return Answer{!field || damage != field};
   };
   return dbus::serveWrites(UniqueFd(socket), edit, [&] { return damage == "leave"; });
 }

@@ -95,6 +95,8 @@ using tagwriter::test::shortened;
 
 WRAP(int, ftruncate, kFtruncate, (int fd, off_t size), (fd, size))
 WRAP(int, fsync, kFsync, (int fd), (fd))
+WRAP(int, fallocate, kFallocate, (int fd, int mode, off_t offset, off_t size),
+     (fd, mode, offset, size))
 WRAP(int, linkat, kLinkat, (int fromDir, const char* from, int toDir, const char* to, int flags),
      (fromDir, from, toDir, to, flags))
 WRAP(int, renameat, kRenameat, (int fromDir, const char* from, int toDir, const char* to),

@@ -24,6 +24,7 @@ enum class Call {
   kCopyFileRange,
   kPread,
   kWrite,
+  kFallocate,
 };
 
 /// While it lives, `before` runs before each `call`, on the calling thread. It returns 0 to make

@@ -95,6 +95,22 @@ def contents_on_disk(path):
         return file.read()
 
 
+def fill(free):
+    """Takes all space of the file system but `free` bytes."""
+    path = os.path.join(MOUNTED, "filler")
+    filler = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_APPEND)
+    for size in (1 << 20, 1 << 12):
+        while True:
+            try:
+                os.write(filler, bytes(size))
+            except OSError:
+                break
+    os.fsync(filler)
+    os.ftruncate(filler, os.fstat(filler).st_size - free)
+    os.close(filler)
+    os.sync()
+
+
 class FullDisk(unittest.TestCase):
 
     def setUp(self):
@@ -128,21 +144,6 @@ class FullDisk(unittest.TestCase):
             reply = player.write(request(path), [file])
         return reply["result"].unpack(), "incomplete" in reply
 
-    def fill(self, free):
-        """Takes all room of the file system but `free` bytes."""
-        path = os.path.join(self.place, "filler")
-        filler = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_APPEND)
-        for size in (1 << 20, 1 << 12):
-            while True:
-                try:
-                    os.write(filler, bytes(size))
-                except OSError:
-                    break
-        os.fsync(filler)
-        os.ftruncate(filler, os.fstat(filler).st_size - free)
-        os.close(filler)
-        os.sync()
-
     def check(self, player, name, edit, fits):
         path = os.path.join(self.place, name)
         result, incomplete = self.write(player, EDITS[edit][0], path)
@@ -155,7 +156,7 @@ class FullDisk(unittest.TestCase):
 
     def run_all(self, prepare):
         for column, free in enumerate((0, LITTLE)):
-            self.fill(free)
+            fill(free)
             with Player(prepare) as player:
                 for name in self.originals:
                     for edit, (_, *fits) in EDITS.items():
@@ -167,6 +168,26 @@ class FullDisk(unittest.TestCase):
 
     def test_where_no_room_can_be_reserved(self):
         self.run_all(f'set -- "{WITHOUT_RESERVATIONS}" "$@"')
+
+
+class FullForTheCommand(unittest.TestCase):
+
+    def test_says_so(self):
+        fill(1 << 20)
+        path = os.path.join(MOUNTED, "song.mp3")
+        lyrics = os.path.join(os.path.dirname(MOUNTED), "lyrics.txt")
+        shutil.copy(os.path.join(DATA, "mp3_plain.mp3"), path)
+        with open(lyrics, "w", encoding="utf-8") as file:
+            file.write("la " * 100_000)
+        fill(0)
+        before = contents(path)
+        command = [os.path.join(os.environ["TAGWRITER_BIN"], "tagwriter"), "set", "-t",
+                   f"lyrics=@{lyrics}", path]
+        run = subprocess.run(command, capture_output=True, text=True, check=False)
+        self.assertEqual((run.returncode, run.stderr),
+                         (1, f"{path}: lyrics: not written: there is not enough space: "
+                             "No space left on device\n"))
+        self.assertEqual(contents(path), before)
 
 
 if __name__ == "__main__":
