@@ -3,40 +3,17 @@
 #include <algorithm>
 #include <span>
 
+#include "cli/dry_run.h"
 #include "cli/field_value.h"
 #include "cli/file_contents.h"
 #include "cli/file_list.h"
 #include "cli/interruption.h"
 #include "cli/report.h"
 #include "cli/work_queue.h"
-#include "client/content.h"
-#include "client/preflight.h"
 #include "protocol/file_type.h"
 
 namespace tagwriter {
 namespace {
-
-/// Whether further edits of the same file would fail too, or do more damage.
-bool endsFile(Status status) {
-  switch (status) {
-    case Status::kNotFound:
-    case Status::kNotRegularFile:
-    case Status::kNotWritable:
-    case Status::kServiceUnavailable:
-    case Status::kNoAnswer:
-    case Status::kIncomplete:
-    case Status::kCopyFailed:
-    case Status::kCopyUnreadable:
-    case Status::kReplaceFailed:
-    case Status::kUnreadable:
-    case Status::kUnknownType:
-    case Status::kOtherContent:
-    case Status::kEmptyFile:
-      return true;
-    default:
-      return false;
-  }
-}
 
 using Edits = std::vector<NamedEdit>;
 
@@ -52,7 +29,7 @@ class FileEditor {
     if (!file.problem.empty()) {
       report_.failed(file.path, file.problem);
     } else if (options_.dryRun) {
-      plan(file.path, *file.edits);
+      dryRun(file.path, *file.edits, writeOptions(), writer_, reader_, report_);
     } else if (options_.safe) {
       editTogether(file.path, *file.edits);
     } else {
@@ -88,21 +65,6 @@ class FileEditor {
 
   WriteOptions writeOptions() const {
     return {.safe = options_.safe, .keepTimes = options_.keepTimes, .anyFile = options_.force};
-  }
-
-  void plan(const std::string& path, const Edits& edits) {
-    UniqueFd fd;
-    if (const Outcome opened = openForEdit(path, fd); !opened) {
-      return report_.failed(path, opened.message());
-    }
-    if (const Outcome audio = checkContent(fd.get(), path); !audio && !options_.force) {
-      return report_.failed(path, audio.message());
-    }
-    for (const NamedEdit& edit : edits) {
-      const PlannedEdit planned = edit.plan(path, reader_);
-      if (!planned.problem) return report_.failed(path, planned.problem.message());
-      report_.planned(path, edit.name, planned.description);
-    }
   }
 
   void editOneByOne(const std::string& path, const Edits& edits) {
@@ -165,6 +127,27 @@ int editEach(const EditOptions& options, const std::vector<FileEdits>& files, Re
 }
 
 }  // namespace
+
+bool endsFile(Status status) {
+  switch (status) {
+    case Status::kNotFound:
+    case Status::kNotRegularFile:
+    case Status::kNotWritable:
+    case Status::kServiceUnavailable:
+    case Status::kNoAnswer:
+    case Status::kIncomplete:
+    case Status::kCopyFailed:
+    case Status::kCopyUnreadable:
+    case Status::kReplaceFailed:
+    case Status::kUnreadable:
+    case Status::kUnknownType:
+    case Status::kOtherContent:
+    case Status::kEmptyFile:
+      return true;
+    default:
+      return false;
+  }
+}
 
 int editFiles(const EditOptions& options, std::vector<NamedEdit> edits) {
   Report report(options.json, options.quiet);

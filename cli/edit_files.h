@@ -34,6 +34,9 @@ struct FileEdits {
   std::string problem = {};  ///< if not empty, reported instead
 };
 
+/// Whether further edits of the same file would fail too, or do more damage.
+bool endsFile(Status status);
+
 /// Makes `edits` in each of `options.paths`, as the options say. Reports failures on standard error
 /// as "file: edit: reason" and continues. Returns an exit code.
 int editFiles(const EditOptions& options, std::vector<NamedEdit> edits);

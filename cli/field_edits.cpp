@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "base/unique_fd.h"
@@ -72,7 +73,11 @@ NamedEdit fieldEdit(const FieldAssignment& change) {
 
 }  // namespace
 
-std::vector<NamedEdit> fieldEdits(const std::vector<FieldAssignment>& fields) {
+std::vector<NamedEdit> fieldEdits(std::vector<FieldAssignment> fields) {
+  // Some formats keep the number of tracks only beside a track number.
+  std::stable_partition(fields.begin(), fields.end(), [](const FieldAssignment& field) {
+    return field.key != field::kTotalNumberOfTracks;
+  });
   std::vector<NamedEdit> edits;
   bool hasDisc = false;
   for (const FieldAssignment& field : fields) {

@@ -9,8 +9,9 @@
 
 namespace tagwriter {
 
-/// Returns one edit per field, in the given order. The disc number and the number of discs share an
-/// edit; if only one of them is given, the other keeps its value in the file.
-std::vector<NamedEdit> fieldEdits(const std::vector<FieldAssignment>& fields);
+/// Returns one edit per field, in the given order, but the number of tracks last. The disc number
+/// and the number of discs share an edit; if only one of them is given, the other keeps its value
+/// in the file.
+std::vector<NamedEdit> fieldEdits(std::vector<FieldAssignment> fields);
 
 }  // namespace tagwriter

@@ -9,6 +9,15 @@
 namespace tagwriter {
 namespace {
 
+/// The start of a text, without half a character at the end.
+std::string shortened(const std::string& text) {
+  constexpr std::size_t kMax = 60;
+  if (text.size() <= kMax) return text;
+  std::size_t end = kMax;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) --end;
+  return text.substr(0, end) + "...";
+}
+
 /// The message of libtagwriter, with a hint at the option to use.
 std::string messageOf(const Outcome& outcome) {
   const bool hasPicture = outcome.status() == Status::kHasPicture;
@@ -18,13 +27,15 @@ std::string messageOf(const Outcome& outcome) {
 }  // namespace
 
 void Report::planned(const std::string& path, const std::string& edit,
-                     const std::string& description) {
+                     const std::string& description, const std::optional<std::string>& old) {
   if (json_) {
     nlohmann::json line = jsonOfFile(path);
     line.update({{"edit", edit}, {"result", "planned"}, {"what", description}});
+    line["was"] = old ? nlohmann::json(*old) : nlohmann::json();
     addJson(line);
   } else if (!quiet_) {
-    add(false, printable(path + ": " + description));
+    const std::string was = old ? "was: " + shortened(*old) : "was not set";
+    add(false, printable(path + ": " + description + " (" + was + ")"));
   }
 }
 

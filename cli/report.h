@@ -2,6 +2,7 @@
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,8 +26,9 @@ class Report {
   /// Sets the bar to hide before anything is printed; null for none.
   void setProgress(Progress* progress) { progress_ = progress; }
 
-  /// Reports what a dry run would write.
-  void planned(const std::string& path, const std::string& edit, const std::string& description);
+  /// Reports what a dry run would write, and what it would replace, if anything.
+  void planned(const std::string& path, const std::string& edit, const std::string& description,
+               const std::optional<std::string>& old);
   /// Reports the result of an edit.
   void done(const std::string& path, const std::string& edit, const Outcome& outcome);
   /// Reports that a picture of a file is in the file `target`.

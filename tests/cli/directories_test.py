@@ -5,7 +5,7 @@ import shutil
 import unittest
 from pathlib import Path
 
-from cli_support import DATA, TAGWRITER, CommandTest, tagwriter, without_privileges
+from cli_support import DATA, TAGWRITER, CommandTest, objects, tagwriter, without_privileges
 
 EDITS = {"set": ("set", "-t", "title=T"), "clear": ("clear", "-t", "title"),
          "cover": ("cover", "--replace", DATA / "cover_red.png"), "no cover": ("cover", "--clear"),
@@ -19,9 +19,8 @@ class DirectoriesTest(CommandTest):
 
     def found(self, *paths):
         """The files that the command finds, in its order."""
-        run = tagwriter("set", "-n", "-t", "title=T", "--force", "-r", *paths, cwd=self.directory)
-        self.assert_run(run, 0)
-        return [line.removesuffix(": title = T") for line in run.stdout.splitlines()]
+        run = tagwriter("set", "-n", "-t", "title=T", "--json", "-r", *paths, cwd=self.directory)
+        return [line["file"] for line in objects(run.stdout)]
 
 
 class FindTest(DirectoriesTest):

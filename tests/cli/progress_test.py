@@ -71,7 +71,7 @@ class ProgressTest(CommandTest):
         self.assert_full_progress(self.on_terminal(*set_title, *names[:6]), 6)
         self.assertEqual(self.on_terminal(*set_title, "-q", *names).output, b"")
         self.assertEqual(self.on_terminal(*set_title, "-n", *names).screen(),
-                         [*(f"{name}: title = T" for name in names), ""])
+                         [*(f"{name}: title = T (was: T)" for name in names), ""])
 
     def test_depends_on_standard_error_only(self):
         names = self.names(8)

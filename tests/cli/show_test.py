@@ -44,7 +44,8 @@ class TextTest(CommandTest):
                          f"{self.directory}/a\\x1b.mp3\n  all tags, as TagLib names them:\n"
                          "    X\\x1bY: red\\x1b[31m\n      next\\x9b\n")
         run = tagwriter("set", "-n", "-t", "title=a\x1b\nb", mp3)
-        self.assertEqual(run.stdout, f"{self.directory}/a\\x1b.mp3: title = a\\x1b\\x0ab\n")
+        self.assertEqual(run.stdout, f"{self.directory}/a\\x1b.mp3: title = a\\x1b\\x0ab "
+                                     "(was not set)\n")
         self.assertEqual(tagwriter("show", "a\x1b").stderr, "a\\x1b: No such file or directory\n")
 
     def test_reports_files_that_it_cannot_read(self):
