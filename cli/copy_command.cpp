@@ -41,12 +41,36 @@ std::size_t coverIn(const std::vector<PictureInfo>& pictures) {
   return front == pictures.end() ? 0 : static_cast<std::size_t>(front - pictures.begin());
 }
 
+/// The edit that stores the cover of `file` in another; nullopt if it has no picture. If it cannot
+/// be copied, `problem` says why. `image` is set to its bytes, which must outlive the edit.
+std::optional<NamedEdit> coverEdit(const OpenedFile& file, const CopyArguments& arguments,
+                                   Reader& reader, std::vector<std::byte>& image,
+                                   std::string& problem) {
+  const std::vector<PictureInfo>& pictures = file.contents.pictures;
+  if (pictures.empty()) return std::nullopt;
+  const std::size_t index = coverIn(pictures);
+  const ImageType type = pictures[index].format;
+  if (type == ImageType::kOther) {
+    problem = "its cover is not a PNG, JPEG, TIFF, GIF or BMP image (choose fields with -t)";
+    return std::nullopt;
+  }
+  const auto append = [&](std::span<const std::byte> piece) {
+    image.insert(image.end(), piece.begin(), piece.end());
+    return true;
+  };
+  const Outcome read = reader.readPicture(file.fd.get(), arguments.from, index, append);
+  if (!read) problem = read.message();
+  const PlannedEdit edit = {Edit::setCover(image, type, arguments.replace),
+                            "cover = that of " + arguments.from};
+  return NamedEdit{"cover", [edit](const AudioFile&, Reader&) { return edit; }};
+}
+
 }  // namespace
 
 int run(const CopyArguments& arguments) {
   Reader reader;
   OpenedFile file;
-  const std::string problem = readFile(arguments.from, reader, file);
+  std::string problem = readFile(arguments.from, reader, file);
   Report(false, false).log(arguments.from, reader.takeLog());
   if (!problem.empty()) return fail(arguments.from, problem);
   const FileContents& contents = file.contents;
@@ -59,24 +83,11 @@ int run(const CopyArguments& arguments) {
   if (!missing.empty()) {
     return fail(arguments.from, "has no " + missing + " to copy ('tagwriter clear' clears it)");
   }
-  std::vector<std::byte> cover;
-  if (arguments.keys.empty() && !contents.pictures.empty()) {
-    const std::size_t index = coverIn(contents.pictures);
-    const ImageType type = contents.pictures[index].format;
-    if (type == ImageType::kOther) {
-      return fail(arguments.from,
-                  "its cover is not a PNG, JPEG, TIFF, GIF or BMP image (choose "
-                  "fields with -t)");
-    }
-    const Outcome read = reader.readPicture(file.fd.get(), arguments.from, index,
-                                            [&](std::span<const std::byte> piece) {
-                                              cover.insert(cover.end(), piece.begin(), piece.end());
-                                              return true;
-                                            });
-    if (!read) return fail(arguments.from, read.message());
-    PlannedEdit edit = {Edit::setCover(cover, type, arguments.replace),
-                        "cover = that of " + arguments.from};
-    edits.push_back({"cover", [edit](const AudioFile&, Reader&) { return edit; }});
+  std::vector<std::byte> image;
+  if (arguments.keys.empty()) {
+    const auto cover = coverEdit(file, arguments, reader, image, problem);
+    if (!problem.empty()) return fail(arguments.from, problem);
+    if (cover) edits.push_back(*cover);
   }
   if (edits.empty()) return fail(arguments.from, "has nothing to copy");
   return editFiles(arguments.options, std::move(edits));
