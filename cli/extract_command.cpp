@@ -113,7 +113,7 @@ class Extractor {
     };
     const Outcome read = reader_.readPicture(fd, path, index, append);
     if (!read) return read.message();
-    if (error != 0) return std::string(".part: ") + std::strerror(error);
+    if (error != 0) return std::strerror(error);
     const bool isFirst = !written_.contains(target);
     if (file.finish(arguments_.replace && isFirst)) {
       written_.insert(target);

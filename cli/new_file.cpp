@@ -7,18 +7,28 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <utility>
 #include <vector>
 
 namespace tagwriter {
+namespace {
 
-NewFile::NewFile(std::string path)
-    : path_(std::move(path)),
-      part_(path_ + ".part"),
-      fd_(::open(part_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) {}
+constexpr mode_t kMode = 0666;
+
+}  // namespace
+
+NewFile::NewFile(std::string path) : path_(std::move(path)), part_(path_ + ".part") {
+  const std::filesystem::path directory = std::filesystem::path(path_).parent_path();
+  fd_.reset(
+      ::open(directory.empty() ? "." : directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kMode));
+  if (fd_) return;
+  fd_.reset(::open(part_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMode));
+  hasPart_ = static_cast<bool>(fd_);
+}
 
 NewFile::~NewFile() {
-  if (fd_ && !part_.empty()) ::unlink(part_.c_str());
+  if (hasPart_) ::unlink(part_.c_str());
 }
 
 bool NewFile::write(std::span<const std::byte> bytes) {
@@ -32,25 +42,29 @@ bool NewFile::write(std::span<const std::byte> bytes) {
 
 bool NewFile::finish(bool replace) {
   if (!fd_) return false;
-  if (renameToPath(replace)) {
-    part_.clear();
-    return true;
-  }
-  if (errno != EEXIST) return false;
+  if (renameToPath(replace)) return true;
+  if (errno != EEXIST || replace) return false;
   if (isSameAsPath()) return true;
   errno = EEXIST;
   return false;
 }
 
+bool NewFile::linkAs(const std::string& name) const {
+  const std::string self = "/proc/self/fd/" + std::to_string(fd_.get());
+  return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
 bool NewFile::renameToPath(bool replace) {
-  if (replace) return ::rename(part_.c_str(), path_.c_str()) == 0;
-  if (::renameat2(AT_FDCWD, part_.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE) == 0) {
-    return true;
-  }
-  // Not every file system can do this.
-  if (errno != EINVAL || ::link(part_.c_str(), path_.c_str()) != 0) return false;
-  ::unlink(part_.c_str());
-  return true;
+  if (!hasPart_ && linkAs(path_)) return true;
+  if (!hasPart_ && (errno != EEXIST || !replace)) return false;
+  // Only a rename replaces a file.
+  hasPart_ = hasPart_ || linkAs(part_);
+  if (!hasPart_) return false;
+  const unsigned flags = replace ? 0 : RENAME_NOREPLACE;
+  const bool isRenamed = ::renameat2(AT_FDCWD, part_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0;
+  hasPart_ = !isRenamed;
+  // Not every file system knows the flag.
+  return isRenamed || (errno == EINVAL && ::link(part_.c_str(), path_.c_str()) == 0);
 }
 
 bool NewFile::isSameAsPath() const {

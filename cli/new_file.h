@@ -9,8 +9,9 @@
 
 namespace tagwriter {
 
-/// Writes a file beside its final path, with ".part" after the name, and renames it at the end. It
-/// is removed with this object unless it was renamed.
+/// Writes a file without a name in the directory of its path, and links it there at the end: if the
+/// process ends before, nothing remains. Where the file system does not support that, the file has
+/// the name of the path with ".part" behind it, and is removed with this object.
 class NewFile {
  public:
   explicit NewFile(std::string path);
@@ -27,11 +28,13 @@ class NewFile {
   bool finish(bool replace);
 
  private:
+  bool linkAs(const std::string& name) const;
   bool renameToPath(bool replace);
   bool isSameAsPath() const;
 
   std::string path_;
-  std::string part_;
+  std::string part_;      ///< a name beside the path
+  bool hasPart_ = false;  ///< whether the file is there
   UniqueFd fd_;
 };
 

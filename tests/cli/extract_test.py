@@ -1,13 +1,14 @@
 """cover --extract: pictures into files of their own."""
 
 import os
+import signal
 import unittest
 from pathlib import Path
 
 import mutagen
 from mutagen.id3 import APIC, ID3
 
-from cli_support import DATA, CommandTest, objects, tagwriter
+from cli_support import DATA, TAGWRITER, CommandTest, objects, tagwriter
 
 IMAGES = {path.suffix: path.read_bytes() for path in DATA.glob("cover*")}
 
@@ -73,6 +74,14 @@ class ExtractTest(CommandTest):
                          ["extracted", "extracted", "failed"])
         self.assertEqual(self.files(self.directory), {target.name: IMAGES[".png"]})
 
+    def test_leaves_nothing_when_it_is_killed(self):
+        mp3 = self.mp3("a.mp3", (3, "image/png", IMAGES[".png"] + bytes(1 << 20)))
+        (self.directory / "front-cover.png").write_bytes(b"mine")
+        limit = ["prlimit", f"--fsize={1 << 19}"]  # the kernel ends who exceeds it
+        run = tagwriter("cover", "--extract", "--replace", mp3, program=[*limit, TAGWRITER])
+        self.assertEqual(run.returncode, -signal.SIGXFSZ)
+        self.assertEqual(self.files(self.directory), {"front-cover.png": b"mine"})
+
     def test_failures_are_reported_and_leave_nothing(self):
         plain, mp3 = self.copy("mp3_plain.mp3"), self.mp3("a.mp3", (3, "", IMAGES[".png"]))
         run = tagwriter("cover", "--extract", "-q", plain, mp3)
@@ -82,7 +91,7 @@ class ExtractTest(CommandTest):
         self.assert_run(run, 1, "/dev/null/x: cannot be created: Not a directory\n")
         run = tagwriter("cover", "--extract=/proc/self", mp3)
         self.assertEqual(run.returncode, 1)
-        self.assertIn("/proc/self/front-cover.png: .part: ", run.stderr)
+        self.assertIn("/proc/self/front-cover.png: ", run.stderr)
         for option in ("--safe", "--keep-times", "--bus", "-n"):
             run = tagwriter("cover", "--extract", option, mp3)
             self.assertEqual(run.returncode, 2)
