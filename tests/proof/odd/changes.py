@@ -3,7 +3,7 @@
 import re
 from dataclasses import dataclass
 
-from expectations import edited_names, family_of, is_core
+from expectations import FIELDS, edited_names, family_of, is_core
 
 COVER_NAMES = {"id3v2": ("ID3v2 APIC",), "mp4": ("MP4 covr",), "asf": ("ASF WM/Picture",),
                "xiph": ("Xiph METADATA_BLOCK_PICTURE", "Xiph COVERART", "FLAC block 6"),
@@ -16,7 +16,9 @@ def own_names(file, field):
     """The names, in capitals, under which an edit is meant to change the file."""
     if field == "cover":
         return {name.upper() for name in COVER_NAMES[family_of(file)]}
-    return edited_names(file, field) | set(DATE_NAMES if field == "year" else ())
+    info = FIELDS[field].get("info") if file.endswith(".wav") else None
+    return (edited_names(file, field) | set(DATE_NAMES if field == "year" else ())
+            | ({"INFO", f"INFO {info}"} if info else set()))
 
 
 def differences(file, field, before, after):
