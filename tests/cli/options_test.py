@@ -104,6 +104,16 @@ class DryRunTest(CommandTest):
         self.assert_planned([f"{mp3}: disc = 1 of 4 (was: 1 of 3)"],
                             "set", "-t", "totalNumberOfDiscs=4", mp3)
 
+    def test_fails_like_the_run(self):
+        edit = ("set", "-t", "title=T", "-t", "cueSheet=C", "-t", "totalNumberOfTracks=12")
+        for options, planned in (["--safe"], 0), ([], 1):
+            mp3 = self.copy("mp3_plain.mp3")
+            dry = tagwriter(*edit, "-n", *options, mp3)
+            self.assertEqual(dry.stdout, planned * f"{mp3}: title = T (was not set)\n")
+            run = tagwriter(*edit, *options, mp3)
+            self.assertEqual((dry.returncode, dry.stderr), (run.returncode, run.stderr))
+            self.assertEqual(run.returncode, 1)
+
     def test_needs_neither_service_nor_bus(self):
         held = HeldService(self)
         paths = self.copies(3, TAGGED)
