@@ -45,6 +45,11 @@ class SetTest(CommandTest):
             self.assertIn(text, run.stderr)
         self.assertEqual(mp3.read_bytes(), before)
 
+    def test_writes_the_number_of_tracks_last(self):
+        mp3 = self.copy("mp3_plain.mp3")
+        self.assert_run(tagwriter("set", "-t", "totalNumberOfTracks=12", "-t", "track=3", mp3), 0)
+        self.assertEqual(str(mutagen.File(mp3).tags["TRCK"]), "3/12")
+
     def test_notes_what_the_info_list_of_a_wav_still_has(self):
         wav = self.copy("wav_info.wav")
         for arguments, notes in (
