@@ -60,8 +60,8 @@ std::optional<NamedEdit> coverEdit(const OpenedFile& file, const CopyArguments& 
   };
   const Outcome read = reader.readPicture(file.fd.get(), arguments.from, index, append);
   if (!read) problem = read.message();
-  const PlannedEdit edit = {Edit::setCover(image, type, arguments.replace),
-                            "cover = that of " + arguments.from};
+  PlannedEdit edit = {Edit::setCover(image, type, arguments.replace),
+                      "cover = that of " + arguments.from};
   return NamedEdit{"cover", [edit](const AudioFile&, Reader&) { return edit; }};
 }
 

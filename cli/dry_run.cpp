@@ -49,6 +49,7 @@ std::map<std::size_t, Outcome> findFailures(const std::string& path, const std::
   std::iota(left.begin(), left.end(), 0);
   for (;;) {
     std::vector<Edit> rest;
+    rest.reserve(left.size());
     for (const std::size_t i : left) rest.push_back(edits[i]);
     const Outcome outcome = writer.check(path, rest, options);
     if (outcome) return failures;

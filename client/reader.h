@@ -21,12 +21,12 @@ namespace tagwriter {
 struct PictureInfo {
   /// As in ID3v2 (frames, 4.14), such as kFrontCover; nullopt if the format does not store it.
   std::optional<std::int64_t> type;
-  std::string role;      ///< the same in words, for example "Front Cover"
-  std::string mimeType;  ///< may be empty
-  std::uint64_t size;    ///< in bytes
-  std::uint64_t width;   ///< in pixels; 0 if unknown
-  std::uint64_t height;  ///< the same
-  ImageType format;      ///< by its first bytes
+  std::string role;                      ///< the same in words, for example "Front Cover"
+  std::string mimeType;                  ///< may be empty
+  std::uint64_t size = 0;                ///< in bytes
+  std::uint64_t width = 0;               ///< in pixels; 0 if unknown
+  std::uint64_t height = 0;              ///< the same
+  ImageType format = ImageType::kOther;  ///< by its first bytes
 };
 
 /// The type of a picture that is a front cover.
