@@ -37,11 +37,14 @@ def summary(pattern="*"):
     if report.problems + mismatches:
         raise AssertionError("\n".join(report.problems + mismatches))
     counts = report.counts
+    not_decoded = ", ".join(f"`{name}`" for name in sorted(report.not_decoded))
     return (f"{len(names)} files. {counts['edits']:,} edits in place: {counts['accepted']:,} were "
             f"made, {counts['edits'] - counts['accepted']:,} refused, each as expected; the same "
-            f"in safe mode: {counts['safe']:,}. ffmpeg decoded {counts['decoded']:,} different "
-            f"files; it cannot decode the audio of these, of which only the stored bytes were "
-            f"compared: {', '.join(f'`{name}`' for name in sorted(report.not_decoded))}.\n")
+            f"in safe mode: {counts['safe']:,}, of which the command refused "
+            f"{counts['refused by the command']:,} by itself (there is a picture, no track number "
+            f"for a number of tracks, or TagLib cannot read the file). ffmpeg decoded "
+            f"{counts['decoded']:,} different files; it cannot decode the audio of these, of which "
+            f"only the stored bytes were compared: {not_decoded}.\n")
 
 
 if __name__ == "__main__":

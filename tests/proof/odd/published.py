@@ -31,8 +31,7 @@ change in a file, or be lost. It comes from hundreds of files that are valid, bu
 field and the cover were set, replaced and cleared in each of them ([PROOF.md](PROOF.md) has the
 numbers). Software that shares no code with TagLib (mutagen, ffmpeg and the readers of the tests)
 compared the files before and after. What is not on this page stayed as it was; only padding was not
-compared. Not on it yet with TagLib 1: Opus, Monkey's Audio and WavPack files, and MP4 files but for
-those with odd items or layouts.
+compared.
 
 The service does not work around what is listed here. The last column{s} name{z} a file that shows
 it, and how many more do; `tests/proof/odd_files.json` has all of them, with the names that changed.
