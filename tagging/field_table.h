@@ -51,12 +51,12 @@ inline constexpr FieldRow kFields[] = {
 
 /// Whether protocol/kept_fields.h says the same about a row: which cells are blank.
 constexpr bool agreesWithProtocol(const FieldRow& row) {
-  const auto agrees = [&row](TagFamily family, const auto& cell) {
-    return isKept(row.field.key, family) == (row.core || !cell.isBlank());
+  const auto agrees = [key = row.field.key](TagFamily family, const auto& cell) {
+    return cell.isBlank() == (isCore(key) || !isKept(key, family));
   };
-  return isCore(row.field.key) == (row.core != nullptr) && agrees(TagFamily::kID3v2, row.id3v2) &&
-         agrees(TagFamily::kMP4, row.mp4) && agrees(TagFamily::kXiph, row.xiph) &&
-         agrees(TagFamily::kASF, row.asf) && agrees(TagFamily::kAPE, row.ape);
+  return agrees(TagFamily::kID3v2, row.id3v2) && agrees(TagFamily::kMP4, row.mp4) &&
+         agrees(TagFamily::kXiph, row.xiph) && agrees(TagFamily::kASF, row.asf) &&
+         agrees(TagFamily::kAPE, row.ape);
 }
 static_assert(std::all_of(std::begin(kFields), std::end(kFields), agreesWithProtocol));
 

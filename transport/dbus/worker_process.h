@@ -24,8 +24,8 @@ std::string findWorkerProgram(const char* name);
 class WorkerProcess {
  public:
   /// Starts `program` with one end of a new socketpair; the caller gets the other end in `socket`.
-  /// `log`, which is borrowed, becomes its standard error; if negative, it has that of this process.
-  /// Returns nullopt on failure, with a message in `error`.
+  /// `log`, which is borrowed, becomes its standard error; if negative, it has that of this
+  /// process. Returns nullopt on failure, with a message in `error`.
   static std::optional<WorkerProcess> start(const std::string& program, UniqueFd& socket,
                                             std::string& error, int log = -1);
 
