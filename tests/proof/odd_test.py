@@ -4,6 +4,7 @@ known to change it."""
 import unittest
 
 import odd_files
+from odd import published
 
 SAMPLE = 80
 
@@ -15,6 +16,9 @@ class OddFilesTest(unittest.TestCase):
         self.assertEqual(report.problems + mismatches, [])
         self.assertGreater(report.counts["accepted"], len(names) * 50)
         self.assertGreater(report.counts["decoded"], len(names) * 20)
+
+    def test_the_page_is_up_to_date(self):
+        self.assertEqual(published.document(), published.DOCUMENT.read_text(encoding="utf-8"))
 
 
 if __name__ == "__main__":

@@ -58,9 +58,8 @@ class Change:
 
 
 MISSED, LOST, REWRITTEN, NOT_EDITED = "missed", "lost", "rewritten", "not edited"
-# What TagLib does on its own, in the order in which it is asked about what those before have left:
-# (kind, sentence, a function that returns the names that it explains). The sentences are published,
-# so each is about what a user can see.
+# What TagLib does on its own: (kind, sentence, a function that returns the names that it explains).
+# The sentences are published, so each is about what a user can see.
 RULES = []
 
 
@@ -70,15 +69,3 @@ def rule(kind, sentence):
         RULES.append((kind, sentence, function))
         return function
     return register
-
-
-def explain(change):
-    """Takes what the rules explain out of the differences. Returns the (sentence, names) used."""
-    used = []
-    for _, sentence, function in RULES:
-        names = set(function(change)) & set(change.diff)
-        if names:
-            used.append((sentence, names))
-            for name in names:
-                del change.diff[name]
-    return used

@@ -8,9 +8,11 @@ from pathlib import Path
 
 from expectations import TAGLIB as SERIES
 
-from .changes import LOST, MISSED, NOT_EDITED, REWRITTEN, RULES
+from .changes import LOST, MISSED, NOT_EDITED, REWRITTEN
+from .rules import RULES
 
 TAGLIB = SERIES[-1]
+AND = " and "
 ROOT = Path(__file__).resolve().parents[3]
 RECORD = ROOT / "tests/proof/odd_files.json"
 DOCUMENT = ROOT / "docs/ODD_FILES.md"
@@ -33,25 +35,32 @@ numbers). Software that shares no code with TagLib (mutagen, ffmpeg and the read
 compared the files before and after. What is not on this page stayed as it was; only padding was not
 compared.
 
-The service does not work around what is listed here. The last column{s} name{z} a file that shows
-it, and how many more do; `tests/proof/odd_files.json` has all of them, with the names that changed.
+The service does not work around what is listed here. The last column names a file that shows it,
+and how many more do; where the series of TagLib differ, by series.
+`tests/proof/odd_files.json` has all files, with the names that changed.
 To make the files, run
 `PYTHONPATH=tests/proof:tests/expectations python3 -m odd.files tests/data DIRECTORY`.
 """
 
 
 def recorded():
-    """By sentence: by series of TagLib, by file, how many edits the sentence explains."""
+    """By sentence: by series of TagLib, by file, how many edits the sentence explains. The file has
+    what several series share once."""
     rows = json.loads(RECORD.read_text(encoding="utf-8")) if RECORD.exists() else {}
-    return {sentence: {series: {name: words for words, names in by_words.items() for name in names}
-                       for series, by_words in row.items()} for sentence, row in rows.items()}
+    record = defaultdict(lambda: defaultdict(dict))
+    for sentence, row in rows.items():
+        for together, by_words in row.items():
+            for series in together.split(AND):
+                record[sentence][series] |= {name: words for words, names in by_words.items()
+                                             for name in names}
+    return record
 
 
 def mismatches(uses, names):
     """Sentences about what differs from the record, as far as it is about these files."""
     record = recorded()
     for sentence in dict.fromkeys([*record, *uses]):
-        old, new = record.get(sentence, {}).get(TAGLIB, {}), uses.get(sentence, {})
+        old, new = record[sentence][TAGLIB], uses.get(sentence, {})
         for name in sorted({*old, *new} & set(names)):
             if old.get(name) != new.get(name):
                 yield f"{name}: {sentence}: not {new.get(name)}, but {old.get(name)} is recorded"
@@ -61,41 +70,42 @@ def write(uses, pattern):
     """Records and publishes what this series of TagLib does to the files that match."""
     record, rows = recorded(), {}
     for _, sentence, _ in RULES:
-        row, old = rows.setdefault(sentence, {}), record.get(sentence, {})
-        others = {name: words for name, words in old.get(TAGLIB, {}).items()
+        by_series, row = record[sentence], rows.setdefault(sentence, {})
+        others = {name: words for name, words in by_series[TAGLIB].items()
                   if not fnmatch(name, pattern)}
-        for series, files in sorted({**old, TAGLIB: others | uses[sentence]}.items()):
-            row[series] = defaultdict(list)
-            for name, words in sorted(files.items()):
-                row[series][words].append(name)
+        by_series[TAGLIB] = others | uses.get(sentence, {})
+        for name, words in sorted({pair for files in by_series.values() for pair in files.items()}):
+            together = AND.join(sorted(series for series, files in by_series.items()
+                                       if files.get(name) == words))
+            row.setdefault(together, {}).setdefault(words, []).append(name)
     RECORD.write_text(json.dumps(rows, ensure_ascii=False, indent=1) + "\n", encoding="utf-8")
     DOCUMENT.write_text(document(), encoding="utf-8")
 
 
 def example(files, record):
     """The file of which least is recorded, and how many more there are."""
-    if not files:
-        return "–"
     known = Counter(name for row in record.values() for names in row.values() for name in names)
     return f"`{min(sorted(files), key=known.get)}`" + (
         f" and {len(files) - 1} more" if len(files) > 1 else "")
 
 
+def examples(row, record):
+    """The same by series, where they differ."""
+    every = sorted({series for rows in record.values() for series in rows})
+    if all(set(row[series]) == set(row[every[0]]) for series in every):
+        return example(row[every[0]], record)
+    return "; ".join(f"{series}: {example(row[series], record)}" for series in every if row[series])
+
+
 def document():
     """The page."""
-    record = recorded()
-    series = sorted({name for row in record.values() for name in row})
-    several = len(series) > 1
-    text = INTRODUCTION.format(s="s" * several, z="s" * (not several))
+    record, text = recorded(), INTRODUCTION
     for kind, title in SECTIONS.items():
-        text += f"\n## {title}\n\n| what | formats | {' | '.join(series)} |\n"
-        text += "|---" * (2 + len(series)) + "|\n"
+        text += f"\n## {title}\n\n| what | formats | files |\n|---|---|---|\n"
         for own_kind, sentence, _ in RULES:
-            row = record[sentence]
-            names = {name for files in row.values() for name in files}
+            names = {name for files in record[sentence].values() for name in files}
             if kind == own_kind and names:
                 formats = {FORMATS[name.rpartition(".")[2]] for name in names}
-                cells = [", ".join(sorted(formats, key=[*FORMATS.values()].index)),
-                         *(example(row.get(name), record) for name in series)]
-                text += f"| {sentence} | {' | '.join(cells)} |\n"
+                listed = ", ".join(sorted(formats, key=[*FORMATS.values()].index))
+                text += f"| {sentence} | {listed} | {examples(record[sentence], record)} |\n"
     return text
