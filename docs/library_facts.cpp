@@ -27,7 +27,8 @@ constexpr char kIntroduction[] =
 
 The same sources build with both series. This is what each did with the files in `tests/data`, used
 directly, without the service's checks ([what they prevent](FAILURES.md)). The versions in the first
-row are the ones that were tried.
+row are the ones that were tried. [ODD_FILES.md](ODD_FILES.md) has what each does to unusual files;
+[FAULTS.md](FAULTS.md) and [FAULTS_TAGLIB2.md](FAULTS_TAGLIB2.md), what each fault does to a file.
 
 )";
 

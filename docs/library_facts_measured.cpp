@@ -15,6 +15,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <string_view>
 #include <type_traits>
 
 #include "docs/library_facts.h"
@@ -23,6 +24,7 @@
 namespace tagwriter::docs {
 namespace {
 
+using namespace std::string_view_literals;
 using TagLib::FileRef;
 using TagLib::IOStream;
 using TagLib::String;
@@ -109,13 +111,22 @@ std::string titleOfInfoList() {
   return quoted(FileRef(&sample, false).tag()->title());
 }
 
-std::string severalValues() {
+std::string severalXiphValues() {
   Sample sample("vorbis_plain.ogg");
   const FileRef file(&sample, false);
   auto* comment = as<TagLib::Vorbis::File>(file).tag();
   comment->addField("ARTIST", "A", true);
   comment->addField("ARTIST", "B", false);
   return quoted(comment->artist());
+}
+
+std::string severalMp4Values() {
+  Sample sample("m4a_plain.m4a");
+  const FileRef file(&sample, false);
+  TagLib::StringList artists("A");
+  artists.append("B");
+  as<TagLib::MP4::File>(file).tag()->setItem("\251ART", artists);
+  return quoted(file.tag()->artist());
 }
 
 std::string unnamedDsf() {
@@ -172,6 +183,29 @@ std::string savedVersion() {
   return "2." + std::to_string(sample.bytes().at(3));
 }
 
+/// What becomes of the album in an ID3v2 tag, in front of an MP3.
+std::string savedAlbum(std::string_view tag) {
+  Sample sample("mp3_plain.mp3");
+  sample.insert({tag.data(), static_cast<unsigned>(tag.size())}, 0, 0);
+  save<TagLib::MPEG::File>(sample, [](auto&) {});
+  return sample.bytes().find("TALB") == std::string::npos ? "lost" : "kept";
+}
+
+std::string lastShortFrame() {
+  return savedAlbum(
+      "ID3\2\0\0\0\0\0\x12"
+      "TT2\0\0\2\0T"
+      "TAL\0\0\4\0AAA"sv);
+}
+
+std::string extendedHeader() {
+  return savedAlbum(
+      "ID3\4\0\x40\0\0\0\x1e"
+      "\0\0\0\6\1\0"
+      "TIT2\0\0\0\2\0\0\0T"
+      "TALB\0\0\0\2\0\0\0A"sv);
+}
+
 std::string emptyValue() {
   Sample sample("vorbis_plain.ogg");
   save<TagLib::Vorbis::File>(sample, [](auto& file) { file.tag()->addField("EMPTY", ""); });
@@ -200,13 +234,17 @@ std::vector<std::pair<std::string, std::string>> libraryFacts() {
       {"WAV: what `tag()` is", tagOfWav()},
       {"WAV: where a title set with `tag()` is stored", titleInWav()},
       {"WAV: the title read with `tag()` if only an INFO list has one", titleOfInfoList()},
-      {"Two values \"A\" and \"B\" of a field, read with `tag()`", severalValues()},
+      {"Xiph comment: two values \"A\" and \"B\", read with `tag()`", severalXiphValues()},
+      {"MP4: two values \"A\" and \"B\", read with `tag()`", severalMp4Values()},
       {"A DSF file with an unknown extension", unnamedDsf()},
       {"MP3 with ID3v2 only: `save()` adds", newId3v1()},
       {"FLAC: `save()` with a picture of 16 MiB", largePicture()},
       {"Ogg FLAC: the last-block flag of the comment after `save()`", lastBlock()},
       {"WMA: `save()` with a title of 40,000 characters", longText()},
       {"ID3v2.3: the version after `save()`", savedVersion()},
+      {"ID3v2.2: a last frame of up to 4 bytes, without padding, after `save()`", lastShortFrame()},
+      {"ID3v2.4: the last frame of a tag with an extended header, after `save()`",
+       extendedHeader()},
       {"Xiph comment: a field with an empty value", emptyValue()},
       {"MP4: 70000 as `tmpo`, read back", largeNumber()},
   };
