@@ -3,6 +3,8 @@
 
     export TAGWRITER_BIN=build/release/bin TAGWRITER_DATA=tests/data TAGWRITER_TAGLIB_SERIES=1
     tests/proof/odd_files.py [PATTERN]
+
+After `./run test-taglib2`, series 2 is in build/taglib2/project/bin.
 """
 
 import os

@@ -9,10 +9,23 @@ SHARED = ("TIT2", "TPE1", "TALB", "COMM", "TCON", "TDRC", "TRCK")
 NO_PLACE_IN_2_4 = {f"ID3v2 {name}" for name in ("TSIZ", "TRDA", "RVAD", "EQUA", "TDAT", "TIME")}
 
 
-@rule(MISSED, "Frames of an ID3v2 tag with an extended header: all of them in ID3v2.3, the last "
-      "ones in ID3v2.4.")
-def _extended_header(c):
-    return c.lost("ID3v2.*") | c.names("value") if "extended_header" in c.file else ()
+@rule(MISSED, "All frames of an ID3v2.3 tag with an extended header.")
+def _extended_header_2_3(c):
+    return c.lost("ID3v2.*") | c.names("value") if "2.3_extended_header" in c.file else ()
+
+
+@rule(MISSED, "The last frames of an ID3v2.4 tag with an extended header.")
+def _extended_header_2_4(c):
+    return c.lost("ID3v2.*") if "2.4_extended_header" in c.file else ()
+
+
+@rule(MISSED, "The last frame of an ID3v2.2 tag without padding, if its content has no more than 4 "
+      "bytes.")
+def _short_last_frame(c):
+    if c.before.get("ID3v2") != ["2.2"]:
+        return ()
+    last = [name for name in c.before if name.startswith("ID3v2 ")][-1:]
+    return {name for name in c.lost("ID3v2 T.*") & set(last) if len(c.diff[name][0][0][1]) <= 3}
 
 
 @rule(MISSED, "The content of an encrypted frame: it loses the mark that says that it is "

@@ -119,6 +119,7 @@ def of_items(movie, image):
         "tempo_of_4_bytes": [item(b"tmpo", b"\0\0\0\x78", 21)],
         "tempo_of_implicit_type": [item(b"tmpo", b"\0\x78", 0)],
         "flags": [item(name, b"\1", 21) for name in (b"cpil", b"pgap", b"pcst", b"hdvd", b"shwm")],
+        "video_definition": [item(b"hdvd", b"\2", 21)],
         "flags_of_4_bytes": [item(name, b"\0\0\0\1", 21) for name in (b"cpil", b"pgap")],
         "flags_of_implicit_type": [item(name, b"\1", 0) for name in (b"cpil", b"pgap")],
         "kinds_and_ratings": [item(b"stik", b"\1", 21), item(b"rtng", b"\4", 21), item(
