@@ -42,8 +42,9 @@ and more, because the disk may store the writes in another order.
 **Safe mode** avoids all of this: it edits a copy, and replaces the file only with a copy that is
 complete.
 
-The two series of TagLib make a few different calls: [FAULTS.md](FAULTS.md) has the numbers with
-TagLib 1, [FAULTS_TAGLIB2.md](FAULTS_TAGLIB2.md) those with TagLib 2.
+In WAV files, TagLib 2 also writes the INFO list, which takes other calls:
+[FAULTS.md](FAULTS.md) has the numbers with TagLib 1, [FAULTS_TAGLIB2.md](FAULTS_TAGLIB2.md) those
+with TagLib 2.
 
 )";
 
