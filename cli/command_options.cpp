@@ -4,7 +4,9 @@ namespace tagwriter {
 
 CommandOptions::CommandOptions(CLI::App& app, const std::string& name,
                                const std::string& description)
-    : app_(app.add_subcommand(name, description)->group("Commands")) {}
+    : app_(app.add_subcommand(name, description)->group("Commands")) {
+  app_->preparse_callback([this](std::size_t) { declare(); });
+}
 
 CLI::Option* CommandOptions::addFiles(FileOptions& options, const char* name,
                                       const char* description) {

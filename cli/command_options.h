@@ -10,7 +10,8 @@
 
 namespace tagwriter {
 
-/// A command: declares its options and turns them into arguments.
+/// A command: declares its options if it is the one on the command line, as this takes longer than
+/// reading them, and turns them into arguments.
 class CommandOptions {
  public:
   CommandOptions(CLI::App& app, const std::string& name, const std::string& description);
@@ -24,6 +25,9 @@ class CommandOptions {
   virtual Arguments arguments() const = 0;
 
  protected:
+  /// Adds the options to `app_`.
+  virtual void declare() = 0;
+
   CLI::Option* addFiles(FileOptions& options, const char* name = "FILE",
                         const char* description = "Audio files");
   void addEditing(EditOptions& options);

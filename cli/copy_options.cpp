@@ -9,7 +9,9 @@ namespace {
 class CopyOptions final : public CommandOptions {
  public:
   explicit CopyOptions(CLI::App& app)
-      : CommandOptions(app, "copy", "Copy fields and the cover to other files") {
+      : CommandOptions(app, "copy", "Copy fields and the cover to other files") {}
+
+  void declare() override {
     addRepeatable("-t,--tag", parsed_.keys, "Copy only the field KEY, and no cover; repeatable")
         ->type_name("KEY");
     app_->add_flag("--replace", parsed_.replace,

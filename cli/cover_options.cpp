@@ -9,7 +9,9 @@ namespace {
 class CoverOptions final : public CommandOptions {
  public:
   explicit CoverOptions(CLI::App& app)
-      : CommandOptions(app, "cover", "Set the front cover, or remove or extract all pictures") {
+      : CommandOptions(app, "cover", "Set the front cover, or remove or extract all pictures") {}
+
+  void declare() override {
     auto* replace =
         app_->add_flag("--replace", parsed_.replace,
                        "Replace existing pictures; otherwise, a file that has one fails");

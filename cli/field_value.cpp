@@ -1,5 +1,6 @@
 #include "cli/field_value.h"
 
+#include <algorithm>
 #include <charconv>
 #include <clocale>
 #include <cwchar>
@@ -15,6 +16,8 @@ using Value = TrackValue;
 
 /// Whether the C library's own decoder takes all of `text` as UTF-8, up to a zero byte.
 bool isUtf8(const std::string& text) {
+  const auto isAscii = [](unsigned char c) { return c < 0x80; };
+  if (std::all_of(text.begin(), text.end(), isAscii)) return true;  // needs no locale
   static const locale_t kUtf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
   if (!kUtf8) return true;  // cannot check here; the service rejects it
   const locale_t previous = ::uselocale(kUtf8);

@@ -10,7 +10,9 @@ namespace {
 
 class SetOptions final : public CommandOptions {
  public:
-  explicit SetOptions(CLI::App& app) : CommandOptions(app, "set", "Write fields") {
+  explicit SetOptions(CLI::App& app) : CommandOptions(app, "set", "Write fields") {}
+
+  void declare() override {
     auto* tags = addRepeatable("-t,--tag", assignments_,
                                "A field to write; @FILE as the value stands for the text in a "
                                "file, @- for standard input; repeatable")
@@ -62,7 +64,9 @@ class SetOptions final : public CommandOptions {
 
 class ClearOptions final : public CommandOptions {
  public:
-  explicit ClearOptions(CLI::App& app) : CommandOptions(app, "clear", "Clear fields") {
+  explicit ClearOptions(CLI::App& app) : CommandOptions(app, "clear", "Clear fields") {}
+
+  void declare() override {
     addRepeatable("-t,--tag", keys_, "The KEY of a field to clear; repeatable")
         ->required()
         ->type_name("KEY");

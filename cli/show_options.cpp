@@ -7,7 +7,9 @@ namespace {
 
 class ShowOptions final : public CommandOptions {
  public:
-  explicit ShowOptions(CLI::App& app) : CommandOptions(app, "show", "Print fields and pictures") {
+  explicit ShowOptions(CLI::App& app) : CommandOptions(app, "show", "Print fields and pictures") {}
+
+  void declare() override {
     auto* keys =
         addRepeatable("-t,--tag", parsed_.keys, "Print only the value of the field KEY; repeatable")
             ->type_name("KEY");
