@@ -2,46 +2,39 @@
 
 #include <signal.h>
 
+#include <array>
 #include <atomic>
-#include <thread>
 
 namespace tagwriter {
 namespace {
 
-std::atomic<bool> interrupted = false;
+constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
 
-/// The signals that request a stop, except those ignored at start: a background job of a script
+std::atomic<bool> interrupted = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not wait");
+
+/// Makes `handler` receive the signals, except those that are ignored: a background job of a script
 /// ignores SIGINT, and nohup ignores SIGHUP.
-sigset_t interruptSignals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-    struct sigaction action {};
-    if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
-      sigaddset(&signals, number);
-    }
+void handleWith(void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = SA_RESTART;
+  for (const int number : kSignals) {
+    struct sigaction current {};
+    const bool isKnown = ::sigaction(number, nullptr, &current) == 0;
+    if (isKnown && current.sa_handler != SIG_IGN) ::sigaction(number, &action, nullptr);
   }
-  return signals;
 }
 
-void waitForInterrupt(const sigset_t& signals) {
-  int number = 0;
-  if (::sigwait(&signals, &number) != 0) return;
+void onSignal(int) {
   interrupted = true;
-  // The next signal has its default effect.
-  ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+  handleWith(SIG_DFL);  // for the next signal
 }
 
 }  // namespace
 
 Interruption::Interruption() {
-  const sigset_t signals = interruptSignals();
-  ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  // The thread lives as long as the process.
-  std::thread([signals] {
-    waitForInterrupt(signals);
-    while (true) ::pause();
-  }).detach();
+  handleWith(onSignal);
 }
 
 bool Interruption::requested() const {

@@ -4,8 +4,7 @@
 namespace tagwriter {
 
 /// Once constructed, the first SIGINT, SIGTERM or SIGHUP only requests a stop; the second one kills
-/// the process. Signals ignored at start stay ignored. A separate thread receives the signals, so
-/// that no system call elsewhere is interrupted. At most one object per process.
+/// the process. Signals ignored at start stay ignored. At most one object per process.
 class Interruption {
  public:
   Interruption();
