@@ -9,6 +9,7 @@
 #include "cli/file_contents.h"
 #include "cli/printable.h"
 #include "cli/report.h"
+#include "cli/until_exit.h"
 
 namespace tagwriter {
 namespace {
@@ -68,7 +69,7 @@ std::optional<NamedEdit> coverEdit(const OpenedFile& file, const CopyArguments& 
 }  // namespace
 
 int run(const CopyArguments& arguments) {
-  Reader reader;
+  Reader& reader = untilExit<Reader>();
   OpenedFile file;
   std::string problem = readFile(arguments.from, reader, file);
   Report(false, false).log(arguments.from, reader.takeLog());

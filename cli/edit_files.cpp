@@ -9,6 +9,7 @@
 #include "cli/file_list.h"
 #include "cli/interruption.h"
 #include "cli/report.h"
+#include "cli/until_exit.h"
 #include "cli/work_queue.h"
 #include "protocol/file_type.h"
 
@@ -112,9 +113,9 @@ int editEach(const EditOptions& options, const std::vector<FileEdits>& files, Re
   queue.run([&] {
     auto workerReport = std::make_shared<Report>(options.json, options.quiet);
     workerReport->keepLines();
-    auto editor = std::make_shared<FileEditor>(options, *workerReport);
-    return [&files, workerReport, editor](std::size_t index) -> Report& {
-      editor->edit(files[index]);
+    auto& editor = untilExit<FileEditor>(options, *workerReport);
+    return [&files, workerReport, &editor](std::size_t index) -> Report& {
+      editor.edit(files[index]);
       return *workerReport;
     };
   });

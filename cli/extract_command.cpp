@@ -9,6 +9,7 @@
 #include "cli/file_list.h"
 #include "cli/new_file.h"
 #include "cli/report.h"
+#include "cli/until_exit.h"
 
 namespace tagwriter {
 namespace {
@@ -126,7 +127,7 @@ class Extractor {
 
   const ExtractArguments& arguments_;
   Report& report_;
-  Reader reader_;
+  Reader& reader_ = untilExit<Reader>();
   std::set<std::string> written_;
 };
 

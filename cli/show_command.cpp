@@ -10,6 +10,7 @@
 #include "cli/json_line.h"
 #include "cli/printable.h"
 #include "cli/report.h"
+#include "cli/until_exit.h"
 
 namespace tagwriter {
 namespace {
@@ -144,7 +145,7 @@ class FileViewer {
 
   const ShowArguments& arguments_;
   Report& report_;
-  Reader reader_;
+  Reader& reader_ = untilExit<Reader>();
 };
 
 }  // namespace
