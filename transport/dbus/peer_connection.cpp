@@ -6,8 +6,6 @@
 #include <cerrno>
 #include <cstdint>
 
-#include "transport/dbus/call.h"
-
 namespace tagwriter::dbus {
 namespace {
 
@@ -22,18 +20,6 @@ int waitUntilReady(sd_bus* bus, const Deadline& deadline) {
     if (left == 0) return -ETIMEDOUT;
     if ((r = sd_bus_wait(bus, left)) < 0 && r != -EINTR) return r;
   }
-}
-
-int ping(sd_bus* bus, const Deadline& deadline) {
-  sd_bus_message* raw = nullptr;
-  int r =
-      sd_bus_message_new_method_call(bus, &raw, nullptr, "/", "org.freedesktop.DBus.Peer", "Ping");
-  if (r < 0) return r;
-  const MessageHandle message(raw);
-  // An error counts as a reply: not every peer implements Ping.
-  MessageHandle reply;
-  if ((r = callAndWait(bus, message.get(), {deadline}, reply)) < 0) return r;
-  return sd_bus_is_open(bus) > 0 ? 0 : -ECONNRESET;
 }
 
 }  // namespace
@@ -77,7 +63,6 @@ int joinPeer(UniqueFd socket, const Deadline& deadline, BusHandle& bus) {
   int r = startJoining(std::move(socket), joined);
   if (r < 0) return r;
   if ((r = waitUntilReady(joined.get(), deadline)) < 0) return r;
-  if ((r = ping(joined.get(), deadline)) < 0) return r;
   bus = std::move(joined);
   return 0;
 }

@@ -49,11 +49,12 @@ class SpawnPlan {
     ::posix_spawnattr_setflags(
         &attributes_, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     ::posix_spawnattr_setpgroup(&attributes_, 0);
-    // The worker can be terminated even if we block or ignore signals.
+    // The worker can be terminated even if we block or ignore signals. All signals, because
+    // posix_spawn would find out first for each other one whether it is ignored.
     sigset_t signals;
     sigemptyset(&signals);
     ::posix_spawnattr_setsigmask(&attributes_, &signals);
-    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) sigaddset(&signals, number);
+    sigfillset(&signals);
     ::posix_spawnattr_setsigdefault(&attributes_, &signals);
   }
   ~SpawnPlan() {
