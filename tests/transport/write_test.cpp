@@ -6,8 +6,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
+#include <future>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -23,6 +27,31 @@ namespace {
 std::optional<dbus::CallError::Kind> kindOf(const std::variant<Answer, dbus::CallError>& answer) {
   const auto* error = std::get_if<dbus::CallError>(&answer);
   return error ? std::optional(error->kind) : std::nullopt;
+}
+
+/// What comes through `socket` until "Ping" does or the other end hangs up.
+struct Received {
+  std::string bytes;
+  bool hasDescriptors = false;
+};
+
+Received receiveUntilPing(int socket) {
+  Received received;
+  std::array<char, 4096> bytes{};
+  std::array<char, 64> control{};
+  while (received.bytes.find("Ping") == std::string::npos) {
+    iovec buffer = {bytes.data(), bytes.size()};
+    msghdr message{};
+    message.msg_iov = &buffer;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    const ssize_t size = ::recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
+    if (size <= 0) break;
+    received.bytes.append(bytes.data(), static_cast<std::size_t>(size));
+    received.hasDescriptors |= message.msg_controllen > 0;
+  }
+  return received;
 }
 
 /// A service on its own thread, with a player connected to it.
@@ -215,6 +244,27 @@ TEST_F(Write, GivesUpOnAServiceThatDoesNotReplyToTheHandshake) {
       dbus::ServiceClient::join(std::move(sockets.ours), std::chrono::milliseconds(50), error),
       nullptr);
   EXPECT_NE(error, "");
+}
+
+// A service may read the first message together with the end of the handshake, in which sd-bus
+// allows no descriptors.
+TEST(Joining, SendsAMessageWithoutDescriptorsAndWaitsForTheAnswer) {
+  dbus::SocketPair sockets = dbus::makeSocketPair();
+  auto joined = std::async(std::launch::async, [ours = std::move(sockets.ours)]() mutable {
+    std::string error;
+    return dbus::ServiceClient::join(std::move(ours), std::chrono::seconds(30), error) != nullptr;
+  });
+  constexpr std::string_view kHandshake =
+      "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n";
+  ASSERT_EQ(::write(sockets.theirs.get(), kHandshake.data(), kHandshake.size()),
+            static_cast<ssize_t>(kHandshake.size()));
+
+  const Received received = receiveUntilPing(sockets.theirs.get());
+  sockets.theirs.reset();
+
+  EXPECT_NE(received.bytes.find("Ping"), std::string::npos);
+  EXPECT_FALSE(received.hasDescriptors);
+  EXPECT_FALSE(joined.get()) << "nobody has answered";
 }
 
 }  // namespace

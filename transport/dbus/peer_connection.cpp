@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "transport/dbus/call.h"
+
 namespace tagwriter::dbus {
 namespace {
 
@@ -20,6 +22,18 @@ int waitUntilReady(sd_bus* bus, const Deadline& deadline) {
     if (left == 0) return -ETIMEDOUT;
     if ((r = sd_bus_wait(bus, left)) < 0 && r != -EINTR) return r;
   }
+}
+
+int ping(sd_bus* bus, const Deadline& deadline) {
+  sd_bus_message* raw = nullptr;
+  int r =
+      sd_bus_message_new_method_call(bus, &raw, nullptr, "/", "org.freedesktop.DBus.Peer", "Ping");
+  if (r < 0) return r;
+  const MessageHandle message(raw);
+  // An error counts as a reply: not every peer implements Ping.
+  MessageHandle reply;
+  if ((r = callAndWait(bus, message.get(), {deadline}, reply)) < 0) return r;
+  return sd_bus_is_open(bus) > 0 ? 0 : -ECONNRESET;
 }
 
 }  // namespace
@@ -47,15 +61,19 @@ std::uint64_t Deadline::microsecondsLeft() const {
   return left > 0 ? static_cast<std::uint64_t>(left) : 0;
 }
 
-int startJoining(UniqueFd socket, BusHandle& bus) {
+int newConnection(UniqueFd socket, BusHandle& bus) {
   sd_bus* raw = nullptr;
   int r = sd_bus_new(&raw);
   if (r < 0) return r;
   bus.reset(raw);
   if ((r = sd_bus_set_fd(raw, socket.get(), socket.get())) < 0) return r;
   (void)socket.release();  // now owned by the connection
-  if ((r = sd_bus_negotiate_fds(raw, 1)) < 0) return r;
-  return std::min(sd_bus_start(raw), 0);
+  return std::min(sd_bus_negotiate_fds(raw, 1), 0);
+}
+
+int startJoining(UniqueFd socket, BusHandle& bus) {
+  const int r = newConnection(std::move(socket), bus);
+  return r < 0 ? r : std::min(sd_bus_start(bus.get()), 0);
 }
 
 int joinPeer(UniqueFd socket, const Deadline& deadline, BusHandle& bus) {
@@ -63,6 +81,7 @@ int joinPeer(UniqueFd socket, const Deadline& deadline, BusHandle& bus) {
   int r = startJoining(std::move(socket), joined);
   if (r < 0) return r;
   if ((r = waitUntilReady(joined.get(), deadline)) < 0) return r;
+  if ((r = ping(joined.get(), deadline)) < 0) return r;
   bus = std::move(joined);
   return 0;
 }

@@ -39,6 +39,10 @@ class Deadline {
   std::optional<Clock::time_point> end_;
 };
 
+/// Sets `bus` to a connection on `socket`, which it takes over, that can carry descriptors and has
+/// not been started. Returns 0 or a negative errno.
+int newConnection(UniqueFd socket, BusHandle& bus);
+
 /// Starts to connect as the client on `socket`, which it takes over, and does not wait. Sets `bus`
 /// to a connection on which no message with a descriptor may be sent before a Ping has been
 /// answered: see joinPeer. Returns 0 or a negative errno.

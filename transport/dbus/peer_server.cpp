@@ -9,6 +9,7 @@
 
 #include "transport/dbus/handles.h"
 #include "transport/dbus/names.h"
+#include "transport/dbus/peer_connection.h"
 
 namespace tagwriter::dbus {
 namespace {
@@ -29,16 +30,11 @@ int waitForFirstByte(int fd) {
 }
 
 int prepareServer(UniqueFd socket, BusHandle& bus) {
-  sd_bus* raw = nullptr;
-  int r = sd_bus_new(&raw);
+  int r = newConnection(std::move(socket), bus);
   if (r < 0) return r;
-  bus.reset(raw);
-  if ((r = sd_bus_set_fd(raw, socket.get(), socket.get())) < 0) return r;
-  (void)socket.release();  // now owned by the connection
   sd_id128_t id;
   if ((r = sd_id128_randomize(&id)) < 0) return r;
-  if ((r = sd_bus_set_server(raw, 1, id)) < 0) return r;
-  return sd_bus_negotiate_fds(raw, 1);
+  return sd_bus_set_server(bus.get(), 1, id);
 }
 
 /// Serves until an error, which includes the peer hanging up.
