@@ -6,6 +6,7 @@
 
 #include "cli/closest_word.h"
 #include "cli/command_options.h"
+#include "cli/field_keys.h"
 #include "cli/help.h"
 #include "cli/usage_error.h"
 
@@ -46,19 +47,26 @@ std::string optionFor(const CLI::App& app, const std::string& word) {
   for (const CLI::Option* option : app.get_options()) {
     for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
   }
-  return closestWord(word.substr(0, word.find('=')), names);
+  return closestWord(word, names);
 }
 
 std::string unknownText(const CLI::App& app, const std::string& word) {
   const auto given = app.get_subcommands();
-  if (given.empty() && !word.starts_with('-')) {
+  const bool beforeCommand = given.empty() || app.remaining_size() > 0;
+  if (beforeCommand && !word.starts_with('-')) {
     const std::string meant = didYouMean(commandFor(app, word));
     return word + ": no such command" + (meant.empty() ? std::string(kCommands) : meant);
   }
-  if (!given.empty() && app.remaining_size() > 0) {
+  if (beforeCommand && !given.empty()) {
     return word + ": options come after the command, " + given.front()->get_name();
   }
-  return word + ": no such option" + didYouMean(optionFor(given.empty() ? app : *given[0], word));
+  const CLI::App& command = given.empty() ? app : *given.front();
+  const std::string name = word.substr(0, word.find('='));
+  const std::string text = name + ": no such option";
+  const field::Field* field = command.get_option_no_throw("-t") ? findField(name) : nullptr;
+  if (field) return text + didYouMean("-t " + std::string(field->key));
+  const std::string meant = didYouMean(optionFor(command, name));
+  return meant.empty() && given.empty() ? text + " before a command" + kCommands : text + meant;
 }
 
 /// The parser's message; or our own for a missing or unknown command and an unknown option.

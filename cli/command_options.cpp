@@ -19,7 +19,7 @@ void CommandOptions::addEditing(EditOptions& options) {
   app_->add_flag("--safe", options.safe,
                  "Edit a copy, and replace the file only if everything succeeds");
   app_->add_flag("--keep-times", options.keepTimes, "Keep the modification time");
-  app_->add_flag("--force", options.force, "Write into files that are plainly not audio, too");
+  app_->add_flag("--force", options.force, "Also write into files that are plainly not audio");
   app_->add_flag("--bus", options.bus,
                  "Use the service on the session bus instead of a private one");
   app_->add_flag("-n,--dry-run", options.dryRun,

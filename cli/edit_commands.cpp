@@ -1,41 +1,34 @@
-#include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <span>
 
 #include "cli/commands.h"
 #include "cli/edit_files.h"
 #include "cli/field_edits.h"
+#include "cli/input_file.h"
 #include "cli/printable.h"
+#include "cli/usage_error.h"
+#include "protocol/file_type.h"
 
 namespace tagwriter {
 namespace {
 
-/// Reads all of a file or pipe; nullopt if it is empty or unreadable.
-std::optional<std::string> readCover(const std::string& path) {
-  std::error_code ignored;
-  if (std::filesystem::is_directory(path, ignored)) return std::nullopt;
-  std::ifstream file(path, std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(file), {}};
-  if (!file.is_open() || file.bad() || bytes.empty()) return std::nullopt;
-  return bytes;
+/// The format of `image`, which is the content of the file at `path`. Throws UsageError if it is
+/// unknown.
+ImageType imageType(const std::string& path, std::span<const std::byte> image) {
+  const ImageType type = detectImageType(image);
+  if (type != ImageType::kOther) return type;
+  if (isWritableFileName(path.c_str())) {
+    throw UsageError(path + ": not an image; the image comes before the audio files");
+  }
+  throw UsageError(path + ": not a PNG, JPEG, TIFF, GIF or BMP image; if it is one, use --type");
 }
 
 int storeCover(const CoverArguments& arguments) {
-  const auto file = readCover(arguments.cover);
-  if (!file) {
-    std::cerr << printable(arguments.cover) << ": empty or unreadable\n";
-    return kExitFailed;
-  }
-  const auto cover = std::as_bytes(std::span(*file));
-  const ImageType type = arguments.type.value_or(detectImageType(cover));
-  if (type == ImageType::kOther) {
-    std::cerr << printable(arguments.cover)
-              << ": not a PNG, JPEG, TIFF, GIF or BMP image (use --type)\n";
-    return kExitFailed;
-  }
+  const std::string file = readFileOrPipe(arguments.cover);
+  if (file.empty()) throw UsageError(arguments.cover + ": an empty file");
+  const auto cover = std::as_bytes(std::span(file));
+  const ImageType type = arguments.type ? *arguments.type : imageType(arguments.cover, cover);
   PlannedEdit edit = {Edit::setCover(cover, type, arguments.replace), "cover = " + arguments.cover};
   return editFiles(arguments.options, {{"cover", [&](const AudioFile&, Reader&) { return edit; }}});
 }
@@ -66,8 +59,11 @@ int run(const ClearArguments& arguments) {
   return editFiles(arguments.options, fieldEdits(fields));
 }
 
-int run(const CoverArguments& arguments) {
+int run(const CoverArguments& arguments) try {
   return arguments.clear ? clearCover(arguments) : storeCover(arguments);
+} catch (const UsageError& error) {
+  std::cerr << printable(error.what()) << '\n';
+  return kExitFailed;
 }
 
 int run(const ExitNow& exit) {

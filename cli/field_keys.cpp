@@ -17,17 +17,6 @@ std::string simplified(std::string_view name) {
   return simple;
 }
 
-/// The field with this name; null if there is none.
-const field::Field* findField(const std::string& simple) {
-  for (const field::Field& field : field::kAll) {
-    if (simplified(field.key) == simple) return &field;
-  }
-  for (const FieldAlias& alias : kFieldAliases) {
-    if (alias.name == simple) return field::find(alias.key);
-  }
-  return nullptr;
-}
-
 std::string unknownFieldText(std::string_view name) {
   std::vector<std::string> known;
   std::string keys;
@@ -39,13 +28,24 @@ std::string unknownFieldText(std::string_view name) {
   const std::string text = std::string(name) + ": no such field";
   const std::string closest = closestWord(std::string(name), known);
   if (closest.empty()) return text + "; the fields are" + keys;
-  return text + didYouMean(findField(simplified(closest))->key);
+  return text + didYouMean(findField(closest)->key);
 }
 
 }  // namespace
 
+const field::Field* findField(std::string_view name) {
+  const std::string simple = simplified(name);
+  for (const field::Field& field : field::kAll) {
+    if (simplified(field.key) == simple) return &field;
+  }
+  for (const FieldAlias& alias : kFieldAliases) {
+    if (alias.name == simple) return field::find(alias.key);
+  }
+  return nullptr;
+}
+
 const field::Field& fieldNamed(std::string_view name) {
-  const field::Field* field = findField(simplified(name));
+  const field::Field* field = findField(name);
   if (!field) throw UsageError(unknownFieldText(name));
   return *field;
 }

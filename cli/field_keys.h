@@ -40,8 +40,11 @@ inline constexpr FieldAlias kFieldAliases[] = {
     {"totaldiscs", field::kTotalNumberOfDiscs},
 };
 
-/// The field with the key or alias `name`, regardless of ASCII case, spaces, "_" and "-". Throws
-/// UsageError for any other name, with the one that may be meant.
+/// The field with the key or alias `name`, regardless of ASCII case, spaces, "_" and "-"; null if
+/// there is none.
+const field::Field* findField(std::string_view name);
+
+/// As findField, but throws UsageError for any other name, with the one that may be meant.
 const field::Field& fieldNamed(std::string_view name);
 
 /// The keys of the fields with these names.

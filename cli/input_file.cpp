@@ -13,12 +13,11 @@
 namespace tagwriter {
 namespace {
 
-[[noreturn]] void fail(const std::string& path, int error) {
-  const std::string name = path == kStandardInput ? "standard input" : path;
+[[noreturn]] void fail(const std::string& name, int error) {
   throw UsageError(name + ": cannot be read: " + std::strerror(error));
 }
 
-std::string readAll(int fd, const std::string& path) {
+std::string readAll(int fd, const std::string& name) {
   std::string bytes;
   std::array<char, 1 << 16> buffer{};
   while (true) {
@@ -27,18 +26,21 @@ std::string readAll(int fd, const std::string& path) {
     if (count > 0) {
       bytes.append(buffer.data(), static_cast<std::size_t>(count));
     } else if (errno != EINTR) {
-      fail(path, errno);
+      fail(name, errno);
     }
   }
 }
 
 }  // namespace
 
-std::string readInput(const std::string& path) {
-  if (path == kStandardInput) return readAll(STDIN_FILENO, path);
+std::string readFileOrPipe(const std::string& path) {
   const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file) fail(path, errno);
   return readAll(file.get(), path);
+}
+
+std::string readInput(const std::string& path) {
+  return path == kStandardInput ? readAll(STDIN_FILENO, "standard input") : readFileOrPipe(path);
 }
 
 }  // namespace tagwriter

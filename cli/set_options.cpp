@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "cli/assignments.h"
 #include "cli/command_options.h"
 #include "cli/field_keys.h"
@@ -7,6 +9,16 @@
 
 namespace tagwriter {
 namespace {
+
+/// Throws UsageError if one of the files is a field whose -t is missing.
+void checkFieldsHaveTag(const std::vector<std::string>& paths) {
+  for (const std::string& path : paths) {
+    std::error_code ignored;
+    if (findField(path.substr(0, path.find('='))) && !std::filesystem::exists(path, ignored)) {
+      throw UsageError(path + ": a field needs -t before it");
+    }
+  }
+}
 
 class SetOptions final : public CommandOptions {
  public:
@@ -27,6 +39,7 @@ class SetOptions final : public CommandOptions {
     app_->footer(fieldsHelp());
   }
   Arguments arguments() const override {
+    checkFieldsHaveTag(options_.paths);
     if (!input_.empty()) return fromInput();
     if (assignments_.empty()) throw UsageError("--tag or --from is required");
     if (options_.paths.empty()) throw CLI::RequiredError("FILE");
@@ -67,14 +80,17 @@ class ClearOptions final : public CommandOptions {
   explicit ClearOptions(CLI::App& app) : CommandOptions(app, "clear", "Clear fields") {}
 
   void declare() override {
-    addRepeatable("-t,--tag", keys_, "The KEY of a field to clear; repeatable")
-        ->required()
+    addRepeatable("-t,--tag", keys_, "The KEY of a field to clear; required, repeatable")
         ->type_name("KEY");
     addEditing(options_);
     addFiles(options_);
     app_->footer(fieldsHelp());
   }
-  Arguments arguments() const override { return ClearArguments{keysOf(keys_), options_}; }
+  Arguments arguments() const override {
+    checkFieldsHaveTag(options_.paths);
+    if (keys_.empty()) throw UsageError("--tag is required");
+    return ClearArguments{keysOf(keys_), options_};
+  }
 
  private:
   std::vector<std::string> keys_;

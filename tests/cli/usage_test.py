@@ -51,6 +51,7 @@ class WrongUsageTest(CommandTest):
                 ([], "a command is required; the commands are set, clear, cover, copy and show"),
                 (["frobnicate", mp3],
                  "frobnicate: no such command; the commands are set, clear, cover, copy and show"),
+                (["frobnicate", "set", "-t", "title=T", mp3], "frobnicate: no such command"),
                 (["sohw", mp3], "sohw: no such command; did you mean 'show'?"),
                 (["delete", mp3], "delete: no such command; did you mean 'clear'?"),
                 (["cover", "--repalce", mp3],
@@ -64,6 +65,12 @@ class WrongUsageTest(CommandTest):
                 (["show", "-t", "titel", mp3], "did you mean 'title'"),
                 (["set", mp3], "--tag or --from is required"),
                 (["clear", mp3], "--tag is required"),
+                (["set", "title=T", mp3], "title=T: a field needs -t before it"),
+                (["set", "-t", "title=T", "Track=1/2", mp3], "Track=1/2: a field needs -t"),
+                (["clear", "title", mp3], "title: a field needs -t before it"),
+                (["set", "--title=T", mp3], "--title: no such option; did you mean '-t title'?"),
+                (["-t", "title=T", mp3],
+                 "-t: no such option before a command; the commands are set, clear,"),
                 (["set", mp3, "-t"], "--tag"),
                 (["set", "-t", "title", mp3], "title: expected KEY=VALUE"),
                 (["set", "-t", "title=T", "-t", "year=MCM", mp3], "year: must be a whole number"),
@@ -82,6 +89,23 @@ class WrongUsageTest(CommandTest):
                 self.assertIn(text, first)
                 command = [word for word in arguments if word in COMMANDS]
                 self.assertEqual(second, f"See '{' '.join(['tagwriter', *command])} --help'.")
+        self.assert_as_it_was(mp3)
+
+    def test_without_an_image_says_what_is_wrong_with_the_file(self):
+        mp3 = self.copy("mp3_plain.mp3")
+        empty, text = self.directory / "empty.png", self.directory / "list.txt"
+        empty.write_bytes(b"")
+        text.write_text("not an image")
+        for path, reason in (
+                (mp3, "not an image; the image comes before the audio files"),
+                (empty, "an empty file"),
+                (text, "not a PNG, JPEG, TIFF, GIF or BMP image; if it is one, use --type"),
+                (self.directory, "cannot be read: Is a directory"),
+                (self.directory / "none.png", "cannot be read: No such file or directory")):
+            with self.subTest(path=path):
+                self.assert_run(tagwriter("cover", path, mp3), 1, f"{path}: {reason}\n")
+        self.assert_run(tagwriter("cover", "--type", "png", empty, mp3), 1,
+                        f"{empty}: an empty file\n")
         self.assert_as_it_was(mp3)
 
     def test_no_file_name_has_a_special_meaning(self):
