@@ -22,6 +22,20 @@ bool fits(const TrackValue& value, field::Type type) {
   return false;
 }
 
+const char* nameOf(field::Type type) {
+  switch (type) {
+    case field::Type::kString:
+      return "text";
+    case field::Type::kInt64:
+      return "an integer";
+    case field::Type::kDouble:
+      return "a double";
+    case field::Type::kBool:
+      return "a bool";
+  }
+  return "";
+}
+
 /// Checks that the field exists and takes `value`; null for a field to be cleared.
 Outcome checkField(Text key, const TrackValue* value) {
   const field::Field* field = field::find(key);
@@ -31,7 +45,7 @@ Outcome checkField(Text key, const TrackValue* value) {
             std::string(key) + ": can only be set together with the disc number"};
   }
   if (value && !fits(*value, field->type)) {
-    return {Status::kUnknownField, std::string(key) + ": wrong type of value"};
+    return {Status::kUnknownField, std::string(key) + ": takes " + nameOf(field->type)};
   }
   return {};
 }

@@ -46,7 +46,7 @@ const char* textOf(Status status) {
     case Status::kUnreadable:
       return "cannot be read";
     case Status::kUnknownType:
-      return "not a type of file that tags are written into";
+      return "not a supported type of audio file";
     case Status::kOtherContent:
       return "not what its name says";
     case Status::kEmptyFile:
@@ -60,7 +60,7 @@ const char* textOf(Status status) {
     case Status::kOutOfRange:
       return "out of range";
     case Status::kNeedsTrackNumber:
-      return "this file keeps a number of tracks only beside a track number";
+      return "this file keeps a number of tracks only beside a track number: set both";
     case Status::kBlockTooLarge:
       return "too large for a block of this file format";
     case Status::kNotThisType:

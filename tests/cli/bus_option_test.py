@@ -69,8 +69,11 @@ class BusTest(CommandTest):
         nothing = {name: value for name, value in os.environ.items()
                    if name not in ("DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR")}
         missing = {**os.environ, "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.aside}/nowhere"}
-        for environment in (nothing, missing, self.start_bus(front=()).environment(),
-                            self.start_bus(front=("/bin/false",)).environment()):
+        for environment, reason in (
+                (nothing, "session bus: DBUS_SESSION_BUS_ADDRESS is not set"),
+                (missing, "session bus: No such file or directory"),
+                (self.start_bus(front=()).environment(), ""),
+                (self.start_bus(front=("/bin/false",)).environment(), "")):
             for option in ([], ["--safe"]):
                 paths = self.copies(2)
                 # The service next to this program must not be used instead.
@@ -80,7 +83,7 @@ class BusTest(CommandTest):
                 lines = run.stderr.splitlines()
                 self.assertEqual(len(lines), 2, run.stderr)
                 for line, path in zip(lines, paths):
-                    self.assertRegex(line, rf"\A{path}: the service is not available: \S")
+                    self.assertRegex(line, rf"\A{path}: the service is not available: (?=\S){reason}")
                     self.assert_as_it_was(path)
 
 

@@ -11,7 +11,7 @@ COVER = DATA / "cover_red.png"
 EDITS = (("set", "-t", "albumArtist=X", "-t", "title=T"), ("clear", "-t", "comment", "-t", "title"),
          ("cover", "--replace", COVER), ("cover", COVER), ("cover", "--clear"))
 
-NO_TYPE = "not a type of file that tags are written into"
+NO_TYPE = "not a supported type of audio file"
 OTHER = "not what its name says: "
 EXPECTED = {
     "album.cue": NO_TYPE,

@@ -96,6 +96,7 @@ TEST_F(Edits, OfUnknownFieldsAndWrongTypesAreRejected) {
       EXPECT_STATUS(Status::kUnknownField, writer_.setField(path_, field.key, value)) << field.key;
     }
   }
+  EXPECT_EQ(writer_.setField(path_, "rating", std::int64_t{4}).detail(), "rating: takes a double");
   for (const char* key : {"titel", "Title", "title ", "", "path", "totalNumberOfDiscs"}) {
     SCOPED_TRACE(key);
     EXPECT_STATUS(Status::kUnknownField, writer_.setField(path_, key, std::int64_t{1}));

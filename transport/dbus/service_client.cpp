@@ -48,7 +48,7 @@ std::unique_ptr<ServiceClient> ServiceClient::openSessionBus(std::string& error)
   sd_bus* raw = nullptr;
   const int r = sd_bus_open_user(&raw);
   if (r < 0) {
-    error = std::strerror(-r);
+    error = r == -ENOMEDIUM ? "DBUS_SESSION_BUS_ADDRESS is not set" : std::strerror(-r);
     return nullptr;
   }
   return std::unique_ptr<ServiceClient>(new ServiceClient(BusHandle(raw), kBusName));
