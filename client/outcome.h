@@ -28,7 +28,8 @@ enum class Status {
   kHasPicture,          ///< the file already has a picture, and `replace` is false
   kCopyFailed,          ///< safe mode: cannot make a complete copy; the file is unchanged
   kCopyUnreadable,      ///< safe mode: the edited copy is unreadable; the file is unchanged
-  kReplaceFailed,       ///< safe mode: cannot replace the file with the copy; it is unchanged
+  kReplaceFailed,       ///< safe mode: cannot replace the file with the copy; it is unchanged,
+                        ///< unless the detail names the copy
   kTimesNotKept,        ///< in place: written, but the modification time could not be restored
   kUnreadable,          ///< the file, which is unchanged, could not be read; nothing was sent
   kUnknownType,         ///< tags are not written into files with this extension; see anyFile

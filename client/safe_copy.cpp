@@ -13,6 +13,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -220,6 +221,22 @@ bool SafeCopy::isOriginalUnchanged() const {
          sameVersion(now, before_);
 }
 
+Outcome SafeCopy::rename() const {
+  const int result =
+      ::renameat(directory_.get(), temporary_.c_str(), directory_.get(), name_.c_str());
+  return result == 0 ? Outcome() : failed(Status::kReplaceFailed, "renaming the copy");
+}
+
+/// Lists the directory, because the kernel may remember for a while what was there.
+bool SafeCopy::isNameFree() const {
+  std::error_code error;
+  fs::directory_iterator entry("/proc/self/fd/" + std::to_string(directory_.get()), error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    if (entry->path().filename() == name_) return false;
+  }
+  return !error;
+}
+
 Outcome SafeCopy::replaceOriginal(int original) {
   // Writing clears capabilities, and the set-user-ID bits unless the user is privileged.
   if (Outcome kept = copyAttributes(original, Status::kReplaceFailed); !kept) return kept;
@@ -238,8 +255,14 @@ Outcome SafeCopy::replaceOriginal(int original) {
     }
     temporary_ = std::move(name);
   }
-  if (::renameat(directory_.get(), temporary_.c_str(), directory_.get(), name_.c_str()) != 0) {
-    return failed(Status::kReplaceFailed, "renaming the copy");
+  if (Outcome renamed = rename(); !renamed) {
+    if (!isNameFree()) return renamed;
+    // Quirk: libfuse without `hard_remove` first renames an original that is open, and deletes it
+    // when it is closed, even if the second rename fails. The copy must not be lost, too.
+    if (!rename()) {
+      const std::string kept = std::exchange(temporary_, {});
+      return {renamed.status(), renamed.detail() + "; the edited file is now " + kept};
+    }
   }
   temporary_.clear();
   flush(directory_);

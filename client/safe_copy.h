@@ -35,7 +35,8 @@ class SafeCopy {
 
   /// Restores the attributes that the copy has lost by being written to, flushes it to disk and
   /// atomically renames it over the original. Fails with kReplaceFailed if any of that fails, or if
-  /// the original has changed in any way since the copy was made.
+  /// the original has changed in any way since the copy was made. If a failed rename has lost the
+  /// original, the copy stays, and the detail names it.
   Outcome replaceOriginal(int original);
 
  private:
@@ -44,6 +45,8 @@ class SafeCopy {
   Outcome copyContent(int original);
   Outcome copyAttributes(int original, Status onFailure);
   bool isOriginalUnchanged() const;
+  Outcome rename() const;
+  bool isNameFree() const;
   std::string newName() const;
 
   UniqueFd copy_;

@@ -231,6 +231,38 @@ TEST_P(SafeCopyTest, IgnoresAnAttributeThatWasRemovedWithAnother) {
   EXPECT_EQ(stateOf(path_).attributes, before_.attributes);
 }
 
+TEST_P(SafeCopyTest, TakesTheNameThatAFailedRenameHasMadeFree) {
+  SafeCopy copy;
+  ASSERT_STATUS(Status::kWritten, make(copy));
+  int renames = 0;
+  const Interception renaming(Call::kRenameat, [&] {
+    if (renames++ > 0) return 0;
+    ::unlink(path_.c_str());
+    return EIO;
+  });
+  EXPECT_STATUS(Status::kWritten, copy.replaceOriginal(file_.get()));
+  EXPECT_TRUE(readFile(path_) == before_.bytes);
+}
+
+TEST_P(SafeCopyTest, StaysIfItIsAllThatIsLeft) {
+  const Interception renaming(Call::kRenameat, [&] {
+    ::unlink(path_.c_str());
+    return EIO;
+  });
+  Outcome outcome;
+  {
+    SafeCopy copy;
+    ASSERT_STATUS(Status::kWritten, make(copy));
+    outcome = copy.replaceOriginal(file_.get());
+  }
+  EXPECT_STATUS(Status::kReplaceFailed, outcome);
+  names_ = namesIn(directory_.path());
+  ASSERT_EQ(names_.size(), 1U);
+  EXPECT_EQ(outcome.detail(),
+            "renaming the copy: Input/output error; the edited file is now " + names_.front());
+  EXPECT_TRUE(readFile(fs::path(directory_.path()) / names_.front()) == before_.bytes);
+}
+
 TEST_P(SafeCopyTest, IsPrivateUntilItHasItsMode) {
   (void)setAttribute(directory_.path(), kDefaultAccessList, accessListFor(kSomebody));
   const mode_t mask = ::umask(0);
