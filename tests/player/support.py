@@ -28,8 +28,12 @@ def run(*command):
 
 
 def samples(path):
-    """A digest of the decoded audio."""
-    return run("ffmpeg", "-v", "error", "-i", path, "-map", "0:a", "-f", "md5", "-")
+    """A digest of the decoded audio. What ffmpeg has skipped does not matter."""
+    done = subprocess.run(["ffmpeg", "-v", "error", "-i", path, "-map", "0:a", "-f", "md5", "-"],
+                          stdin=subprocess.DEVNULL, capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        raise AssertionError(f"{path}: {done.stderr}")
+    return done.stdout
 
 
 def contents(path):
