@@ -56,7 +56,9 @@ class Process:
 
     def ended(self, within=0):
         """Whether the process exits within so many seconds."""
-        return bool(select.select([self._handle], [], [], within)[0])
+        poll = select.poll()
+        poll.register(self._handle, select.POLLIN)
+        return bool(poll.poll(within * 1000))
 
     def wait(self):
         """Waits for it to exit."""
