@@ -3,14 +3,17 @@
 import os
 import resource
 import signal
+import socket
+import sys
 import time
 import unittest
 import zlib
 
 from player import DEADLINE, PEER_INTERFACE, TAGREADERD, GLib, change, text
 from support import DATA, PlayerTest, ScratchTest, contents
-from wire import ping_blob, receive_until, shake_hands
+from wire import HANDSHAKE, ping_blob, receive_until, shake_hands
 
+TRUNCATING_RECVMSG = sys.argv.pop(1)
 GIB = 1 << 30
 
 
@@ -79,6 +82,14 @@ class ReaderConfinementTest(ConfinementTest):
 
 
 class ProcessTest(ScratchTest):
+    exit_code_after_truncating = 0
+
+    def test_can_do_only_what_it_needs(self):
+        service = self.start_service(f"export LD_PRELOAD='{TRUNCATING_RECVMSG}'")
+        wait_until_idle(service)
+        service.socket.sendall(HANDSHAKE)
+        service.socket.shutdown(socket.SHUT_WR)
+        self.assertEqual(service.wait(), self.exit_code_after_truncating, service.log())
 
     def assert_works(self, player):
         path = self.copy("mp3_plain.mp3")
@@ -107,6 +118,7 @@ class ProcessTest(ScratchTest):
 
 class ReaderProcessTest(ProcessTest):
     program = TAGREADERD
+    exit_code_after_truncating = -signal.SIGSYS
 
     def assert_works(self, player):
         path = self.copy("mp3_plain.mp3")
