@@ -1,10 +1,10 @@
 #!/usr/bin/python3
 """A file system that fails on demand, as one of a network does.
 
-    failing_fs.py DIRECTORY MOUNT_POINT
+    failing_fs.py DIRECTORY MOUNT_POINT [--hard-remove]
 
 Shows DIRECTORY. A line "write 3 EIO" in the file MOUNT_POINT.plan lets the third write from then on
-fail, and "flush 1 ENOSPC" the next close.
+fail, and "flush 1 ENOSPC" the next close; then the file is removed.
 """
 
 import errno
@@ -13,7 +13,7 @@ import sys
 
 import fusepy
 
-OPERATIONS = ("read", "write", "truncate", "flush", "fsync", "rename", "create")
+OPERATIONS = ("read", "write", "truncate", "flush", "fsync", "rename", "create", "unlink")
 
 
 class FailingFileSystem(fusepy.Operations):
@@ -31,7 +31,8 @@ class FailingFileSystem(fusepy.Operations):
         method = getattr(self, operation, None)
         if not method:
             raise fusepy.FuseOSError(errno.ENOSYS)
-        return method(self.root + path, *arguments)
+        # An open file has no path any more when it has been removed.
+        return method(path and self.root + path, *arguments)
 
     def fail_if_planned(self, operation):
         """Reads the plan anew when it has changed."""
@@ -46,10 +47,11 @@ class FailingFileSystem(fusepy.Operations):
         if plan and operation == plan.split()[0]:
             self.left -= 1
             if self.left == 0:
+                os.unlink(self.plan)
                 raise fusepy.FuseOSError(getattr(errno, plan.split()[2]))
 
     def getattr(self, path, fh=None):
-        status = os.lstat(path)
+        status = os.lstat(path) if path else os.fstat(fh)
         return {name: getattr(status, name) for name in (
             "st_mode", "st_nlink", "st_uid", "st_gid", "st_size", "st_atime", "st_mtime",
             "st_ctime")}
@@ -70,7 +72,7 @@ class FailingFileSystem(fusepy.Operations):
         return os.pwrite(fh, data, offset)
 
     def truncate(self, path, length, fh=None):
-        os.truncate(path, length)
+        os.truncate(path or fh, length)
 
     def flush(self, path, fh):
         return 0
@@ -103,7 +105,6 @@ class FailingFileSystem(fusepy.Operations):
 
 
 if __name__ == "__main__":
-    # hard_remove: otherwise libfuse makes two renames of one over an open file, and loses the file if
-    # the second fails.
-    fusepy.FUSE(FailingFileSystem(sys.argv[1], sys.argv[2] + ".plan"), sys.argv[2],
-                foreground=True, nothreads=True, hard_remove=True)
+    # Without hard_remove, libfuse makes two renames of one over an open file.
+    fusepy.FUSE(FailingFileSystem(sys.argv[1], sys.argv[2] + ".plan"), sys.argv[2], foreground=True,
+                nothreads=True, hard_remove="--hard-remove" in sys.argv)

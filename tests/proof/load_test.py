@@ -7,6 +7,8 @@ from pathlib import Path
 for directory in ("player", "bus"):
     sys.path.append(str(Path(__file__).resolve().parents[1] / directory))
 
+import deaths  # noqa: E402
+import ends  # noqa: E402
 import load  # noqa: E402
 from bus_support import BusTest  # noqa: E402
 
@@ -20,13 +22,16 @@ class LoadTest(BusTest):
         load.one_bus(200, self.directory)
 
     def test_deaths_of_players(self):
-        load.deaths_of_players(2)
+        deaths.of_players(2)
+
+    def test_deaths_of_commands(self):
+        deaths.of_commands(self.directory, step=20)
 
     def test_deaths_of_workers(self):
-        load.deaths_of_workers(2, self.directory)
+        ends.of_workers(2, self.directory)
 
     def test_restarts_of_the_bus(self):
-        load.restarts_of_the_bus(2, self.directory)
+        ends.of_the_bus(2, self.directory)
 
 
 if __name__ == "__main__":

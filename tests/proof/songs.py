@@ -38,7 +38,7 @@ class Song:
     """A copy of a file of the test data, with what it must contain."""
 
     def __init__(self, directory, source, index):
-        self.path = str(shutil.copy(Path(DATA, source), Path(directory, f"{index}_{source}")))
+        self.path = str(shutil.copyfile(Path(DATA, source), Path(directory, f"{index}_{source}")))
         self.audio = audio_of(source)
         self.has_pictures = source.endswith(WITH_PICTURES)
         self.expected = self.content()
@@ -111,6 +111,18 @@ def make_songs(directory, name, sources=SOURCES):
     own = Path(directory, name)
     own.mkdir()
     return [Song(own, source, index) for index, source in enumerate(sources)]
+
+
+def require(condition, message):
+    """Raises AssertionError."""
+    if not condition:
+        raise AssertionError(message)
+
+
+def check(songs):
+    """The songs are as expected."""
+    problems = [problem for song in songs for problem in song.problems()]
+    require(not problems, "\n".join(problems))
 
 
 def two_sources(number):
