@@ -119,12 +119,17 @@ int editEach(const EditOptions& options, const std::vector<FileEdits>& files, Re
       return *workerReport;
     };
   });
+  const std::string ofAll = " of " + std::to_string(files.size()) + " files";
   if (queue.done() < files.size()) {
-    report.note("interrupted after " + std::to_string(queue.done()) + " of " +
-                std::to_string(files.size()) + " files");
+    report.note("interrupted after " + std::to_string(queue.done()) + ofAll);
     return kExitFailed;
   }
-  return report.anyFailed() ? kExitFailed : kExitDone;
+  if (!report.anyFailed()) return kExitDone;
+  const bool showsSum = files.size() > 1 && !options.dryRun && !options.json && !options.quiet;
+  if (showsSum && report.failedFiles() > 0) {
+    report.note(std::to_string(files.size() - report.failedFiles()) + ofAll + " written");
+  }
+  return kExitFailed;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Reports results on standard output and errors on standard error, one per line.
 #pragma once
 
+#include <cstddef>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
@@ -43,7 +44,9 @@ class Report {
   /// Reports what the workers said about a file, as in Outcome::log; no failure either.
   void log(const std::string& path, const std::string& text);
 
-  bool anyFailed() const { return anyFailed_; }
+  bool anyFailed() const { return anyFailed_ || failedFiles_ > 0; }
+  /// In how many files something failed, of those whose reports were added.
+  std::size_t failedFiles() const { return failedFiles_; }
 
   /// Keeps all lines from now on, to be taken instead of printed.
   void keepLines() { keepsLines_ = true; }
@@ -51,8 +54,8 @@ class Report {
   std::vector<ReportLine> takeLines() { return std::exchange(lines_, {}); }
   /// Prints lines of a report with the same options.
   void print(const std::vector<ReportLine>& lines);
-  /// Takes over whether anything failed in `other`.
-  void add(const Report& other) { anyFailed_ = anyFailed_ || other.anyFailed_; }
+  /// Takes over whether anything failed in `other`, the report on a file.
+  void add(Report& other) { failedFiles_ += std::exchange(other.anyFailed_, false) ? 1 : 0; }
 
  private:
   void add(bool isError, std::string text);
@@ -64,6 +67,7 @@ class Report {
   bool json_;
   bool quiet_;
   bool anyFailed_ = false;
+  std::size_t failedFiles_ = 0;
   Progress* progress_ = nullptr;
 };
 

@@ -73,7 +73,8 @@ exec {BIN}/tagwriterd "$@"
         first, second = self.copies(2)
         run = tagwriter("set", "-t", "title=T", first, second, program=program)
         self.assertEqual(run.returncode, 1)
-        self.assertRegex(run.stderr, rf"\A{first}: the service is not available: .+\n\Z")
+        self.assertRegex(run.stderr, rf"\A{first}: the service is not available: .+\n"
+                         r"tagwriter: 1 of 2 files written\n\Z")
         self.assert_as_it_was(first)
         self.assertEqual(self.title(second), "T")
         worker.unlink()

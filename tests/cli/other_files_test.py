@@ -61,9 +61,11 @@ class AlbumTest(CommandTest):
         status = path.stat()
         return status.st_ino, status.st_mtime_ns, status.st_ctime_ns, path.read_bytes()
 
-    def assert_others_reported(self, run, names):
+    def assert_others_reported(self, run, names, writes=True):
         errors = "".join(f"{path}: {EXPECTED[path.name]}\n" for path in self.others
                          if path.name in names)
+        if writes:
+            errors += f"tagwriter: 2 of {len(names) + 2} files written\n"
         self.assert_run(run, 1, errors)
         self.assertEqual({path: self.state(path) for path in self.others}, self.others)
 
@@ -81,7 +83,7 @@ class AlbumTest(CommandTest):
     def test_a_dry_run_reports_the_same_and_plans_the_rest(self):
         for edit in (EDITS[0], EDITS[2], EDITS[4]):
             run = tagwriter(*edit, "-n", *self.others, *self.songs)
-            self.assert_others_reported(run, EXPECTED)
+            self.assert_others_reported(run, EXPECTED, writes=False)
             self.assertEqual({line.partition(":")[0] for line in run.stdout.splitlines()},
                              set(map(str, self.songs)))
 
