@@ -1,6 +1,5 @@
 #include "cli/dry_run.h"
 
-#include <algorithm>
 #include <map>
 #include <numeric>
 #include <optional>
@@ -12,15 +11,9 @@
 namespace tagwriter {
 namespace {
 
-const TrackValue* find(const FieldListing& fields, const std::string& key) {
-  const auto found = std::find_if(fields.begin(), fields.end(),
-                                  [&](const auto& field) { return field.first == key; });
-  return found == fields.end() ? nullptr : &found->second;
-}
-
 std::optional<std::string> oldDisc(const FieldListing& fields) {
-  const TrackValue* number = find(fields, field::kDisc);
-  const TrackValue* total = find(fields, field::kTotalNumberOfDiscs);
+  const TrackValue* number = findValue(fields, field::kDisc);
+  const TrackValue* total = findValue(fields, field::kTotalNumberOfDiscs);
   if (!number && !total) return std::nullopt;
   const std::string start = number ? textOf(*number) : "0";
   return total ? start + " of " + textOf(*total) : start;
@@ -36,7 +29,7 @@ std::optional<std::string> oldPictures(const std::vector<PictureInfo>& pictures)
 std::optional<std::string> oldValue(const std::string& name, const FileContents& contents) {
   if (!field::find(name)) return oldPictures(contents.pictures);
   if (name == field::kDisc) return oldDisc(contents.fields);
-  const TrackValue* value = find(contents.fields, name);
+  const TrackValue* value = findValue(contents.fields, name);
   return value ? std::optional(textOf(*value)) : std::nullopt;
 }
 

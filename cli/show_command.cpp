@@ -135,9 +135,7 @@ class FileViewer {
 
   Outcome valueOf(const std::string& key, const std::string& path, const OpenedFile& file,
                   std::optional<TrackValue>& value) {
-    for (const auto& [name, stored] : file.contents.fields) {
-      if (name == key) value = stored;
-    }
+    if (const TrackValue* stored = findValue(file.contents.fields, key)) value = *stored;
     // One that is too large for the message with everything comes alone.
     if (value || file.contents.isComplete) return {};
     return reader_.readField(file.fd.get(), path, key, value);

@@ -25,14 +25,8 @@ std::optional<std::int64_t> newNumber(const ValueDictionary& request, const char
   return track->getInt64(key);
 }
 
-const TrackValue* find(const FieldListing& fields, std::string_view key) {
-  const auto found = std::find_if(fields.begin(), fields.end(),
-                                  [&](const auto& field) { return field.first == key; });
-  return found == fields.end() ? nullptr : &found->second;
-}
-
 std::int64_t trackNumberIn(const FileContents& contents) {
-  const TrackValue* number = find(contents.fields, field::kTrackNumber);
+  const TrackValue* number = findValue(contents.fields, field::kTrackNumber);
   return number ? std::get<std::int64_t>(*number) : 0;
 }
 
@@ -69,7 +63,7 @@ std::size_t textSize(const TrackValue* value) {
 bool overflowsComment(std::string_view key, std::string_view text, const FileContents& contents) {
   std::size_t size = text.size();
   for (const auto& [name, value] : contents.tags) size += name.size() + value.size();
-  return size - std::min(size, textSize(find(contents.fields, key))) > kMaxFLACBlock;
+  return size - std::min(size, textSize(findValue(contents.fields, key))) > kMaxFLACBlock;
 }
 
 bool overflowsBlock(TagFileType type, const ValueDictionary& request,

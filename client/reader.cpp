@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -72,6 +73,12 @@ FieldListing fieldsIn(const ValueDictionary& track) {
 }
 
 }  // namespace
+
+const TrackValue* findValue(const FieldListing& fields, std::string_view key) {
+  const auto found = std::find_if(fields.begin(), fields.end(),
+                                  [&](const auto& field) { return field.first == key; });
+  return found == fields.end() ? nullptr : &found->second;
+}
 
 Outcome Reader::read(int fd, const std::string& path, FileContents& contents) {
   dbus::Reply reply;

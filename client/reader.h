@@ -36,6 +36,9 @@ inline constexpr std::int64_t kFrontCover = 3;
 /// integer is never 0.
 using FieldListing = std::vector<std::pair<std::string, TrackValue>>;
 
+/// The value of the field `key`, owned by `fields`; null if it is not among them.
+const TrackValue* findValue(const FieldListing& fields, std::string_view key);
+
 /// The tags of one file: pairs of TagLib's unified name ("TITLE") and a value, sorted by name. A
 /// name with several values has one pair for each.
 using TagListing = std::vector<std::pair<std::string, std::string>>;
