@@ -105,11 +105,11 @@ Outcome openAudio(const AudioFile& file, const WriteOptions& options, UniqueFd& 
 Outcome checkRequest(int fd, const std::string& path, const ValueDictionary& request) {
   const std::uint64_t size = wireSizeOf(request) + path.size();
   if (size >= kMaxRequest) return {Status::kRequestTooLarge};
+  if (!has32BitSizes(path)) return {};
   struct stat status {};
   if (::fstat(fd, &status) != 0) return failed(Status::kNotFound, errno);
   const auto fileSize = static_cast<std::uint64_t>(status.st_size);
-  if (has32BitSizes(path) && fileSize + size > kMax32Bit) return {Status::kFileTooLarge};
-  return {};
+  return fileSize + size > kMax32Bit ? Outcome(Status::kFileTooLarge) : Outcome();
 }
 
 bool mustKeepPictures(const ValueDictionary& request) {

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <initializer_list>
 #include <system_error>
 #include <utility>
 
@@ -94,18 +95,8 @@ fs::path libraryDirectory() {
   return name.is_absolute() ? fs::canonical(name, error).parent_path() : fs::path();
 }
 
-}  // namespace
-
-std::string findWorkerProgram(const char* name) {
-  const fs::path program = programDirectory();
-  const fs::path library = libraryDirectory();
-  const fs::path directories[] = {
-      program,
-      program / TAGWRITER_LIBEXEC_FROM_BIN,
-      library / TAGWRITER_LIBEXEC_FROM_LIB,
-      TAGWRITER_LIBEXECDIR,
-      "/usr/libexec/tagwriter",
-  };
+/// The first of the programs with that name that can be run, or empty.
+std::string findIn(std::initializer_list<fs::path> directories, const char* name) {
   for (const fs::path& directory : directories) {
     const fs::path candidate = (directory / name).lexically_normal();
     // An unknown directory leaves a relative path, which must not resolve against the current
@@ -113,6 +104,17 @@ std::string findWorkerProgram(const char* name) {
     if (candidate.is_absolute() && ::access(candidate.c_str(), X_OK) == 0) return candidate;
   }
   return {};
+}
+
+}  // namespace
+
+std::string findWorkerProgram(const char* name) {
+  const fs::path program = programDirectory();
+  std::string found = findIn({program, program / TAGWRITER_LIBEXEC_FROM_BIN}, name);
+  if (!found.empty()) return found;  // which spares a command the search for its library
+  return findIn({libraryDirectory() / TAGWRITER_LIBEXEC_FROM_LIB, TAGWRITER_LIBEXECDIR,
+                 "/usr/libexec/tagwriter"},
+                name);
 }
 
 std::optional<WorkerProcess> WorkerProcess::start(const std::string& program, UniqueFd& socket,
