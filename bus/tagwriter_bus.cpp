@@ -3,6 +3,7 @@
 #include <getopt.h>
 #include <sys/resource.h>
 
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -99,7 +100,8 @@ int main(int argc, char** argv) {
   int r = dbus::confineFront(worker);
   if (r >= 0) r = dbus::Front(worker, options.idleLimit, options.workerTimeout).run();
   if (r < 0) {
-    std::fprintf(stderr, "tagwriter-bus: %s\n", std::strerror(-r));
+    std::fprintf(stderr, "tagwriter-bus: %s\n",
+                 r == -ENOTCONN ? "the bus closed the connection" : std::strerror(-r));
     return kExitFailed;
   }
   return 0;
