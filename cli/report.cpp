@@ -82,6 +82,7 @@ void Report::note(const std::string& text) {
 }
 
 void Report::log(const std::string& path, const std::string& text) {
+  if (text.empty()) return;  // as nearly always; workers side by side share the locale of a stream
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) addError((path + ": log: ").append(line));
 }
