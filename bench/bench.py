@@ -11,7 +11,7 @@ import tempfile
 SOURCES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 DOCUMENT = os.path.join(SOURCES, "docs", "PERFORMANCE.md")
 
-sys.path.append(os.path.join(SOURCES, "tests", "player"))
+sys.path += [os.path.join(SOURCES, "tests", "player"), os.path.join(SOURCES, "docs")]
 import confinement  # noqa: E402
 import document  # noqa: E402
 import jobs  # noqa: E402
@@ -33,17 +33,22 @@ SECTIONS = [
 
 
 def main():
+    titles = [title for title, _ in SECTIONS]
     parser = argparse.ArgumentParser(description=__doc__, prog="./run bench")
     parser.add_argument("--write", action="store_true",
                         help="put the results into docs/PERFORMANCE.md")
+    parser.add_argument("sections", nargs="*", metavar="SECTION", help="only these headings")
     arguments = parser.parse_args()
+    if unknown := set(arguments.sections) - set(titles):
+        parser.error(f"no such section: {', '.join(unknown)}")
     with tempfile.TemporaryDirectory(prefix="tagwriter-bench-") as directory:
-        parts = [document.machine(directory)]
-        parts += [f"### {title}\n\n{section(directory)}" for title, section in SECTIONS]
-    results = "\n".join(parts)
-    print(results)
-    if arguments.write:
-        document.write(DOCUMENT, "./run bench --write", results)
+        for title, section in SECTIONS:
+            if arguments.sections and title not in arguments.sections:
+                continue
+            body = f"{section(directory)}\n{document.machine(directory)}"
+            print(f"### {title}\n\n{body}")
+            if arguments.write:
+                document.write_section(DOCUMENT, "./run bench --write", title, body, titles.index)
 
 
 if __name__ == "__main__":

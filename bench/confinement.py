@@ -4,9 +4,10 @@ import os
 import shutil
 import subprocess
 
+from document import table
 import files
 from edits import Text
-from measure import interleaved, median, progress, ratio, table
+from measure import interleaved, median, progress, ratio
 
 REQUESTS, ROUNDS = 1000, 41
 STARTS = 101

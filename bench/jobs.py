@@ -4,8 +4,9 @@ import os
 import shutil
 import subprocess
 
+from document import table
 import files
-from measure import interleaved, median, progress, ratio, table
+from measure import interleaved, median, progress, ratio
 
 ROUNDS = 15
 FILES = 1000

@@ -5,10 +5,11 @@ import shutil
 import statistics
 from dataclasses import dataclass, field
 
+from document import table
 import edits
 import files
 from edits import Cover, Text, program
-from measure import interleaved, median, progress, ratio, table
+from measure import interleaved, median, progress, ratio
 
 ROUNDS = 15
 TITLE = "Morgen"

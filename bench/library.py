@@ -7,8 +7,9 @@ import subprocess
 import edits
 import files
 from confinement import program, timed
+from document import table
 from edits import Text
-from measure import interleaved, median, progress, ratio, table
+from measure import interleaved, median, progress, ratio
 
 REQUESTS, ROUNDS = 2000, 15
 STARTS = 201

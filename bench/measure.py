@@ -37,11 +37,5 @@ def ratio(ours, theirs):
     return f"{middle:.2f} ({low:.2f}–{high:.2f})"
 
 
-def table(head, rows):
-    """A table in Markdown."""
-    lines = [head, ["---"] * len(head), *rows]
-    return "\n".join("| " + " | ".join(line) + " |" for line in lines) + "\n"
-
-
 def progress(text):
     print(f"bench: {text}", file=sys.stderr, flush=True)

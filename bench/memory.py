@@ -3,9 +3,10 @@
 import os
 import shutil
 
+from document import table
 import files
 import large_files
-from measure import progress, table
+from measure import progress
 from player import GLib, Player, change, number, raw_bytes, text
 
 MiB = 1 << 20

@@ -4,10 +4,11 @@ import os
 import shutil
 import subprocess
 
+from document import table
 import edits
 import files
 from edits import Text
-from measure import interleaved, median, progress, ratio, table
+from measure import interleaved, median, progress, ratio
 
 ROUNDS = 9
 LAST_COMMENT = Text("comment", "Second")

@@ -8,12 +8,11 @@ import tempfile
 SOURCES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..")
 DOCUMENT = os.path.join(SOURCES, "docs", "COMPARISON.md")
 
-sys.path.append(os.path.join(SOURCES, "bench"))
+sys.path += [os.path.join(SOURCES, "bench"), os.path.join(SOURCES, "docs")]
 import abilities  # noqa: E402
 import document  # noqa: E402
 import failures  # noqa: E402
 import formats  # noqa: E402
-import measure  # noqa: E402
 import mistakes  # noqa: E402
 import programs  # noqa: E402
 import speed  # noqa: E402
@@ -26,7 +25,7 @@ def summary(sections):
     """A table of jobs by programs."""
     rows = [[section.link(job), *(words.get(program, NOT_FOR_IT) for program in programs.ALL)]
             for section in sections for job, words in section.summary]
-    return measure.table(["job", *programs.ALL], rows)
+    return document.table(["job", *programs.ALL], rows)
 
 
 def main():

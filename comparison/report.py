@@ -6,7 +6,8 @@ import re
 import shutil
 import tempfile
 
-from measure import progress, table
+from document import table
+from measure import progress
 from programs import COMMON, Shell, TAKES
 
 NOT_FOR_IT = "–"

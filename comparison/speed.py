@@ -4,10 +4,11 @@ import os
 import shutil
 import statistics
 
+from document import table
 import songs
 from formats import TITLE
 from failures import ADD_COVER
-from measure import interleaved, median, progress, table
+from measure import interleaved, median, progress
 from programs import ALL, COMMON, OURS, TAKES
 from report import NOT_FOR_IT, Section
 
