@@ -69,6 +69,8 @@ constexpr Signature kSignatures[] = {
     {"a WAV file", {{{0, "RIFF"sv}, {8, "WAVEfmt "sv}}}, {kTagFileWAV}},
     {"a WAV file", {{{0, "RIFF"sv}, {8, "WAVE"sv}}}, {kTagFileWAV, kTagFileMP3}},
     {"a RIFF file with MPEG audio", {{{0, "RIFF"sv}, {8, "RMP3"sv}}}, {kTagFileWAV, kTagFileMP3}},
+    // A WAV file in big-endian order: TagLib finds no chunks, writes nothing, and reports success.
+    {"a RIFX file, which cannot be edited", {{{0, "RIFX"sv}, {8, "WAVE"sv}}}, kNone},
     {"an AIFF file", {{{0, "FORM"sv}, {8, "AIF"sv}}}, {kTagFileAIFF}},
     {"a DSF file", {{{0, "DSD "sv}}}, {kTagFileDSF}},
     {"a DSDIFF file", {{{0, "FRM8"sv}}}, kNone},
@@ -136,7 +138,7 @@ struct Start {
 };
 
 constexpr Start kStarts[] = {
-    {kTagFileWAV, "not a WAV file", {{"RIFF"sv, "RIFX"sv, "RF64"sv, "BW64"sv}}},
+    {kTagFileWAV, "not a WAV file", {{"RIFF"sv, "RF64"sv, "BW64"sv}}},
     {kTagFileAIFF, "not an AIFF file", {{"FORM"sv}}},
     {kTagFileWMA, "not an ASF file", {{"\x30\x26\xb2\x75"sv}}},
     {kTagFileDSF, "not a DSF file", {{"DSD "sv}}},

@@ -115,6 +115,7 @@ TEST_F(Content, OfAnotherKindIsNamed) {
       {"MThd\0\0\0\6"s, "a MIDI file"},
       {".snd\0\0\0\x18"s, "an AU file"},
       {"FRM8"s, "a DSDIFF file"},
+      {"RIFX\0\0\0\x24WAVEfmt "s, "a RIFX file, which cannot be edited"},
   };
   for (const auto& [start, kind] : starts) {
     for (const std::string extension : kExtensions) {

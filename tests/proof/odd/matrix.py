@@ -19,9 +19,10 @@ BATCH = 24  # files that one command edits in safe mode
 THREADS = 2
 
 # The reasons of the command, by field. Some files TagLib can edit, but not read.
-OWN_REFUSALS = defaultdict(lambda: ["copy is unreadable"], {
-    "cover": ["already has a picture", "copy is unreadable"],
-    "totalNumberOfTracks": ["only beside a track number", "copy is unreadable"]})
+OF_ANY_FIELD = ["copy is unreadable", "a RIFX file"]
+OWN_REFUSALS = defaultdict(lambda: OF_ANY_FIELD, {
+    "cover": ["already has a picture", *OF_ANY_FIELD],
+    "totalNumberOfTracks": ["only beside a track number", *OF_ANY_FIELD]})
 
 
 @dataclass
