@@ -4,8 +4,8 @@ import os
 import shutil
 import subprocess
 
-from document import table
 import files
+from document import table
 from edits import Text
 from measure import interleaved, median, progress, ratio
 

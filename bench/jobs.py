@@ -4,8 +4,8 @@ import os
 import shutil
 import subprocess
 
-from document import table
 import files
+from document import table
 from measure import interleaved, median, progress, ratio
 
 ROUNDS = 15

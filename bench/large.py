@@ -5,9 +5,9 @@ import shutil
 import statistics
 from dataclasses import dataclass, field
 
-from document import table
 import edits
 import files
+from document import table
 from edits import Cover, Text, program
 from measure import interleaved, median, progress, ratio
 

@@ -3,9 +3,9 @@
 import os
 import shutil
 
-from document import table
 import files
 import large_files
+from document import table
 from measure import progress
 from player import GLib, Player, change, number, raw_bytes, text
 

@@ -1,5 +1,5 @@
-// only_start [PROGRAM]: starts the program, if there is one, and waits for its end. It shows what
-// the libraries cost with which it is linked.
+// only_start [PROGRAM]: starts the program, if there is one, and waits for its end. Its time is
+// that of loading the libraries with which it is linked.
 
 #include <spawn.h>
 #include <sys/wait.h>

@@ -4,9 +4,9 @@ import os
 import shutil
 import subprocess
 
-from document import table
 import edits
 import files
+from document import table
 from edits import Text
 from measure import interleaved, median, progress, ratio
 

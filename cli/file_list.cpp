@@ -21,7 +21,7 @@ void addDirectory(const fs::path& directory, std::vector<std::string>& files,
     entries.push_back(*entry);
   }
   if (error) report(directory, error.message());
-  // All have the same directory: comparing whole texts is the same, and faster than paths.
+  // In one directory, the texts have the same order as the paths, and are compared faster.
   std::sort(entries.begin(), entries.end(), [](const auto& left, const auto& right) {
     return left.path().native() < right.path().native();
   });

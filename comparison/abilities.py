@@ -7,8 +7,8 @@ import shutil
 from mutagen.flac import FLAC
 from mutagen.id3 import ID3
 
-from document import table
 import songs
+from document import table
 from measure import progress
 from programs import ALL, COMMON, OURS
 from report import NOT_FOR_IT, Section

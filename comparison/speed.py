@@ -4,8 +4,8 @@ import os
 import shutil
 import statistics
 
-from document import table
 import songs
+from document import table
 from formats import TITLE
 from failures import ADD_COVER
 from measure import interleaved, median, progress

@@ -164,6 +164,7 @@ class CrowdTest(QueueTest):
             self.bus.daemon.wait(DEADLINE)
             held.released.set()
             front.wait()
+        self.assertIn("tagwriter-bus: the bus closed the connection\n", self.bus.log())
         # The callers that wait know of the failure, so nothing more is done for them.
         self.assertEqual(self.path.read_bytes(), before)
 

@@ -111,7 +111,7 @@ std::string findIn(std::initializer_list<fs::path> directories, const char* name
 std::string findWorkerProgram(const char* name) {
   const fs::path program = programDirectory();
   std::string found = findIn({program, program / TAGWRITER_LIBEXEC_FROM_BIN}, name);
-  if (!found.empty()) return found;  // which spares a command the search for its library
+  if (!found.empty()) return found;  // finding the library's directory takes longer
   return findIn({libraryDirectory() / TAGWRITER_LIBEXEC_FROM_LIB, TAGWRITER_LIBEXECDIR,
                  "/usr/libexec/tagwriter"},
                 name);
